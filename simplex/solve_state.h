@@ -16,7 +16,8 @@
 
 #include "frame/records.h"
 
-struct Factor;        // the basis factorisation, simplex/factor.h
+struct BasisFactor;   // the basis factorisation, simplex/factor.h
+struct PrimalWork;    // the primal loop's own work, simplex/primal.h
 struct SimplexWork;
 
 // Bits of SimplexWork::flags. With bits 30 and 29 as a two-bit state: 0 cannot move (fixed or rejected), 1 can increase,
@@ -123,7 +124,7 @@ struct SimplexWork {
   double *tauVector;         // [0..m] steepest edge: second vector
 
   // ---- factor
-  Factor *factor;
+  BasisFactor *factor;
   int factorIter;            // Iiternum at the last factorisation
   int updateCount;           // basis changes since then
   int updateLimit10;         // ten times the updates allowed
@@ -174,6 +175,8 @@ struct SimplexWork {
   // ---- history since factorIter
   HistoryEntry *history;     // [historyCapacity]
   int historyCount, historyCapacity;
+
+  PrimalWork *primal;        // null at the start of a solve; made by the first primal pass on the temporary chain
 
   // ---- saved on entry, restored on every way out
   double *trueLower, *trueUpper, *trueCost;  // [1..total]
