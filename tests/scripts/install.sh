@@ -1,0 +1,41 @@
+#!/bin/sh
+# Installs into an empty prefix and uses what came: headers as C99 without a warning, through pkg-config and through
+# the CMake package; then builds and runs every example. Catches a header that needs C++, a file left out of the
+# installation, a flag missing from tavstoch.pc, and an example that no longer runs.
+# Usage: install.sh SOURCE_DIR BUILD_DIR; CC and CFLAGS from the environment.
+set -eu
+source=$1
+build=$2
+cc=${CC:-cc}
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cmake --install "$build" --prefix "$work/prefix" > "$work/log" || { cat "$work/log"; exit 1; }
+PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name tavstoch.pc)")
+LD_LIBRARY_PATH=${PKG_CONFIG_PATH%/pkgconfig}
+export PKG_CONFIG_PATH LD_LIBRARY_PATH
+strict="-std=c99 -pedantic -Wall -Wextra -Wstrict-prototypes -Werror ${CFLAGS:-}"
+flags=$(pkg-config --cflags --libs tavstoch)
+
+# Each header by itself, then the program.
+for header in "$work"/prefix/include/*.h; do
+  echo "#include <$(basename "$header")>" > "$work/one.c"
+  $cc $strict -fsyntax-only "$work/one.c" $flags
+done
+$cc $strict "$source/tests/consumer/consumer.c" $flags -o "$work/consumer"
+"$work/consumer"
+
+cmake -S "$source/tests/consumer" -B "$work/consumer-build" -DCMAKE_PREFIX_PATH="$work/prefix" \
+  -DCMAKE_C_COMPILER="$cc" -DCMAKE_C_FLAGS="${CFLAGS:-}" > "$work/log" 2>&1 || { cat "$work/log"; exit 1; }
+cmake --build "$work/consumer-build" > "$work/log" 2>&1 || { cat "$work/log"; exit 1; }
+"$work/consumer-build/consumer"
+
+for example in "$source"/examples/*.c; do
+  [ -e "$example" ] || continue
+  name=$(basename "$example" .c)
+  $cc $strict "$example" $flags -lm -o "$work/$name"
+  (cd "$source/examples" && "$work/$name" > "$work/$name.out") || { echo "example $name failed:"; cat "$work/$name.out"; exit 1; }
+  # An example says what it prints in its last comment line "/* prints: TEXT */".
+  expected=$(sed -n 's|^/\* prints: \(.*\) \*/$|\1|p' "$example")
+  [ -z "$expected" ] || grep -qF "$expected" "$work/$name.out" || {
+    echo "example $name does not print \"$expected\" but:"; cat "$work/$name.out"; exit 1; }
+done
