@@ -4,7 +4,7 @@
 # Usage: exports.sh LIBRARY INCLUDE_DIR
 set -u
 library=$1
-include=$2
+include=$(cd "$2" && pwd) || exit 2
 work=$(mktemp -d) || exit 2
 trap 'rm -rf "$work"' EXIT
 nm -D --defined-only "$library" | awk '$2 ~ /^[A-Z]$/ && $3 !~ /^_(init|fini|edata|end)$|^__bss_start$/ { sub(/@.*/, "", $3); print $3 }' | sort -u > "$work/exported"
