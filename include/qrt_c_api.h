@@ -201,6 +201,13 @@ QRT_API int qrt_setC(QRTModel *model, const char *value, int index);
 
 /* ---- files ---------------------------------------------------------------------------------------------- */
 
+/** @brief Opens a numbered unit of the core's file layer. @param unit 0 to 109.  @param file name, or null or empty
+ *  for the unit's own name (fort.unit).  @param status "OLD", "NEW" or "UNKNOWN".  @param access "SEQUENTIAL" or
+ *  "DIRECT".  @param form "FORMATTED" or "UNFORMATTED".  @param blank "NULL" or null.  @param recl bytes of a record
+ *  for direct access.  @param rc out: 0 opened or already open, 1 no file could be had. */
+QRT_API void qrt_fopn(int unit, const char *file, const char *status, const char *access, const char *form,
+                      const char *blank, int recl, int *rc);
+
 /* ---- solvers -------------------------------------------------------------------------------------------- */
 
 #ifdef __cplusplus
