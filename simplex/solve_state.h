@@ -15,8 +15,8 @@
 #pragma once
 
 #include "frame/records.h"
+#include "simplex/factor.h"
 
-struct BasisFactor;   // the basis factorisation, simplex/factor.h
 struct PrimalWork;    // the primal loop's own work, simplex/primal.h
 struct SimplexWork;
 
@@ -124,7 +124,7 @@ struct SimplexWork {
   double *tauVector;         // [0..m] steepest edge: second vector
 
   // ---- factor
-  BasisFactor *factor;
+  Factor *factor;
   int factorIter;            // Iiternum at the last factorisation
   int updateCount;           // basis changes since then
   int updateLimit10;         // ten times the updates allowed
@@ -178,15 +178,54 @@ struct SimplexWork {
 
   PrimalWork *primal;        // null at the start of a solve; made by the first primal pass on the temporary chain
 
-  // ---- saved on entry, restored on every way out
-  double *trueLower, *trueUpper, *trueCost;  // [1..total]
+  // ---- truth behind the working vectors
+  double *trueLower, *trueUpper;  // [1..total] bounds without perturbation
+  double *objective;         // [1..total] the model's objective, unsigned: Robjvalue = objective'value - offset
+  double *varScale;          // [1..total] caller's value = value * varScale, powers of two; all 1 without scaling
+  double *shift;             // [1..total] while perturbed: bounds were widened by this on both sides
   double *y;                 // [1..m] row multipliers of the last recomputation
-  int fastMode;              // core mode -2..3
+
+  // ---- the driver's own
+  SparseVector rhs, multipliers;  // work, empty between uses
+  int coreMode;              // -2, -1 accept a pass without infeasibilities; 0 normal
+  int init;                  // 0 continue, 1 full pricing, 2 random partial, 3 values pass
+  int cleaning;              // 0 keep values, 1 tidy nonbasics, 2 put every one on a bound
+  int startValues;           // 1 until the first check of a values pass has looked at the values given
+  int finalMode;             // 1 during the last recomputation: no trouble handling
+  int scaled;                // 1 when varScale is not all 1
+  int troubleIter;           // iteration at which pivotThreshold was raised
+  int forcedPerturbation;    // a negative control asked for a perturbation, not yet applied
+  int addedLogicals;         // brought in by repairs of the first factorisation
+  double entryRtolpinf, entryRtoldinf, entryThreshold, entryPweight, entryDweight;
+  int entryImaxiter, entryIfastits, entryIdevexmode;
+  double baseDualTolerance;  // max(Rtoldinf on entry, 1e-7)
+  double largestResidual, largestBasicDj;
+  // checkpoint
+  double stallBest;          // best merit seen
+  double bestAtRemoval;
+  int noGainCount, noGainIter;
+  double lastWeight;
+  int stallPasses, lastPassIter;
+  // composite weight: what qrtchgw remembers (composite_weight.cpp)
+  struct WeightMemory {
+    double expectedIterations;    // R
+    double expectedFall;          // ddrop
+    double lowestSum, startSum;   // smin, the sum at the first check
+    double firstWeight;           // w0
+    int startIter, changes;
+    int count, iteration[11];
+    double sum[11];
+  } weightMemory;
+  // pricing strategy
+  int settledMode, modeChanges, lastInumpinf;
+  // refactorisation limits
+  int firstStructurals;           // structural basics at the first call
+  double biggestFactor;           // largest L plus eta length in the phase
 };
 
 // ---- what the driver offers to the loops --------------------------------------------------------------------------
 
-// Rebuilds list, where and the run ends from the flags (qrtrsrt).
+// Rebuilds the nonbasic part of list, where and the run ends from the flags; list[1..m] stands (qrtrsrt).
 void qrtrsrt(SimplexWork *w);
 // Gives nonbasic k the state 0..3 and moves it to the run of that state; constant time.
 void list_setState(SimplexWork *w, int k, int state);
