@@ -1,0 +1,108 @@
+// What the driver's own files offer one another: the steps of a major iteration. The contract with the iteration loops
+// is solve_state.h.
+//
+// A solve is a sequence of major iterations: factorise, recompute and check (qrtchks), decide (qrtchkp), iterate.
+// All recovery from numerical trouble happens at this level; the loops only stop and say why.
+#pragma once
+
+#include "simplex/solve_state.h"
+
+// Messages of the simplex by their index.
+enum : int {
+  MSG_OPTIMAL = 1,              // 1..4: the final line, by status 0..3
+  MSG_PRIMAL_SUM = 5,
+  MSG_DUAL_SUM = 6,
+  MSG_STOPPED_ON_ERRORS = 30,
+  MSG_BAD_BOUNDS = 66,
+  MSG_READMITTED = 96,
+  MSG_SCALED_COUNTS_DIFFER = 101,
+  MSG_NO_PROGRESS = 109,
+  MSG_VALUES_PASS_ENDED = 111,
+  MSG_BACKTRACKING = 114,
+  MSG_PERTURBED = 115,
+  MSG_PERTURBATION_ENDED = 116,
+  MSG_REJECTED = 118,
+  MSG_NO_FACTOR_STORAGE = 121,
+  MSG_LOGICALS_ADDED = 123,
+  MSG_PROGRESS_HEADING = 126,
+  MSG_NEW_WEIGHT = 130,
+  MSG_LARGEST_RESIDUAL = 133,
+  MSG_BASIC_DJ = 134,
+  MSG_COLUMNS_PROHIBITED = 135,
+  MSG_OPTIMAL_PERTURBED = 136,
+  MSG_DEVEX_SUCCESS_RATE = 137,
+  MSG_DEVEX_ITERATIONS = 138,
+  MSG_DEVEX_GROWTH = 139,
+  MSG_UNSCALED_VIOLATION = 140,
+  MSG_BAD_ARGUMENT = 149,
+  MSG_BAD_EXIT_VALUE = 173,
+  MSG_PROGRESS_LINE = 185,
+  MSG_AUX_CREATED = 328,
+  MSG_AUX_OF_OTHER = 329,
+  MSG_PRIMAL_CHOSEN = 333,
+  MSG_DUAL_CHOSEN = 334,
+  MSG_UNBOUNDED_AT = 544
+};
+// Values of Iloglevel and Istopmask (they name bits by value).
+enum : int { LOG_FINAL = 1, LOG_PROGRESS = 2, LOG_REJECTION = 4, LOG_DETAIL = 16 };
+enum : int { STOP_AT_DEVEX = 1, STOP_AT_FEASIBLE = 2, STOP_AT_PERTURBED = 8 };
+
+// What qrtchks found.
+enum : int { CHECK_GOOD = 0, CHECK_FINISH = 2, CHECK_REFACTOR = 3, CHECK_REFACTOR_TIGHT = 33 };
+// What qrtchkp decided.
+enum : int {
+  DECIDE_GO_ON = 0,        // iterate, or leave when Iprobstat is set
+  DECIDE_RECHECK = 1,      // check again without factorising
+  DECIDE_BACKTRACK = 2,
+  DECIDE_PERTURB = 3,
+  DECIDE_LEAVE = 4,
+  DECIDE_READMIT = 5,
+  DECIDE_REFACTOR = 6
+};
+// Return codes of the core.
+enum : int { SOLVE_NO_STORAGE = 11, SOLVE_FAILED = 32 };
+
+// ---- seam between the model and the solve (solution_seam.cpp)
+// Arrays of a solve from the model below (qrtaddr); blocks, rims and status words in the caller's form.
+void loadProblem(SimplexWork *w);
+// Values, duals, reduced costs and status words back to the model, in the caller's form (qrtplsh). The last step
+// recomputed must be the final one.
+void qrtplsh(SimplexWork *w);
+// Name of variable k as the caller knows it, at most 128 characters, not terminated; returns its length.
+int variableName(const SimplexWork *w, int k, char name[128]);
+// Number of variable k as messages show it: row i as i, column j as Inumrows + j.
+inline int variableNumber(const SimplexWork *, int k) { return k; }
+// After status 1 the infeasibility multipliers, after 2 the ray, to the model's aux vector (qrtinfs).
+void qrtinfs(SimplexWork *w);
+
+// ---- classification (classify.cpp)
+// Crossed bounds are reported and end the call; values beyond 1e20 come back (qrtclbs).
+void qrtclbs(SimplexWork *w);
+// Brings every nonbasic inside its bounds and, unless values are to be kept, onto one; sets its state.
+void tidyNonbasics(SimplexWork *w, int cleaning);
+
+// ---- one major iteration
+// Factorises the basis in list[1..m]; the first of a solve repairs a singular one. Returns 0, 1 for an unusable
+// basis.
+int factorise(SimplexWork *w);
+int qrtchks(SimplexWork *w);                 // CHECK_*
+int qrtchkp(SimplexWork *w, int continued);  // DECIDE_*
+void qrtchke(SimplexWork *w);
+// Returns 0, 1 when there is nothing to undo and the run must end.
+int qrtbackup(SimplexWork *w);
+void qrtuflg(SimplexWork *w);                // re-admits rejected variables
+void qrtchgw(SimplexWork *w);                // composite weight
+void qrtprtb(SimplexWork *w);                // perturbation into force
+void removePerturbation(SimplexWork *w);     // true bounds, values back on them
+void choosePricing(SimplexWork *w);          // strategy before a primal pass
+
+// Counts dual infeasible nonbasics into Inumdinf, Rsumdinf (qrtchdf).
+void qrtchdf(SimplexWork *w);
+// Robjvalue from all values.
+void recomputeObjective(SimplexWork *w);
+
+// ---- report (report.cpp)
+void finalReport(SimplexWork *w);
+
+// The core: algorithm 0 the driver chooses, 1 primal; init 0..3. Returns Iprobstat or SOLVE_*.
+int qrtsslvf(QRTModel *model, int algorithm, int init, int keep, int coreMode);
