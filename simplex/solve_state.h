@@ -101,6 +101,7 @@ struct SimplexWork {
   const int *rowStart;       // [1..m+1] the same by rows, structurals only
   const int *rowVar;         // variable numbers m+1..m+n
   const double *rowValue;
+  const int *unitRow;        // [1..m] the numbers 1..m: the rows of logical columns
   int matrixElements;
 
   // ---- variables [1..total]
@@ -121,6 +122,7 @@ struct SimplexWork {
   // ---- basic variables by row position [0..m]; entry 0 is the entering variable
   double *basicLower, *basicValue, *basicUpper;
   uint32_t *basicStatus;     // ROW_* and VAR_REFERENCE
+  double *excess;            // what row i adds to Rsumpinf, as last counted by qrtchpf
   double *tauVector;         // [0..m] steepest edge: second vector
 
   // ---- factor
