@@ -44,8 +44,6 @@ void qrtmesg_no(int index);
 void qrtmesg_no_q1(int index, const char *c1, int n1);
 void qrtmesg_no_q2(int index, const char *c1, int n1, const char *c2, int n2);
 void qrtmesg_no_q3(int index, const char *c1, int n1, const char *c2, int n2, const char *c3, int n3);
-void qrtmesg_q1(const char *c1, int n1);
-void qrtmesg_no_qmesg(int index, const char *text, int length);
 void qrtmesg_no_i1(int index, int i1);
 void qrtmesg_no_i2(int index, int i1, int i2);
 void qrtmesg_no_i3(int index, int i1, int i2, int i3);
@@ -63,13 +61,18 @@ void qrtmesg_no_i1_just_d2(int index, int i1, double d2);
 void qrtmesg_no_i3_d2(int index, int i1, int i2, int i3, double d1, double d2);
 void qrtmesg_no_i3_d3(int index, int i1, int i2, int i3, double d1, double d2, double d3);
 void qrtmesg_no_i4_d3(int index, int i1, int i2, int i3, int i4, double d1, double d2, double d3);
+void qrtmesg_no_i8_d1(int index, int i1, int i2, int i3, int i4, int i5, int i6, int i7, int i8, double d1);
 void qrtmesg_no_q1_i1(int index, const char *c1, int n1, int i1);
 void qrtmesg_no_q1_i2(int index, const char *c1, int n1, int i1, int i2);
+void qrtmesg_no_q1_just_i2(int index, const char *c1, int n1, int i2);
 void qrtmesg_no_q1_i4(int index, const char *c1, int n1, int i1, int i2, int i3, int i4);
-void qrtmesg_no_q1_d2(int index, const char *c1, int n1, double d1, double d2);
 void qrtmesg_no_i1_q1_d2(int index, int i1, const char *c1, int n1, double d1, double d2);
+void qrtmesg_no_just_i2_q1_d1(int index, int i2, const char *c1, int n1, double d1);
+void qrtmesg_no_q1_d2(int index, const char *c1, int n1, double d1, double d2);
 void qrtmesg_no_i2_d1(int index, int i1, int i2, double d1);
 void qrtmesg_no_i2_d2(int index, int i1, int i2, double d1, double d2);
+void qrtmesg_q1(const char *c1, int n1);  // the index is set already
+void qrtmesg_no_qmesg(int index, const char *text, int length);
 
 void qrtmsg2(int index, int noPage);
 void qrtmes2(int index, char buffer[128]);          // raw template, blank-padded
