@@ -1,6 +1,7 @@
 // The context, the life of models, and the swap of work records between the live globals and a model's image.
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 
 #include "frame/controls.h"
 #include "frame/entry_frame.h"
