@@ -1,0 +1,31 @@
+// What the subcommands share: their options, the exit codes and the call that each one answers to.
+#pragma once
+
+#include <string>
+
+enum ExitCode : int {
+  EXIT_SOLVED = 0,
+  EXIT_INFEASIBLE = 1,
+  EXIT_UNBOUNDED = 2,
+  EXIT_STOPPED = 3,     // iteration limit, or the user
+  EXIT_USAGE = 64,
+  EXIT_BAD_INPUT = 65,
+  EXIT_INTERNAL = 70,   // the library failed, or its answer did not pass --check
+};
+
+// Options of every subcommand; a subcommand reads those it offers.
+struct Options {
+  std::string core, time, stoch;  // solve, info
+  std::string mps;                // lp
+  std::string method = "direct";
+  std::string logFile;            // the library's messages; empty: kept aside and shown only on a failure
+  std::string solutionFile;       // CSV
+  int mode = 1;                   // lp: how the simplex starts
+  int maxScenarios = 1000000;
+  bool strict = false, inherit = false, maximize = false, scale = false, free = false;
+  bool check = false, json = false, quiet = false;
+};
+
+int runSolve(const Options &options);
+int runLp(const Options &options);
+int runInfo(const Options &options);

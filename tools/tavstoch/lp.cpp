@@ -1,0 +1,90 @@
+// tavstoch lp: a linear program from an MPS file, solved by the simplex.
+#include <fmt/core.h>
+
+#include <cstring>
+#include <memory>
+
+#include "command.h"
+#include "failure.h"
+#include "report.h"
+#include "smps_text.h"
+
+namespace {
+
+std::vector<std::string> namesOf(const char *entries, int length, int count, char letter) {
+  std::vector<std::string> names;
+  for (int k = 0; k < count; ++k) {
+    const char *entry = entries ? entries + size_t(k) * size_t(length) : "";
+    const size_t used = entries ? strnlen(entry, size_t(length)) : 0;
+    names.push_back(used ? std::string(entry, used) : fmt::format("{}{:07}", letter, k));
+    while (names.back().size() > 1 && names.back().back() == ' ') names.back().pop_back();
+  }
+  return names;
+}
+
+std::vector<NamedValue> valuesOf(QRTModel *model, bool rows) {
+  const int count = rows ? qrt_getInumrows(model) : qrt_getInumcols(model);
+  const double *value = rows ? qrt_rowacts(model) : qrt_colsol(model), *dual = rows ? qrt_rowduals(model) : qrt_colrcosts(model);
+  std::vector<std::string> names =
+      namesOf(rows ? qrt_rownames(model) : qrt_colnames(model), qrt_getInumchar(model), count, rows ? 'R' : 'C');
+  std::vector<NamedValue> values;
+  for (int k = 0; k < count; ++k) values.push_back({std::move(names[size_t(k)]), value[k], dual[k]});
+  return values;
+}
+
+void writeSolution(const std::string &path, QRTModel *model) {
+  std::unique_ptr<FILE, int (*)(FILE *)> file(std::fopen(path.c_str(), "w"), std::fclose);
+  if (!file) throw BadInput(path + ": cannot be written");
+  fmt::print(file.get(), "kind,name,value,dual\n");
+  for (bool rows : {false, true})
+    for (const NamedValue &v : valuesOf(model, rows))
+      fmt::print(file.get(), "{},{},{:.17g},{:.17g}\n", rows ? "row" : "column", csvField(v.name), v.value, v.dual);
+  if (std::ferror(file.get())) throw BadInput(path + ": cannot be written");
+}
+
+}  // namespace
+
+int runLp(const Options &options) {
+  Session session(options);
+  requireCards(options.mps, "NAME ROWS");
+  QRTModel *model = qrt_newModel(session.context(), "");
+  if (!model) throw InternalFailure("no model");
+  session.raiseLimits(model);
+  session.progress.phase("reading " + options.mps);
+  const int read = options.free ? qrt_importModelFree(model, options.mps.c_str()) : qrt_importModel(model, options.mps.c_str());
+  const double readSeconds = session.progress.done();
+  if (read >= 2 || read < 0) {
+    const std::string complaint = session.complaint();
+    throw BadInput(options.mps + ": " + (complaint.empty() ? "the library refuses this file" : complaint));
+  }
+  session.filesAreRead();
+  if (options.maximize) qrt_setMaximize(model);
+  session.watch(model);
+  session.progress.phase("solving");
+  const int code = qrt_eitherSimplex(model, options.mode);
+  const double solveSeconds = session.progress.done();
+  const int status = qrt_getIprobstat(model);
+  if (code >= 2 || statusExitCode(status) == EXIT_INTERNAL) {
+    const std::string complaint = session.complaint();
+    throw InternalFailure(fmt::format("the solve failed with code {} and status {}{}{}", code, status, complaint.empty() ? "" : ": ", complaint));
+  }
+  const double objective = qrt_getRobjvalue(model);
+  nlohmann::ordered_json json = {{"command", "lp"}, {"file", options.mps}};
+  json.update(describeOutcome(model, status, objective, 0));
+  json["seconds"] = {{"read", readSeconds}, {"solve", solveSeconds}};
+  FILE *out = session.output();
+  const bool words = !options.json && !options.quiet;
+  if (words) {
+    fmt::print(out, "read       {} in {:.2f} s\n", options.mps, readSeconds);
+    printOutcome(out, model, status, objective, 0, solveSeconds);
+    if (status == 0 || status == 5) {
+      fmt::print(out, "columns\n");
+      printValues(out, valuesOf(model, false));
+    }
+  }
+  if (!options.solutionFile.empty()) writeSolution(options.solutionFile, model);
+  const bool sound = checkOutcome(options, session, model, json);
+  if (options.json) fmt::print(out, "{}\n", json.dump(2));
+  else if (options.quiet) fmt::print(out, "{} {:.10g}\n", statusWord(status), objective);
+  return sound ? statusExitCode(status) : EXIT_INTERNAL;
+}

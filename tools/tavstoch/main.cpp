@@ -1,0 +1,77 @@
+// The command: options, and one place where every outcome becomes an exit code.
+#include <CLI/CLI.hpp>
+#include <fmt/core.h>
+
+#include "command.h"
+#include "failure.h"
+
+namespace {
+
+void addTriple(CLI::App *app, Options &o) {
+  app->add_option("CORE", o.core, "core file")->required();
+  app->add_option("TIME", o.time, "time file")->required();
+  app->add_option("STOCH", o.stoch, "stoch file")->required();
+  app->add_flag("--strict", o.strict, "read by the letter: refuse what published files contain beyond the format");
+  app->add_flag("--inherit", o.inherit, "a scenario takes over its ancestor's data");
+  app->add_option("--max-scenarios", o.maxScenarios, "scenarios to make room for")->check(CLI::Range(1, 2147483646))->capture_default_str();
+}
+
+void addOutput(CLI::App *app, Options &o) {
+  app->add_option("--log", o.logFile, "write the library's messages to this file");
+  app->add_flag("--json", o.json, "print JSON");
+  app->add_flag("--quiet", o.quiet, "print the outcome only, no progress");
+}
+
+void addSolving(CLI::App *app, Options &o) {
+  app->add_flag("--maximize", o.maximize, "maximise the objective");
+  app->add_option("--solution", o.solutionFile, "write values and duals to this CSV file");
+  app->add_flag("--check", o.check, "recompute residuals, violations and the gap from the model alone");
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  Options options;
+  int (*run)(const Options &) = nullptr;
+  CLI::App app{"tavstoch: stochastic programs in SMPS files, and linear ones in MPS files"};
+  app.require_subcommand(1);
+
+  CLI::App *solve = app.add_subcommand("solve", "solve a stochastic program");
+  addTriple(solve, options);
+  solve->add_option("--method", options.method, "how to solve")->check(CLI::IsMember({"direct"}))->capture_default_str();
+#ifdef TAVSTOCH_CAN_SCALE
+  solve->add_flag("--scale", options.scale, "scale the equivalent before the solve");
+#endif
+  addSolving(solve, options);
+  addOutput(solve, options);
+  solve->callback([&] { run = runSolve; });
+
+  CLI::App *lp = app.add_subcommand("lp", "solve a linear program");
+  lp->add_option("FILE", options.mps, "MPS file")->required();
+  lp->add_flag("--free", options.free, "free format");
+  lp->add_option("--mode", options.mode, "0 go on, 1 full pricing, 2 partial pricing first, 3 from given values")
+      ->check(CLI::Range(0, 3))->capture_default_str();
+  addSolving(lp, options);
+  addOutput(lp, options);
+  lp->callback([&] { run = runLp; });
+
+  CLI::App *info = app.add_subcommand("info", "sizes of a stochastic program");
+  addTriple(info, options);
+  addOutput(info, options);
+  info->callback([&] { run = runInfo; });
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError &error) {
+    return app.exit(error) == 0 ? EXIT_SOLVED : EXIT_USAGE;
+  }
+  try {
+    return run(options);
+  } catch (const BadInput &error) {
+    fmt::print(stderr, "tavstoch: {}\n", error.what());
+    return EXIT_BAD_INPUT;
+  } catch (const std::exception &error) {
+    fmt::print(stderr, "tavstoch: {}\n", error.what());
+    return EXIT_INTERNAL;
+  }
+}

@@ -1,0 +1,33 @@
+// The library speaks on stdout: numbered messages and a few plain texts. While a MessageLog lives, all that goes to a
+// file instead, from which the command picks what a user should see; the command's own output keeps the terminal.
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+struct Message {
+  int number = 0;
+  char severity = 'I';  // I, W, E or S
+  std::string text;
+};
+
+class MessageLog {
+public:
+  // An empty path keeps the log in a file without a name. Throws BadInput when the path cannot be written.
+  explicit MessageLog(const std::string &path);
+  ~MessageLog();
+  MessageLog(const MessageLog &) = delete;
+  MessageLog &operator=(const MessageLog &) = delete;
+
+  // Where the command writes: what stdout was before.
+  FILE *output() const { return output_; }
+  // Messages that came since the last call, in order.
+  std::vector<Message> collect();
+
+private:
+  FILE *output_ = nullptr;
+  int file_ = -1;
+  long long read_ = 0;      // bytes of the log taken so far
+  std::string unfinished_;  // the last line, while its end is missing
+};

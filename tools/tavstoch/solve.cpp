@@ -1,0 +1,162 @@
+// tavstoch solve: the deterministic equivalent of an SMPS triple, its first-stage decisions and the distribution of the
+// scenarios' objective values.
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <numeric>
+#include <unordered_set>
+
+#include "command.h"
+#include "failure.h"
+#include "report.h"
+#include "stoch_program.h"
+
+namespace {
+
+struct Distribution {
+  std::vector<int> scenario;
+  std::vector<double> probability, value;
+  double mean = 0, deviation = 0;
+};
+
+Distribution distributionOf(QRTStoch *stoch, double constant) {
+  const int count = std::max(0, qrts_getNumScenarios(stoch));
+  Distribution d;
+  d.scenario.resize(size_t(count) + 1);  // the getter wants arrays, also for no scenario
+  d.probability.resize(size_t(count) + 1);
+  d.value.resize(size_t(count) + 1);
+  qrts_getScenarioDistribution(stoch, count, d.scenario.data(), d.probability.data(), d.value.data(), &d.mean, &d.deviation);
+  d.scenario.resize(size_t(count));
+  d.probability.resize(size_t(count));
+  d.value.resize(size_t(count));
+  for (double &v : d.value) v += constant;
+  d.mean += constant;
+  return d;
+}
+
+std::vector<NamedValue> nodeValues(const StochProgram &program, int scenario, int stage, bool rows, int *firstIndex) {
+  const size_t count = size_t(program.stageSize(stage, rows));
+  std::vector<double> value(count + 1), dual(count + 1);
+  std::vector<int> index(count + 1);
+  if (qrts_getNodeSolution(program.handle(), scenario, stage, rows, value.data(), index.data()) >= 2 ||
+      qrts_getNodeDualSolution(program.handle(), scenario, stage, rows, dual.data(), index.data()) >= 2)
+    throw InternalFailure(fmt::format("no solution of scenario {} at stage {}", scenario, stage));
+  if (firstIndex) *firstIndex = count ? index[0] : -1;
+  const std::vector<std::string> names = program.names(stage, rows);
+  std::vector<NamedValue> values;
+  for (size_t k = 0; k < count; ++k) values.push_back({names[k], value[k], dual[k]});
+  return values;
+}
+
+// Every node once: the first scenario that passes through it names it.
+void writeSolution(const std::string &path, const StochProgram &program, const std::vector<int> &scenarios) {
+  std::unique_ptr<FILE, int (*)(FILE *)> file(std::fopen(path.c_str(), "w"), std::fclose);
+  if (!file) throw BadInput(path + ": cannot be written");
+  fmt::print(file.get(), "stage,scenario,kind,name,value,dual\n");
+  const int stages = qrts_getNumStages(program.handle());
+  std::unordered_set<int> seen;
+  for (int scenario : scenarios)
+    for (int stage = 1; stage <= stages; ++stage) {
+      if (stage == 1 && scenario != scenarios.front()) continue;
+      for (bool rows : {false, true}) {
+        int first = -1;
+        const std::vector<NamedValue> values = nodeValues(program, scenario, stage, rows, &first);
+        if (first >= 0 && !seen.insert(2 * first + rows).second) continue;
+        for (const NamedValue &v : values)
+          fmt::print(file.get(), "{},{},{},{},{:.17g},{:.17g}\n", stage, scenario, rows ? "row" : "column", csvField(v.name), v.value, v.dual);
+      }
+    }
+  if (std::ferror(file.get())) throw BadInput(path + ": cannot be written");
+}
+
+void printDistribution(FILE *out, const Distribution &d) {
+  fmt::print(out, "distribution of the scenarios' objective values\n");
+  fmt::print(out, "  mean       {:.10g}\n  deviation  {:.10g}\n", d.mean, d.deviation);
+  constexpr size_t longest = 20;
+  if (d.value.size() <= longest) {
+    fmt::print(out, "  {:>10} {:>14} {:>18}\n", "scenario", "probability", "value");
+    for (size_t k = 0; k < d.value.size(); ++k) fmt::print(out, "  {:>10} {:>14.6g} {:>18.10g}\n", d.scenario[k], d.probability[k], d.value[k]);
+    return;
+  }
+  std::vector<size_t> order(d.value.size());
+  std::iota(order.begin(), order.end(), size_t(0));
+  std::sort(order.begin(), order.end(), [&](size_t a, size_t b) { return d.value[a] < d.value[b]; });
+  fmt::print(out, "  {:>10} {:>18}\n", "quantile", "value");
+  double passed = 0;
+  size_t k = 0;
+  for (double quantile : {0.0, 0.05, 0.25, 0.5, 0.75, 0.95, 1.0}) {
+    while (k + 1 < order.size() && passed + d.probability[order[k]] < quantile * (1 - 1e-12)) passed += d.probability[order[k++]];
+    fmt::print(out, "  {:>9.0f}% {:>18.10g}\n", 100 * quantile, d.value[quantile == 1 ? order.back() : order[k]]);
+  }
+}
+
+}  // namespace
+
+int runSolve(const Options &options) {
+  Session session(options);
+  StochProgram program(session, options);
+  QRTStoch *stoch = program.handle();
+  session.filesAreRead();
+  const std::vector<std::string> strayings = session.strayings();
+  const int stages = qrts_getNumStages(stoch), scenarios = qrts_getNumScenarios(stoch), nodes = qrts_getNumNodes(stoch);
+  FILE *out = session.output();
+  const bool words = !options.json && !options.quiet;
+  if (words) {
+    fmt::print(out, "read       {} stages, {} scenarios ({}), {} nodes, {:.2f} s\n", stages, scenarios, program.dataKind(), nodes, program.readSeconds());
+    for (const std::string &text : strayings) fmt::print(out, "straying   {}\n", text);
+    std::fflush(out);
+  }
+
+  session.progress.phase("generating the equivalent");
+  if (qrts_describeFullModel(stoch, 1) < 0) throw InternalFailure(session.complaint());
+  const double generateSeconds = session.progress.done();
+  QRTModel *model = qrtse_getCurrentModel(stoch);
+  if (!model) throw InternalFailure("no model was generated: " + session.complaint());
+  session.raiseLimits(model);
+  session.watch(model);
+#ifdef TAVSTOCH_CAN_SCALE
+  if (options.scale) qrts_setScaleOn(stoch);
+#endif
+
+  session.progress.phase("solving");
+  const int code = qrts_eitherSimplex(stoch);
+  const double solveSeconds = session.progress.done();
+  const int status = qrts_getStatus(stoch);
+  if (code >= 2 || statusExitCode(status) == EXIT_INTERNAL) {
+    const std::string complaint = session.complaint();
+    throw InternalFailure(fmt::format("the solve failed with code {} and status {}{}{}", code, status, complaint.empty() ? "" : ": ", complaint));
+  }
+  const double constant = program.core().objectiveConstant;
+  const double objective = qrts_getRobjvalue(stoch) + constant;
+
+  nlohmann::ordered_json json = {{"command", "solve"}, {"core", options.core}, {"time", options.time}, {"stoch", options.stoch},
+                                 {"stages", stages}, {"scenarios", scenarios}, {"nodes", nodes}, {"strayings", strayings}};
+  json.update(describeOutcome(model, status, objective, constant));
+  json["seconds"] = {{"read", program.readSeconds()}, {"generate", generateSeconds}, {"solve", solveSeconds}};
+  if (words) printOutcome(out, model, status, objective, constant, solveSeconds);
+
+  if (status == 0 || status == 5 || status == 3) {
+    const Distribution distribution = distributionOf(stoch, constant);
+    const int path = distribution.scenario.empty() ? 1 : distribution.scenario.front();
+    const std::vector<NamedValue> firstStage = nodeValues(program, path, 1, false, nullptr);
+    if (words) {
+      fmt::print(out, "first stage\n");
+      printValues(out, firstStage);
+      printDistribution(out, distribution);
+    }
+    if (options.json) {
+      json["firstStage"] = nlohmann::ordered_json::array();
+      for (const NamedValue &v : firstStage) json["firstStage"].push_back({{"name", v.name}, {"value", v.value}, {"reducedCost", v.dual}});
+      json["distribution"] = {{"mean", distribution.mean}, {"deviation", distribution.deviation}, {"scenario", distribution.scenario},
+                              {"probability", distribution.probability}, {"value", distribution.value}};
+    }
+    if (!options.solutionFile.empty()) writeSolution(options.solutionFile, program, distribution.scenario);
+  }
+  const bool sound = checkOutcome(options, session, model, json);
+  if (options.json) fmt::print(out, "{}\n", json.dump(2));
+  else if (options.quiet) fmt::print(out, "{} {:.10g}\n", statusWord(status), objective);
+  return sound ? statusExitCode(status) : EXIT_INTERNAL;
+}
