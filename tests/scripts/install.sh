@@ -16,8 +16,8 @@ export PKG_CONFIG_PATH LD_LIBRARY_PATH
 strict="-std=c99 -pedantic -Wall -Wextra -Wstrict-prototypes -Werror ${CFLAGS:-}"
 flags=$(pkg-config --cflags --libs tavstoch)
 
-# Each header by itself, then the program.
-for header in "$work"/prefix/include/*.h; do
+# Each interface header by itself, then the program.
+for header in "$work"/prefix/include/*_c_api.h; do
   echo "#include <$(basename "$header")>" > "$work/one.c"
   $cc $strict -fsyntax-only "$work/one.c" $flags
 done
