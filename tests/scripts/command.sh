@@ -1,0 +1,116 @@
+#!/bin/sh
+# The command from end to end on small models: answers, files, exit codes. Catches a wrong exit code, a silent end, an
+# error text that names no file, output that is not JSON or CSV.
+# Usage: command.sh COMMAND EXAMPLES_DIR
+set -u
+command=$1
+examples=$(cd "$2" && pwd)
+work=$(mktemp -d) || exit 2
+trap 'rm -rf "$work"' EXIT
+cd "$work" || exit 2
+bad=0
+fail() { echo "FAILED $1"; sed 's/^/    out: /' out; sed 's/^/    err: /' err; bad=1; }
+# expect CODE "what" ARGUMENTS...: runs the command and compares its exit code; output lies in out and err.
+expect() {
+  code=$1 what=$2
+  shift 2
+  "$command" "$@" > out 2> err
+  got=$?
+  [ $got = "$code" ] || fail "$what: exit code $got, not $code"
+}
+says() { grep -qE "$2" "$1" || fail "$1 lacks \"$2\""; }
+cp "$examples"/power.* "$examples"/diet.mps .
+
+# Answers.
+expect 0 "solve" solve power.cor power.tim power.sto --check
+says out '^status +optimal'
+says out '^objective +381\.853'
+says out '^ +mean +381\.853'
+says out '^check +passed'
+[ "$(grep -c '^  PLANT' out)" = 4 ] || fail "first stage by name"
+[ "$(awk '/probability/ {on = 1; next} on' out | wc -l)" = 3 ] || fail "one line a scenario"
+expect 0 "solve by the letter" solve power.cor power.tim power.sto --strict --quiet
+says out '^optimal 381\.853'
+[ "$(wc -l < out)" = 1 ] || fail "--quiet prints one line"
+[ -s err ] && fail "nothing on stderr"
+expect 0 "solve as JSON with a solution file" solve power.cor power.tim power.sto --json --solution solution.csv
+says out '"status": "optimal"'
+says out '"scenarios": 3'
+grep -q QRT out && fail "messages of the library in the JSON"
+# 4 nodes: 2 rows and 4 columns at the root, 7 rows and 12 columns in each scenario, one line of titles.
+[ "$(wc -l < solution.csv)" = $((1 + 6 + 3 * 19)) ] || fail "solution.csv has $(wc -l < solution.csv) lines"
+awk -F, 'NF != 6 { exit 1 }' solution.csv || fail "solution.csv: fields"
+grep -q '^1,1,column,PLANT1,' solution.csv || fail "solution.csv: names"
+expect 0 "info" info power.cor power.tim power.sto
+says out '^scenarios +3'
+says out '^equivalent +23 rows, 40 columns'
+says out '^random +1 elements'
+expect 0 "lp" lp diet.mps --check
+says out '^objective +17\.14285714'
+expect 0 "lp maximised" lp diet.mps --maximize --quiet
+says out '^optimal 36'
+for mode in 0 1 2 3; do
+  expect 0 "lp mode $mode" lp diet.mps --mode $mode --quiet
+  says out '^optimal 17\.142857'
+done
+expect 0 "log" lp diet.mps --quiet --log log.txt
+says log.txt 'QRT[0-9]{4}I'
+
+# A constant in the objective: the right-hand side of its row, subtracted.
+sed 's/^    RHS       BUILD/    RHS       COST              81.0\n&/' power.cor > constant.cor
+expect 0 "constant" solve constant.cor power.tim power.sto --check
+says out '^objective +300\.853'
+says out 'constant -81 '
+says out '^ +mean +300\.853'
+
+# Outcomes that are no optimum.
+sed 's/WEIGHT            12\.0/WEIGHT             2.0/' diet.mps > infeasible.mps
+expect 1 "infeasible" lp infeasible.mps --check
+says out '^status +infeasible'
+sed '/WEIGHT  *12\.0/d' diet.mps > unbounded.mps
+sed 's/L  WEIGHT/G  WEIGHT/' unbounded.mps > unbounded2.mps
+expect 2 "unbounded" lp unbounded2.mps --maximize --check
+says out '^status +unbounded'
+sed 's/BUDGET           120\.0/BUDGET            20.0/' power.cor > poor.cor
+expect 1 "infeasible program" solve poor.cor power.tim power.sto --quiet
+says out '^infeasible'
+
+# Usage.
+expect 64 "no subcommand"
+expect 64 "unknown option" lp diet.mps --nonsense
+expect 64 "missing argument" solve power.cor power.tim
+expect 64 "mode out of range" lp diet.mps --mode 4
+expect 0 "help" --help
+
+# Bad input: code 65 and a line that says why, whatever the file holds.
+refused() { # refused "what" PATTERN ARGUMENTS...
+  pattern=$2 what=$1
+  shift 2
+  expect 65 "$what" "$@"
+  says err "^tavstoch: .*$pattern"
+}
+refused "no file" "absent" lp absent.mps
+refused "a folder" "directory" lp .
+: > empty
+refused "empty file" "empty" lp empty
+head -c 2000 /dev/urandom > noise
+refused "noise" "noise" lp noise
+refused "noise as core" "noise" solve noise power.tim power.sto
+refused "noise as time" "noise" solve power.cor noise power.sto
+refused "noise as stoch" "noise" solve power.cor power.tim noise
+refused "files in the wrong order" "TIME" solve power.cor power.sto power.tim
+sed '/^COLUMNS/,$d' diet.mps > cut.mps
+refused "cut after ROWS" "" lp cut.mps
+sed 's/^COLUMNS/COLUMMS/' diet.mps > typo.mps
+refused "unknown section" "" lp typo.mps
+sed 's/PLANT1    BUILD/PLANT9    BUILD/' power.tim > wrong.tim
+refused "unknown column in the time file" "" solve power.cor wrong.tim power.sto
+sed 's/BASE      /BOSE      /' power.sto > wrong.sto
+refused "unknown row in the stoch file" "" solve power.cor power.tim wrong.sto
+sed 's/INDEP         DISCRETE/INDEP         NORMAL/' power.sto > normal.sto
+refused "a distribution that is not offered" "" solve power.cor power.tim normal.sto
+sed 's/3\.0   OPERATE/nan   OPERATE/' power.sto > nan.sto
+refused "not a number" "" solve power.cor power.tim nan.sto
+refused "too many scenarios" "max-scenarios" solve power.cor power.tim power.sto --max-scenarios 2
+refused "log that cannot be written" "cannot be written" lp diet.mps --log /nonexistent/log
+exit $bad
