@@ -70,13 +70,6 @@ struct ChainEntry {
   int32_t size;   // bytes; -1 in a mark entry
 };
 
-// Three arrays of a copy of the matrix in row or column order.
-struct MatrixCopy {
-  int *indices;
-  int *starts;
-  double *elements;
-};
-
 // The ten user exits of a model, in the order of their registration functions.
 struct CallbackTable {
   void *brnu, *chnu, *cutu, *evnu, *heuu;
@@ -150,6 +143,8 @@ struct QRTModel {
   // State of ours beyond the classic record.
   int32_t indexForm;       // 0: blocks 0-based and names terminated; 1: blocks 1-based; 2: names padded; 3: both
   int32_t matrixVersion;   // grows with every change of the matrix
+  int32_t matrixScaled;    // 1: stored elements are multiplied by scales[i] * scales[Imaxrows + j]
+  struct CompressInfo *compression;  // what the model was before it was compressed, null while it is whole
 };
 
 // Start of the allocation behind a rim vector.
