@@ -199,6 +199,285 @@ QRT_API int qrt_setC(QRTModel *model, const char *value, int index);
 
 /* ---- model data ----------------------------------------------------------------------------------------- */
 
+/** A row or column of the matrix: count numbers and values. Given back with qrt_freeVector(). */
+typedef struct QRTVector {
+  int count;        /**< entries */
+  int *indices;     /**< [count] column numbers of a row, row numbers of a column, ascending */
+  double *elements; /**< [count] values, unscaled */
+} QRTVector;
+
+/** A copy of the matrix by rows or by columns; given back with qrt_deleteMatrixCopy(). */
+typedef struct QRTMatrixCopy {
+  int *indices;     /**< column numbers (by rows) or row numbers (by columns), ascending in each vector */
+  int *starts;      /**< [vectors + 1] where each vector begins, from 0 */
+  double *elements; /**< values as stored: equal positions of overlapping blocks summed, zeros left out */
+} QRTMatrixCopy;
+
+/** @brief Sets sizes, bounds and costs of an empty model; one that is not empty is cleared first. A null vector
+ *  means its default: rows -1e31 to 1e31, columns 0 to 1e31, costs 0. Crossed bounds are severe.
+ *  @param model the model.  @param numberRows 0 to 16777215.  @param rowLower [numberRows].  @param rowUpper [numberRows].
+ *  @param numberColumns 0 or more.  @param objective [numberColumns] costs.  @param columnLower [numberColumns].
+ *  @param columnUpper [numberColumns].  @return 0. */
+QRT_API int qrt_loadRimModel(QRTModel *model, int numberRows, const double *rowLower, const double *rowUpper,
+                             int numberColumns, const double *objective, const double *columnLower,
+                             const double *columnUpper);
+/** @brief Changes the size; -1 keeps a number. New rows are free and basic, new columns 0 to 1e31. A smaller size
+ *  cuts the matrix. Capacities grow with room to spare; direct pointers become invalid. @return 0. */
+QRT_API int qrt_resizeModel(QRTModel *model, int numberRows, int numberColumns, int exact);
+/** @brief The same with wanted capacities; with exact 1 they are taken as they are (when they hold the size). */
+QRT_API int qrt_resizeModelExact(QRTModel *model, int numberRows, int numberColumns, int maxRows, int maxColumns,
+                                 int exact);
+/** @brief Empties the target and makes it a full copy of the source, controls included; log, call-backs and message
+ *  limits stay the target's own. @return 0. */
+QRT_API int qrt_copyModel(QRTModel *target, QRTModel *source);
+/** @brief Checks the guards of all blocks of the model. @return number of faults, each named on the log. */
+QRT_API int qrt_validateModel(QRTModel *model);
+
+/** @brief Adds n triples to the matrix; equal positions add up. @return number of the new block, -1 on error. */
+QRT_API int qrt_addElementBlock(QRTModel *model, int n, const int *rows, const int *columns, const double *elements);
+/** @brief Triples whose row and column numbers count from the offsets. */
+QRT_API int qrt_addElementBlockWithOffsets(QRTModel *model, int n, const int *rows, const int *columns,
+                                           const double *elements, int rowOffset, int columnOffset);
+/** @brief Adds columns: column c holds rows[starts[c]] up to rows[starts[c + 1] - 1]. @return number of the new
+ *  block, -1 on error. */
+QRT_API int qrt_addColumnElementBlock(QRTModel *model, int numberColumns, const int *rows, const int *starts,
+                                      const double *elements);
+/** @brief Columns whose row and column numbers count from the offsets. */
+QRT_API int qrt_addColumnElementBlockWithOffsets(QRTModel *model, int numberColumns, const int *rows,
+                                                 const int *starts, const double *elements, int rowOffset,
+                                                 int columnOffset);
+/** @brief An empty column block with room for numberElements elements. @return its number, -1 on error. */
+QRT_API int qrt_addSpaceForColumnElementBlock(QRTModel *model, int numberColumns, int columnOffset,
+                                              int numberElements);
+/** @brief n elements down a diagonal that begins at the offsets. @return number of the new block, -1 on error. */
+QRT_API int qrt_addDiagonalElementBlock(QRTModel *model, int n, const double *elements, int rowOffset,
+                                        int columnOffset);
+/** @brief The elements of an existing block once more at other offsets; storage is shared. reserved is 0.
+ *  @return number of the new block, -1 on error. */
+QRT_API int qrt_repeatElementBlock(QRTModel *model, int block, int rowOffset, int columnOffset, int reserved);
+/** @brief Removes the block added last; nothing without blocks. */
+QRT_API int qrt_dropLastElementBlock(QRTModel *model);
+/** @brief Sums all blocks into one column block; option 1 leaves room in its starts. */
+QRT_API int qrt_mergeBlocks(QRTModel *model, int option);
+/** @brief Number of elements in all blocks, overlaps counted each. */
+QRT_API int qrt_sizeMatrix(QRTModel *model);
+/** @brief Layout of a block: 2 triples, 3 columns. */
+QRT_API int qrt_blockType(QRTModel *model, int block);
+/** @brief Added to each row number of a block. */
+QRT_API int qrt_blockRowBase(QRTModel *model, int block);
+/** @brief Row capacity plus the block's column offset. */
+QRT_API int qrt_blockColumnBase(QRTModel *model, int block);
+/** @brief Elements of a block. */
+QRT_API int qrt_blockNumberElements(QRTModel *model, int block);
+/** @brief Columns of a block; of triples, the highest column number plus 1. */
+QRT_API int qrt_blockNumberColumns(QRTModel *model, int block);
+/** @brief Row numbers of a block, owned by the model. */
+QRT_API const int *qrt_blockRow(QRTModel *model, int block);
+/** @brief Column numbers of triples, or the starts of a column block; owned by the model. */
+QRT_API const int *qrt_blockColumn(QRTModel *model, int block);
+/** @brief Values of a block as stored, owned by the model. */
+QRT_API const double *qrt_blockElement(QRTModel *model, int block);
+
+/** @brief Private copy of a row, duplicates summed, unscaled. Null when the number is out of range. */
+QRT_API QRTVector *qrt_getRow(QRTModel *model, int row);
+/** @brief Private copy of a column. */
+QRT_API QRTVector *qrt_getColumn(QRTModel *model, int column);
+/** @brief Frees what qrt_getRow() or qrt_getColumn() gave. */
+QRT_API int qrt_freeVector(QRTVector *vector);
+/** @brief Copy of the matrix by rows. */
+QRT_API int qrt_createRowCopy(QRTModel *model, QRTMatrixCopy *copy);
+/** @brief Copy of the matrix by columns. */
+QRT_API int qrt_createColumnCopy(QRTModel *model, QRTMatrixCopy *copy);
+/** @brief Frees the arrays of a copy. */
+QRT_API int qrt_deleteMatrixCopy(QRTMatrixCopy *copy);
+/** @brief Sorts each of `count` vectors by index, values along (null: indices only). */
+QRT_API int qrt_sortMatrix(const int *starts, int *indices, double *elements, int count);
+/** @brief Transposes nMajor vectors over nMinor indices into the caller's arrays. */
+QRT_API int qrt_makeCopy(int nMajor, int nMinor, const int *starts, const int *indices, const double *elements,
+                         int *outStarts, int *outIndices, double *outElements);
+/** @brief Turns n triples into column order in place, sorted by row, equal rows summed; sums of at most `tolerance`
+ *  in size are dropped. starts is [nColumns + 1]; the column array is destroyed. @return elements left. */
+QRT_API int qrt_makeColumnOrdered(int *rows, int *columns, double *elements, int *starts, int n, int nColumns,
+                                  double tolerance);
+
+/** @brief Row lower bounds, [rows], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const double *qrt_rowlower(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API double *qrt_getRowlower(QRTModel *model);
+/** @brief Stores a vector that qrt_getRowlower() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setRowlower(QRTModel *model, double *vector);
+/** @brief Row activities, [rows], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const double *qrt_rowacts(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API double *qrt_getRowacts(QRTModel *model);
+/** @brief Stores a vector that qrt_getRowacts() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setRowacts(QRTModel *model, double *vector);
+/** @brief Row upper bounds, [rows], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const double *qrt_rowupper(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API double *qrt_getRowupper(QRTModel *model);
+/** @brief Stores a vector that qrt_getRowupper() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setRowupper(QRTModel *model, double *vector);
+/** @brief Row duals, [rows], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const double *qrt_rowduals(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API double *qrt_getRowduals(QRTModel *model);
+/** @brief Stores a vector that qrt_getRowduals() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setRowduals(QRTModel *model, double *vector);
+/** @brief Row status words, [rows], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const int *qrt_rowstat(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API int *qrt_getRowstat(QRTModel *model);
+/** @brief Stores a vector that qrt_getRowstat() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setRowstat(QRTModel *model, int *vector);
+/** @brief Column lower bounds, [columns], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const double *qrt_collower(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API double *qrt_getCollower(QRTModel *model);
+/** @brief Stores a vector that qrt_getCollower() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setCollower(QRTModel *model, double *vector);
+/** @brief Column values, [columns], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const double *qrt_colsol(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API double *qrt_getColsol(QRTModel *model);
+/** @brief Stores a vector that qrt_getColsol() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setColsol(QRTModel *model, double *vector);
+/** @brief Column upper bounds, [columns], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const double *qrt_colupper(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API double *qrt_getColupper(QRTModel *model);
+/** @brief Stores a vector that qrt_getColupper() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setColupper(QRTModel *model, double *vector);
+/** @brief Reduced costs, [columns], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const double *qrt_colrcosts(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API double *qrt_getColrcosts(QRTModel *model);
+/** @brief Stores a vector that qrt_getColrcosts() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setColrcosts(QRTModel *model, double *vector);
+/** @brief Column status words, [columns], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const int *qrt_colstat(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API int *qrt_getColstat(QRTModel *model);
+/** @brief Stores a vector that qrt_getColstat() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setColstat(QRTModel *model, int *vector);
+/** @brief Column costs, [columns], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const double *qrt_objective(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API double *qrt_getObjective(QRTModel *model);
+/** @brief Stores a vector that qrt_getObjective() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setObjective(QRTModel *model, double *vector);
+/** @brief Row scale factors, [rows], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const double *qrt_rowscales(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API double *qrt_getRowscales(QRTModel *model);
+/** @brief Stores a vector that qrt_getRowscales() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setRowscales(QRTModel *model, double *vector);
+/** @brief Column scale factors, [columns], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const double *qrt_colscales(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API double *qrt_getColscales(QRTModel *model);
+/** @brief Stores a vector that qrt_getColscales() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setColscales(QRTModel *model, double *vector);
+/** @brief Row part of the auxiliary vector, [rows], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const double *qrt_rowaux(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API double *qrt_getRowaux(QRTModel *model);
+/** @brief Stores a vector that qrt_getRowaux() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setRowaux(QRTModel *model, double *vector);
+/** @brief Column part of the auxiliary vector, [columns], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const double *qrt_colaux(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API double *qrt_getColaux(QRTModel *model);
+/** @brief Stores a vector that qrt_getColaux() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setColaux(QRTModel *model, double *vector);
+/** @brief Steepest-edge weights of rows, [rows], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const double *qrt_rweight(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API double *qrt_getRweight(QRTModel *model);
+/** @brief Stores a vector that qrt_getRweight() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setRweight(QRTModel *model, double *vector);
+/** @brief Steepest-edge weights of columns, [columns], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const double *qrt_cweight(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API double *qrt_getCweight(QRTModel *model);
+/** @brief Stores a vector that qrt_getCweight() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setCweight(QRTModel *model, double *vector);
+/** @brief Cost changes of a parametric run, [columns], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const double *qrt_objectiveDelta(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API double *qrt_getObjectiveDelta(QRTModel *model);
+/** @brief Stores a vector that qrt_getObjectiveDelta() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setObjectiveDelta(QRTModel *model, double *vector);
+/** @brief Changes of row lower bounds, [rows], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const double *qrt_lowerRowDelta(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API double *qrt_getLowerRowDelta(QRTModel *model);
+/** @brief Stores a vector that qrt_getLowerRowDelta() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setLowerRowDelta(QRTModel *model, double *vector);
+/** @brief Changes of row upper bounds, [rows], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const double *qrt_upperRowDelta(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API double *qrt_getUpperRowDelta(QRTModel *model);
+/** @brief Stores a vector that qrt_getUpperRowDelta() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setUpperRowDelta(QRTModel *model, double *vector);
+/** @brief Changes of column lower bounds, [columns], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const double *qrt_lowerColumnDelta(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API double *qrt_getLowerColumnDelta(QRTModel *model);
+/** @brief Stores a vector that qrt_getLowerColumnDelta() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setLowerColumnDelta(QRTModel *model, double *vector);
+/** @brief Changes of column upper bounds, [columns], owned by the model; good until the next change of size. Null when absent. */
+QRT_API const double *qrt_upperColumnDelta(QRTModel *model);
+/** @brief Private copy of the same, freed with qrt_free(). */
+QRT_API double *qrt_getUpperColumnDelta(QRTModel *model);
+/** @brief Stores a vector that qrt_getUpperColumnDelta() gave. @return 0, 1 for a vector of another origin or length. */
+QRT_API int qrt_setUpperColumnDelta(QRTModel *model, double *vector);
+/** @brief Stores values[0..last-first-1] as entries first to last - 1: row lower bounds. */
+QRT_API int qrt_copyRowlower(QRTModel *model, const double *values, int first, int last);
+/** @brief Stores values[0..last-first-1] as entries first to last - 1: row activities. */
+QRT_API int qrt_copyRowacts(QRTModel *model, const double *values, int first, int last);
+/** @brief Stores values[0..last-first-1] as entries first to last - 1: row upper bounds. */
+QRT_API int qrt_copyRowupper(QRTModel *model, const double *values, int first, int last);
+/** @brief Stores values[0..last-first-1] as entries first to last - 1: row duals. */
+QRT_API int qrt_copyRowduals(QRTModel *model, const double *values, int first, int last);
+/** @brief Stores values[0..last-first-1] as entries first to last - 1: row status words. */
+QRT_API int qrt_copyRowstat(QRTModel *model, const int *values, int first, int last);
+/** @brief Stores values[0..last-first-1] as entries first to last - 1: column lower bounds. */
+QRT_API int qrt_copyCollower(QRTModel *model, const double *values, int first, int last);
+/** @brief Stores values[0..last-first-1] as entries first to last - 1: column values. */
+QRT_API int qrt_copyColsol(QRTModel *model, const double *values, int first, int last);
+/** @brief Stores values[0..last-first-1] as entries first to last - 1: column upper bounds. */
+QRT_API int qrt_copyColupper(QRTModel *model, const double *values, int first, int last);
+/** @brief Stores values[0..last-first-1] as entries first to last - 1: reduced costs. */
+QRT_API int qrt_copyColrcosts(QRTModel *model, const double *values, int first, int last);
+/** @brief Stores values[0..last-first-1] as entries first to last - 1: column status words. */
+QRT_API int qrt_copyColstat(QRTModel *model, const int *values, int first, int last);
+/** @brief Stores values[0..last-first-1] as entries first to last - 1: column costs. */
+QRT_API int qrt_copyObjective(QRTModel *model, const double *values, int first, int last);
+
+/** @brief Row names: entries of qrt_getInumchar() bytes (one more while pointer tables exist), NUL-terminated when
+ *  shorter than their entry. Owned by the model, null without names. */
+QRT_API const char *qrt_rownames(QRTModel *model);
+/** @brief Column names, likewise. */
+QRT_API const char *qrt_colnames(QRTModel *model);
+/** @brief Table of pointers to the row names, made on the first call; null without names. */
+QRT_API char **qrt_rowNamePointers(QRTModel *model);
+/** @brief Table of pointers to the column names. */
+QRT_API char **qrt_colNamePointers(QRTModel *model);
+/** @brief Gives all rows and columns default names of a length from 1 to 31 (0: the present length). */
+QRT_API int qrt_createNames(QRTModel *model, int length);
+/** @brief Removes all names. */
+QRT_API int qrt_deleteNames(QRTModel *model);
+/** @brief Stores names[0..last-first-1] as the names of rows first to last - 1; longer ones are cut. */
+QRT_API int qrt_copyRowNames(QRTModel *model, const char *const *names, int first, int last);
+/** @brief Stores names of columns first to last - 1. */
+QRT_API int qrt_copyColumnNames(QRTModel *model, const char *const *names, int first, int last);
+
+/** @brief Marks a column as integer; it counts once. @return 0, 999 for a column out of range. */
+QRT_API int qrt_markAsInteger(QRTModel *model, int column);
+/** @brief One byte a column, not 0 for integers; null without any. Owned by the model. */
+QRT_API const char *qrt_integerType(QRTModel *model);
+
 /* ---- files ---------------------------------------------------------------------------------------------- */
 
 /** @brief Opens a numbered unit of the core's file layer. @param unit 0 to 109.  @param file name, or null or empty

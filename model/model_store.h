@@ -190,12 +190,20 @@ struct CompressInfo;
 // Takes free basic rows and fixed nonbasic columns out of the model, when it is worth while: exactly one column
 // block, no quadratic terms, no delta vectors. Null when nothing was taken out.
 CompressInfo *qrt_compressMatrix(QRTModel *model);
+// While compressed the model's numbers, names and RobjectiveOffset are those of the small model; after a solve call
+// it when the duals are back in the caller's sign (behind qrt_up). It works in any index form, so that it also
+// serves after a jump.
 // Brings the model back and spreads solution, duals, statuses, aux and weights; null info does nothing.
 void qrt_decompressMatrix(QRTModel *model, CompressInfo *info);
-// Number in the whole model of a row or column of the compressed one, and back (-1: taken out). Rows count from
-// 0, columns from Imaxrows of the model they are numbers of.
-int qrt_oldSeq(const QRTModel *model, const CompressInfo *info, int sequence);
-int qrt_compressedSeq(const QRTModel *model, const CompressInfo *info, int sequence);
+// Number in the whole model of a row or column of the small one, and back (-1: taken out). Rows count from 0,
+// columns from the Imaxrows of the model they are numbers of; a null info changes nothing.
+int qrt_oldSeq(const CompressInfo *info, int sequence);
+int qrt_compressedSeq(const CompressInfo *info, int sequence);
+// Further vectors in rim layout: a guarded copy in the small numbering, and a small one scattered over the whole.
+double *qrt_compressDouble(QRTModel *model, const CompressInfo *info, const double *whole);
+int *qrt_compressLong(QRTModel *model, const CompressInfo *info, const int *whole);
+void qrt_decompressDouble(const CompressInfo *info, const double *small, double *whole);
+void qrt_decompressLong(const CompressInfo *info, const int *small, int *whole);
 
 // ---- whole model (whole_model.cpp) ---------------------------------------------------------------------------
 

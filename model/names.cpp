@@ -10,7 +10,7 @@
 #include "frame/entry_frame.h"
 #include "frame/guarded_memory.h"
 #include "frame/messages.h"
-#include "frame/records.h"
+#include "frame/work_image.h"
 #include "model/model_store.h"
 
 namespace {
@@ -118,8 +118,7 @@ const char *nameOf(const char *names, int k, const QRTModel *model, char kind, c
 void publishLength(QRTModel *model) {
   const int length = nameLength(model);
   if (model == qrt_modelInfo) qrtlplp.Inumchar = length;
-  QrtLplp *image = const_cast<QrtLplp *>(imageLplp(model));
-  if (image) image->Inumchar = length;
+  if (model->furtherInfo) imageOf(model)->lplp.Inumchar = length;
 }
 
 void copyNames(QRTModel *model, const char *const *values, int first, int last, bool rows) {
