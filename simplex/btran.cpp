@@ -1,0 +1,226 @@
+// BTRAN: x := B^-T x, through U, R and L transposed, each by search or by sweep.
+#include <cmath>
+#include <cstring>
+
+#include "simplex/factor_arrays.h"
+#include "simplex/solve_choice.h"
+
+namespace {
+
+// ---- U transposed: along the rows of U, in pivot order
+
+void upperSearch(FactorArrays *a, SparseVector *x, int found) {
+  double *value = x->value;
+  const int32_t *index = a->uRowStore.index;
+  const double *element = a->uRowStore.value;
+  int count = 0;
+  for (int k = found - 1; k >= 0; k--) {
+    const int row = a->searchList[k];
+    double v = value[row];
+    if (v <= TINY_VALUE && v >= -TINY_VALUE) {
+      value[row] = 0.0;
+      continue;
+    }
+    v *= a->pivotInverse[row];
+    value[row] = v;
+    x->index[count++] = row;
+    const int start = a->uRows.start[row], end = start + a->uRows.length[row];
+    for (int p = start; p < end; p++) value[index[p]] -= v * element[p];
+  }
+  x->count = count;
+}
+
+int64_t upperSweep(FactorArrays *a, double *value, int first) {
+  const int32_t *index = a->uRowStore.index, *order = a->order;
+  const double *element = a->uRowStore.value, *inverse = a->pivotInverse;
+  const int32_t *starts = a->uRows.start, *lengths = a->uRows.length;
+  int64_t work = a->orderEnd - first;
+  for (int k = first; k < a->orderEnd; k++) {
+    const int row = order[k];
+    double v = value[row];
+    if (v == 0.0 || row == 0) continue;
+    if (v <= TINY_VALUE && v >= -TINY_VALUE) {
+      value[row] = 0.0;
+      continue;
+    }
+    v *= inverse[row];
+    value[row] = v;
+    const int start = starts[row], end = start + lengths[row];
+    work += end - start;
+    for (int p = start; p < end; p++) value[index[p]] -= v * element[p];
+  }
+  return work;
+}
+
+void upper(Factor *factor, SparseVector *x, SolveKind kind) {
+  FactorArrays *a = factor->arrays;
+  const int m = factor->m;
+  int first = 0;
+  if (x->count >= 0) {
+    if (searchPays(m, x->count, a->partDensity[kind])) {
+      const SearchGraph graph = {a->uRowStore.index, a->uRows.start, a->uRows.length, nullptr};
+      const int found = symbolicSearch(a, &graph, x->index, x->count, searchLimit(m));
+      if (found >= 0) {
+        upperSearch(a, x, found);
+        factor->solveWork += 4.0 * found;
+        return;
+      }
+    }
+    first = a->orderEnd;
+    for (int k = 0; k < x->count; k++) {
+      const int position = a->orderPosition[x->index[k]];
+      if (position < first) first = position;
+    }
+  }
+  factor->solveWork += double(upperSweep(a, x->value, first));
+  x->count = LIST_UNKNOWN;
+}
+
+// ---- R transposed: backward, each eta only when its row is not zero
+
+void rowEtas(Factor *factor, SparseVector *x) {
+  const FactorArrays *a = factor->arrays;
+  double *value = x->value;
+  const int32_t *index = a->rStore.index;
+  const double *element = a->rStore.value;
+  int64_t work = factor->etaNumber;
+  for (int e = factor->etaNumber - 1; e >= 0; e--) {
+    const double v = value[a->rRow[e]];
+    if (v <= TINY_VALUE && v >= -TINY_VALUE) continue;
+    const int end = a->rStart[e + 1];
+    work += end - a->rStart[e];
+    if (x->count < 0) {
+      for (int p = a->rStart[e]; p < end; p++) value[index[p]] -= v * element[p];
+    } else {
+      for (int p = a->rStart[e]; p < end; p++) {
+        const int row = index[p];
+        const double old = value[row], x1 = old - v * element[p];
+        if (old == 0.0) x->index[x->count++] = row;
+        value[row] = std::fabs(x1) <= TINY_VALUE ? CANCELLED_VALUE : x1;
+      }
+    }
+  }
+  factor->solveWork += double(work);
+}
+
+// ---- L transposed: along the row copy of L, backward in the factorisation's order
+
+void lowerSearch(FactorArrays *a, SparseVector *x, int found) {
+  double *value = x->value;
+  const int32_t *index = a->lRowStore.index;
+  const double *element = a->lRowStore.value;
+  int count = 0;
+  for (int k = found - 1; k >= 0; k--) {
+    const int row = a->searchList[k];
+    const double v = value[row];
+    if (v <= TINY_VALUE && v >= -TINY_VALUE) {
+      value[row] = 0.0;
+      continue;
+    }
+    x->index[count++] = row;
+    const int end = a->lRowStart[row + 1];
+    for (int p = a->lRowStart[row]; p < end; p++) value[index[p]] -= v * element[p];
+  }
+  x->count = count;
+}
+
+int64_t lowerSweep(FactorArrays *a, double *value) {
+  const int32_t *index = a->lRowStore.index, *start = a->lRowStart;
+  const double *element = a->lRowStore.value;
+  int64_t work = a->lOrderLength;
+  for (int k = a->lOrderLength - 1; k >= 0; k--) {
+    const int row = a->lOrder[k];
+    const double v = value[row];
+    if (v == 0.0) continue;
+    if (v <= TINY_VALUE && v >= -TINY_VALUE) {
+      value[row] = 0.0;
+      continue;
+    }
+    const int end = start[row + 1];
+    work += end - start[row];
+    for (int p = start[row]; p < end; p++) value[index[p]] -= v * element[p];
+  }
+  return work;
+}
+
+void lower(Factor *factor, SparseVector *x, SolveKind kind) {
+  FactorArrays *a = factor->arrays;
+  const int m = factor->m;
+  if (a->lNumber == 0) {
+    sparseVector_clean(x, TINY_VALUE);
+    return;
+  }
+  if (x->count >= 0 && searchPays(m, x->count, factor->density[kind])) {
+    const SearchGraph graph = {a->lRowStore.index, a->lRowStart, nullptr, nullptr};
+    const int found = symbolicSearch(a, &graph, x->index, x->count, searchLimit(m));
+    if (found >= 0) {
+      lowerSearch(a, x, found);
+      factor->solveWork += 4.0 * found;
+      return;
+    }
+  }
+  factor->solveWork += double(lowerSweep(a, x->value));
+  sparseVector_pack(x);
+}
+
+// What U leaves of a unit vector is, but for a factor, the row eta of an update of that row.
+void keepEta(Factor *factor, const SparseVector *x, int row, double scale) {
+  FactorArrays *a = factor->arrays;
+  const double factorOfEta = -1.0 / (scale * a->pivotInverse[row]);
+  int count = 0;
+  const auto keep = [&](int i) {
+    const double v = x->value[i];
+    if (v == 0.0 || i == row) return;
+    const double y = v * factorOfEta;
+    if (std::fabs(y) <= TINY_VALUE) return;
+    a->keptEtaIndex[count] = i;
+    a->keptEtaValue[count++] = y;
+  };
+  if (x->count >= 0)
+    for (int k = 0; k < x->count; k++) keep(x->index[k]);
+  else
+    for (int i = 1; i <= factor->m; i++) keep(i);
+  a->keptEtaCount = count;
+  a->keptEtaRow = row;
+}
+
+void solve(Factor *factor, SparseVector *x, SolveKind kind, int keepRow, double scale) {
+  FactorArrays *a = factor->arrays;
+  if (x->count < 0) sparseVector_pack(x);
+  if (x->count == 0) {
+    factor->lastCount = 0;
+    return;
+  }
+  upper(factor, x, kind);
+  noteDensity(&a->partDensity[kind], x, factor->m);
+  if (keepRow) keepEta(factor, x, keepRow, scale);
+  if (factor->etaNumber) rowEtas(factor, x);
+  lower(factor, x, kind);
+  noteDensity(&factor->density[kind], x, factor->m);
+  factor->lastCount = x->count;
+}
+
+}  // namespace
+
+void qrtbtju(Factor *factor, SparseVector *x, SolveKind kind) { upper(factor, x, kind); }
+
+void qrtbtrn(Factor *factor, SparseVector *x, SolveKind kind) { solve(factor, x, kind, 0, 1.0); }
+
+void qrtbtrn_row(Factor *factor, int row, double scale, SparseVector *x) {
+  x->value[row] = scale;
+  x->index[0] = row;
+  x->count = 1;
+  solve(factor, x, SOLVE_ROW, row, scale);
+}
+
+void qrtbtrn_dense(Factor *factor, double *value) {
+  SparseVector x = factor->arrays->work;
+  x.value = value;
+  x.count = LIST_UNKNOWN;
+  solve(factor, &x, SOLVE_DUALS, 0, 1.0);
+}
+
+void qrtbtn2(Factor *factor, SparseVector *x, SparseVector *y, SolveKind kindOfY) {
+  solve(factor, x, SOLVE_ROW, 0, 1.0);
+  solve(factor, y, kindOfY, 0, 1.0);
+}

@@ -1,0 +1,224 @@
+// FTRAN: x := B^-1 x, through L, R and U, each by search or by sweep.
+#include <cmath>
+#include <cstring>
+
+#include "simplex/factor_arrays.h"
+#include "simplex/solve_choice.h"
+
+namespace {
+
+// ---- L
+
+void lowerSearch(FactorArrays *a, SparseVector *x, int found) {
+  double *value = x->value;
+  const int32_t *index = a->lStore.index;
+  const double *element = a->lStore.value;
+  int count = 0;
+  for (int k = found - 1; k >= 0; k--) {
+    const int row = a->searchList[k];
+    const double pivot = value[row];
+    if (pivot <= TINY_VALUE && pivot >= -TINY_VALUE) {
+      value[row] = 0.0;
+      continue;
+    }
+    x->index[count++] = row;
+    const int e = a->lEtaOfRow[row];
+    if (e < 0) continue;
+    const int end = a->lStart[e + 1];
+    for (int p = a->lStart[e]; p < end; p++) value[index[p]] -= pivot * element[p];
+  }
+  x->count = count;
+}
+
+int64_t lowerSweep(FactorArrays *a, double *value, int first) {
+  const int32_t *index = a->lStore.index, *start = a->lStart, *pivotRow = a->lPivotRow;
+  const double *element = a->lStore.value;
+  const int number = a->lNumber;
+  int64_t work = number - first;
+  for (int e = first; e < number; e++) {
+    const double pivot = value[pivotRow[e]];
+    if (pivot == 0.0) continue;
+    if (pivot <= TINY_VALUE && pivot >= -TINY_VALUE) {
+      value[pivotRow[e]] = 0.0;
+      continue;
+    }
+    const int end = start[e + 1];
+    work += end - start[e];
+    for (int p = start[e]; p < end; p++) value[index[p]] -= pivot * element[p];
+  }
+  return work;
+}
+
+// Eta from which a listed vector can make a difference.
+int firstEta(const FactorArrays *a, const SparseVector *x) {
+  int first = a->lNumber;
+  for (int k = 0; k < x->count; k++) {
+    const int e = a->lEtaOfRow[x->index[k]];
+    if (e >= 0 && e < first) first = e;
+  }
+  return first;
+}
+
+void lower(Factor *factor, SparseVector *x, SolveKind kind) {
+  FactorArrays *a = factor->arrays;
+  if (a->lNumber == 0) return;
+  const int m = factor->m;
+  int first = 0;
+  if (x->count >= 0) {
+    first = firstEta(a, x);
+    if (first == a->lNumber) return;
+    if (searchPays(m, x->count, a->partDensity[kind])) {
+      const SearchGraph graph = {a->lStore.index, a->lStart, nullptr, a->lEtaOfRow};
+      const int found = symbolicSearch(a, &graph, x->index, x->count, searchLimit(m));
+      if (found >= 0) {
+        lowerSearch(a, x, found);
+        factor->solveWork += 4.0 * found;
+        return;
+      }
+    }
+  }
+  factor->solveWork += double(lowerSweep(a, x->value, first));
+  x->count = LIST_UNKNOWN;
+}
+
+// ---- R
+
+void rowEtas(Factor *factor, SparseVector *x) {
+  const FactorArrays *a = factor->arrays;
+  double *value = x->value;
+  const int32_t *index = a->rStore.index;
+  const double *element = a->rStore.value;
+  for (int e = 0; e < factor->etaNumber; e++) {
+    const int end = a->rStart[e + 1];
+    double sum = 0.0;
+    for (int p = a->rStart[e]; p < end; p++) sum += value[index[p]] * element[p];
+    if (sum == 0.0) continue;
+    const int row = a->rRow[e];
+    const double old = value[row], x1 = old - sum;
+    if (old == 0.0 && x->count >= 0) x->index[x->count++] = row;
+    value[row] = std::fabs(x1) <= TINY_VALUE ? CANCELLED_VALUE : x1;
+  }
+  factor->solveWork += factor->etaCount;
+}
+
+void keepSpike(Factor *factor, const SparseVector *x) {
+  FactorArrays *a = factor->arrays;
+  int count = 0;
+  if (x->count >= 0) {
+    for (int k = 0; k < x->count; k++) {
+      const int row = x->index[k];
+      const double v = x->value[row];
+      if (std::fabs(v) <= TINY_VALUE) continue;
+      a->spikeIndex[count] = row;
+      a->spikeValue[count++] = v;
+    }
+  } else {
+    for (int row = 1; row <= factor->m; row++) {
+      const double v = x->value[row];
+      if (v == 0.0 || std::fabs(v) <= TINY_VALUE) continue;
+      a->spikeIndex[count] = row;
+      a->spikeValue[count++] = v;
+    }
+  }
+  a->spikeCount = count;
+}
+
+// ---- U
+
+void upperSearch(FactorArrays *a, SparseVector *x, int found) {
+  double *value = x->value;
+  const int32_t *index = a->uColumnStore.index;
+  const double *element = a->uColumnStore.value;
+  int count = 0;
+  for (int k = found - 1; k >= 0; k--) {
+    const int row = a->searchList[k];
+    double v = value[row];
+    if (v <= TINY_VALUE && v >= -TINY_VALUE) {
+      value[row] = 0.0;
+      continue;
+    }
+    v *= a->pivotInverse[row];
+    value[row] = v;
+    x->index[count++] = row;
+    const int start = a->uColumns.start[row], end = start + a->uColumns.length[row];
+    for (int p = start; p < end; p++) value[index[p]] -= v * element[p];
+  }
+  x->count = count;
+}
+
+// From position `last` down. The logicals at the head of the order have unit columns: nothing is done for them.
+int64_t upperSweep(FactorArrays *a, double *value, int last) {
+  const int32_t *index = a->uColumnStore.index, *order = a->order;
+  const double *element = a->uColumnStore.value, *inverse = a->pivotInverse;
+  const int32_t *starts = a->uColumns.start, *lengths = a->uColumns.length;
+  int64_t work = last - a->orderLogicals;
+  for (int k = last; k >= a->orderLogicals; k--) {
+    const int row = order[k];
+    double v = value[row];
+    if (v == 0.0 || row == 0) continue;
+    if (v <= TINY_VALUE && v >= -TINY_VALUE) {
+      value[row] = 0.0;
+      continue;
+    }
+    v *= inverse[row];
+    value[row] = v;
+    const int start = starts[row], end = start + lengths[row];
+    work += end - start;
+    for (int p = start; p < end; p++) value[index[p]] -= v * element[p];
+  }
+  return work;
+}
+
+void upper(Factor *factor, SparseVector *x, SolveKind kind) {
+  FactorArrays *a = factor->arrays;
+  const int m = factor->m;
+  int last = a->orderEnd - 1;
+  if (x->count >= 0) {
+    if (searchPays(m, x->count, factor->density[kind])) {
+      const SearchGraph graph = {a->uColumnStore.index, a->uColumns.start, a->uColumns.length, nullptr};
+      const int found = symbolicSearch(a, &graph, x->index, x->count, searchLimit(m));
+      if (found >= 0) {
+        upperSearch(a, x, found);
+        factor->solveWork += 4.0 * found;
+        return;
+      }
+    }
+    last = -1;
+    for (int k = 0; k < x->count; k++) {
+      const int position = a->orderPosition[x->index[k]];
+      if (position > last) last = position;
+    }
+  }
+  factor->solveWork += double(upperSweep(a, x->value, last));
+  sparseVector_pack(x);
+}
+
+void solve(Factor *factor, SparseVector *x, SolveKind kind, bool keep) {
+  FactorArrays *a = factor->arrays;
+  if (x->count < 0) sparseVector_pack(x);
+  if (x->count == 0) {
+    if (keep) a->spikeCount = 0;
+    factor->lastCount = 0;
+    return;
+  }
+  lower(factor, x, kind);
+  noteDensity(&a->partDensity[kind], x, factor->m);
+  if (factor->etaNumber) rowEtas(factor, x);
+  if (keep) keepSpike(factor, x);
+  upper(factor, x, kind);
+  noteDensity(&factor->density[kind], x, factor->m);
+  factor->lastCount = x->count;
+}
+
+}  // namespace
+
+void qrtftrn(Factor *factor, SparseVector *x, SolveKind kind) { solve(factor, x, kind, false); }
+
+void qrtftrn_ft(Factor *factor, SparseVector *x) { solve(factor, x, SOLVE_COLUMN, true); }
+
+void qrtftrn_dense(Factor *factor, double *value) {
+  SparseVector x = factor->arrays->work;
+  x.value = value;
+  x.count = LIST_UNKNOWN;
+  solve(factor, &x, SOLVE_RHS, false);
+}
