@@ -418,6 +418,13 @@ int qrtcmfc(Factor *factor, int repair) {
   int64_t work = 0;
   const int rowMoves = a->rowElements.capacity, columnMoves = a->columnElements.capacity;
   while (a->activeRowCount > 0) {
+    const int64_t left = a->activeRowCount;
+    if (left > DENSE_ROWS && double(left) * double(left) < DENSE_SHARE * a->activeElements && !a->kernelFault) {
+      factor->denseRows = int32_t(left);
+      qrtcmfd(factor);
+      work += left * left * left / 3;
+      break;
+    }
     const Pivot pivot = qrtfpvt(a, factor->pivotThreshold);
     if (!pivot.row) break;
     if (std::fabs(pivot.value) < a->columnTiny[pivot.column]) {
@@ -436,12 +443,6 @@ int qrtcmfc(Factor *factor, int repair) {
       continue;
     }
     work += pivotStep(factor, &pivot);
-    const int64_t left = a->activeRowCount;
-    if (left > DENSE_ROWS && double(left) * double(left) < DENSE_SHARE * a->activeElements && !a->kernelFault) {
-      factor->denseRows = int32_t(left);
-      qrtcmfd(factor);
-      work += left * left * left / 3;
-    }
   }
   factor->rowCompactions = a->rowElements.capacity != rowMoves;
   factor->columnCompactions = a->columnElements.capacity != columnMoves;

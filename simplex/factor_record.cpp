@@ -283,6 +283,8 @@ Factor *factor_copy(const Factor *from) {
   copyStore(&a->rStore, &b->rStore);
   copyStore(&a->uRowStore, &b->uRowStore);
   copyStore(&a->uColumnStore, &b->uColumnStore);
+  freeLists(&a->uRows);
+  freeLists(&a->uColumns);
   copyLists(&a->uRows, &b->uRows, m + 2);
   copyLists(&a->uColumns, &b->uColumns, m + 2);
   copyBlock(&a->rRow, b->rRow, b->rCapacity);
