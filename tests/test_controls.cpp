@@ -46,7 +46,9 @@ TEST_F(Controls, EveryPlainIntegerKeepsToItsRangeAndItsOwnField) {
     }
     EXPECT_EQ(qrt_setI(a, before, index), 0) << control.name;
     for (const IntegerControl &other : integerControls)
-      if (isPlain(other)) EXPECT_EQ(qrt_getI(a, other.position - 1), other.objectInitial) << control.name << other.name;
+      if (isPlain(other)) {
+        EXPECT_EQ(qrt_getI(a, other.position - 1), other.objectInitial) << control.name << other.name;
+      }
   }
 }
 
@@ -55,8 +57,12 @@ TEST_F(Controls, EveryRealKeepsToItsRangeAndItsOwnField) {
     if (control.position > 47 || control.position == 3) continue;
     const int index = control.position - 1;
     const double before = qrt_getR(a, index);
-    if (control.high < REAL_ANY) EXPECT_EQ(qrt_setR(a, control.high * 1.01, index), 1) << control.name;
-    if (control.low > -REAL_ANY) EXPECT_EQ(qrt_setR(a, control.low - 1e25, index), 1) << control.name;
+    if (control.high < REAL_ANY) {
+      EXPECT_EQ(qrt_setR(a, control.high * 1.01, index), 1) << control.name;
+    }
+    if (control.low > -REAL_ANY) {
+      EXPECT_EQ(qrt_setR(a, control.low - 1e25, index), 1) << control.name;
+    }
     EXPECT_EQ(qrt_getR(a, index), before) << control.name;
     const double inside = control.high < REAL_ANY ? control.high * 0.5 : 77.25;
     EXPECT_EQ(qrt_setR(a, inside, index), 0) << control.name;

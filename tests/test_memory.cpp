@@ -28,10 +28,10 @@ class Memory : public ::testing::Test {
 };
 
 TEST_F(Memory, ChainSurvivesARandomWalkAgainstAList) {
-  std::mt19937 random(7);
+  std::minstd_rand random(7);
   std::vector<int *> live;  // oldest first
   for (int step = 0; step < 3000; ++step) {
-    const unsigned what = random() % 10;
+    const int what = int(random() % 10);
     if (what < 5 || live.empty()) {
       int *block = qrt_longTemporary(model, 1 + int(random() % 50));
       block[0] = step;

@@ -141,7 +141,7 @@ TEST_F(Messages, CallbackSeesTheArgumentsEvenOfAnUnprintedMessage) {
   EXPECT_EQ(seenNumber, 1);
   EXPECT_EQ(seenInts[0], 42);
   EXPECT_EQ(seenReal, 2.5);
-  EXPECT_EQ(seenLine.substr(0, 35), " QRT0001I Iteration Number:       42");
+  EXPECT_EQ(seenLine.substr(0, 36), " QRT0001I Iteration Number:       42");
   EXPECT_EQ(written().find("QRT0001I"), std::string::npos);
   EXPECT_EQ(qrt_getRtarget(model), 5.0);
 }
