@@ -1,0 +1,123 @@
+// Makes the files and takes the measures of the benchmarks.
+#include "generators.h"
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <vector>
+
+namespace {
+
+FILE *create(const std::string &path) {
+  FILE *file = std::fopen(path.c_str(), "w");
+  if (!file) {
+    std::perror(path.c_str());
+    std::exit(1);
+  }
+  return file;
+}
+
+}  // namespace
+
+QRTContext *benchContext() {
+  static QRTContext *const context = [] {
+    QRTContext *made = qrts_initializeContext();
+    benchQuiet(qrt_baseModel(made));
+    return made;
+  }();
+  return context;
+}
+
+void benchQuiet(QRTModel *model) {
+  qrt_mset(model, 7000, 256, 0, 0, 7999, 0);
+  qrt_setLogfileName(model, "/dev/null");
+}
+
+double secondsNow() { return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(); }
+
+long long peakMemory() {
+  rusage usage;
+  getrusage(RUSAGE_SELF, &usage);
+  return 1024LL * usage.ru_maxrss;
+}
+
+long long fileSize(const std::string &path) {
+  struct stat about;
+  return stat(path.c_str(), &about) == 0 ? about.st_size : -1;
+}
+
+double countLines(const std::string &path, long long *lines) {
+  const double begin = secondsNow();
+  FILE *pipe = popen(("wc -l < '" + path + "'").c_str(), "r");
+  long long count = 0;
+  if (pipe) {
+    if (std::fscanf(pipe, "%lld", &count) != 1) count = 0;
+    pclose(pipe);
+  }
+  if (lines) *lines = count;
+  return secondsNow() - begin;
+}
+
+void writeMps(const std::string &path, int rows, int columns, int perColumn) {
+  FILE *file = create(path);
+  std::mt19937 random(1);
+  std::fprintf(file, "NAME          BENCH\nROWS\n N  COST\n");
+  for (int i = 0; i < rows; ++i) std::fprintf(file, " L  R%07d\n", i);
+  std::fprintf(file, "COLUMNS\n");
+  for (int j = 0; j < columns; ++j) {
+    std::fprintf(file, "    C%07d  COST      %12.5f\n", j, double(random() % 100000) / 1000);
+    // The rows of a column are distinct: they lie a stride apart.
+    const int stride = rows / perColumn;
+    int i = int(random() % unsigned(stride));
+    for (int k = 0; k < perColumn; ++k, i += stride) {
+      if (k % 2 == 0) std::fprintf(file, "    C%07d", j);
+      std::fprintf(file, k % 2 == 0 ? "  R%07d  %12.5f" : "   R%07d  %12.5f", i, double(random() % 9999) / 100 + 0.01);
+      if (k % 2 == 1 || k + 1 == perColumn) std::fprintf(file, "\n");
+    }
+  }
+  std::fprintf(file, "RHS\n");
+  for (int i = 0; i < rows; ++i) std::fprintf(file, "    RHS       R%07d  %12.2f\n", i, 1000.0 + i % 97);
+  std::fprintf(file, "ENDATA\n");
+  std::fclose(file);
+}
+
+void writeCore(const std::string &path, int random) {
+  FILE *file = create(path + ".cor");
+  std::fprintf(file, "NAME          BENCH\nROWS\n N  COST\n L  ROOM\n");
+  for (int k = 0; k < random; ++k) std::fprintf(file, " G  NEED%04d\n", k);
+  std::fprintf(file, "COLUMNS\n    BUY       COST               1.0   ROOM               1.0\n");
+  for (int k = 0; k < random; ++k) std::fprintf(file, "    BUY       NEED%04d           1.0\n", k);
+  for (int k = 0; k < random; ++k) std::fprintf(file, "    LATE%04d  COST               2.0   NEED%04d           1.0\n", k, k);
+  std::fprintf(file, "RHS\n    RHS       ROOM              50.0\n");
+  for (int k = 0; k < random; ++k) std::fprintf(file, "    RHS       NEED%04d           1.0\n", k);
+  std::fprintf(file, "ENDATA\n");
+  std::fclose(file);
+  file = create(path + ".tim");
+  std::fprintf(file, "TIME          BENCH\nPERIODS\n    BUY       ROOM                     NOW\n    LATE0000  NEED0000                 THEN\nENDATA\n");
+  std::fclose(file);
+}
+
+void writeIndep(const std::string &path, int random, int outcomes) {
+  FILE *file = create(path);
+  std::fprintf(file, "STOCH         BENCH\nINDEP         DISCRETE\n");
+  for (int k = 0; k < random; ++k)
+    for (int o = 0; o < outcomes; ++o)
+      std::fprintf(file, "    RHS       NEED%04d  %12.4f   THEN      %12.8f\n", k, 2.0 + o + k, 1.0 / outcomes);
+  std::fprintf(file, "ENDATA\n");
+  std::fclose(file);
+}
+
+void writeScenarios(const std::string &path, int random, int scenarios) {
+  FILE *file = create(path);
+  std::fprintf(file, "STOCH         BENCH\nSCENARIOS     DISCRETE\n");
+  for (int s = 0; s < scenarios; ++s) {
+    std::fprintf(file, " SC S%07d  ROOT      %12.9f   THEN\n", s, 1.0 / scenarios);
+    for (int k = 0; k < random; ++k) std::fprintf(file, "    RHS       NEED%04d  %12.4f\n", k, 2.0 + (s * 7 + k) % 1013);
+  }
+  std::fprintf(file, "ENDATA\n");
+  std::fclose(file);
+}

@@ -1,0 +1,27 @@
+// Files and models for the benchmarks, made on the spot so that none has to be kept.
+#pragma once
+
+#include <string>
+
+#include "qrts_c_api.h"
+
+// Context whose messages are out of the way; severe ones come back as return values.
+QRTContext *benchContext();
+void benchQuiet(QRTModel *model);
+
+double secondsNow();
+// Peak of resident memory of this process so far, and of its present, in bytes.
+long long peakMemory();
+long long fileSize(const std::string &path);
+// Seconds that counting the lines of a file takes: the yardstick of reading.
+double countLines(const std::string &path, long long *lines);
+
+// A random sparse MPS file.
+void writeMps(const std::string &path, int rows, int columns, int perColumn);
+
+// A two-stage triple with `random` random right-hand sides in stage 2: path + ".cor", ".tim".
+void writeCore(const std::string &path, int random);
+// INDEP data of `random` variables with `outcomes` outcomes each: outcomes^random scenarios.
+void writeIndep(const std::string &path, int random, int outcomes);
+// `scenarios` SCENARIOS entries of `random` elements each.
+void writeScenarios(const std::string &path, int random, int scenarios);
