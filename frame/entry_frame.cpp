@@ -65,6 +65,7 @@ void qrt_enter(QRTModel *model, const char *routine, int level) {
   if (!qrt_validModel(model)) {
     flushLogs();
     fputs("QRT9999S Fatal Error - ** Model not initialized\n", stderr);
+    fflush(stderr);  // an application may have given it a buffer
     abort();
   }
   if (!(model->modelFlags & MODEL_MOVING)) qrt_makeThisCurrent(model);

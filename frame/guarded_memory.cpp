@@ -176,6 +176,7 @@ void *qrt_copyOfMemory(const void *pointer) {
   if (length < 0) {
     fflush(stdout);
     fprintf(stderr, "array at %jx has been overwritten\n", uintmax_t(uintptr_t(pointer)));
+    fflush(stderr);
     abort();
   }
   void *copy = allocateBytes(length, false);
