@@ -192,11 +192,11 @@ void solve(Factor *factor, SparseVector *x, SolveKind kind, int keepRow, double 
     return;
   }
   upper(factor, x, kind);
-  noteDensity(&a->partDensity[kind], x, factor->m);
+  notePartDensity(a, kind, x, factor->m);
   if (keepRow) keepEta(factor, x, keepRow, scale);
   if (factor->etaNumber) rowEtas(factor, x);
   lower(factor, x, kind);
-  noteDensity(&factor->density[kind], x, factor->m);
+  noteDensity(&factor->density[kind], x->count, factor->m);
   factor->lastCount = x->count;
 }
 

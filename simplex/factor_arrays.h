@@ -83,6 +83,7 @@ struct FactorArrays {
   int32_t *searchNext;     // [m] next element of each row on the path
   int32_t *searchList;     // [m] pattern found, in post-order
   double partDensity[SOLVE_KINDS];  // running mean of the density after the first triangular factor
+  uint32_t sweeps;         // sweeps over a first factor; every eighth has its result counted
   SparseVector work;       // zero; for solves of plain arrays
 
   // ---- the elimination; meaningless between factorisations --------------------------------------------------------

@@ -146,13 +146,18 @@ void upperSearch(FactorArrays *a, SparseVector *x, int found) {
   x->count = count;
 }
 
-// From position `last` down. The logicals at the head of the order have unit columns: nothing is done for them.
-int64_t upperSweep(FactorArrays *a, double *value, int last) {
+// From position `last` down, leaving the list of the result. The logicals at the head of the order have unit columns:
+// they are only listed.
+int64_t upperSweep(FactorArrays *a, SparseVector *x, int last) {
   const int32_t *index = a->uColumnStore.index, *order = a->order;
   const double *element = a->uColumnStore.value, *inverse = a->pivotInverse;
   const int32_t *starts = a->uColumns.start, *lengths = a->uColumns.length;
-  int64_t work = last - a->orderLogicals;
-  for (int k = last; k >= a->orderLogicals; k--) {
+  double *value = x->value;
+  int32_t *list = x->index;
+  int count = 0;
+  int64_t work = last + 1;
+  int k = last;
+  for (; k >= a->orderLogicals; k--) {
     const int row = order[k];
     double v = value[row];
     if (v == 0.0 || row == 0) continue;
@@ -162,10 +167,21 @@ int64_t upperSweep(FactorArrays *a, double *value, int last) {
     }
     v *= inverse[row];
     value[row] = v;
+    list[count++] = row;
     const int start = starts[row], end = start + lengths[row];
     work += end - start;
     for (int p = start; p < end; p++) value[index[p]] -= v * element[p];
   }
+  for (; k >= 0; k--) {
+    const int row = order[k];
+    const double v = value[row];
+    if (v == 0.0 || row == 0) continue;
+    if (v <= TINY_VALUE && v >= -TINY_VALUE)
+      value[row] = 0.0;
+    else
+      list[count++] = row;
+  }
+  x->count = count;
   return work;
 }
 
@@ -189,8 +205,7 @@ void upper(Factor *factor, SparseVector *x, SolveKind kind) {
       if (position > last) last = position;
     }
   }
-  factor->solveWork += double(upperSweep(a, x->value, last));
-  sparseVector_pack(x);
+  factor->solveWork += double(upperSweep(a, x, last));
 }
 
 void solve(Factor *factor, SparseVector *x, SolveKind kind, bool keep) {
@@ -202,11 +217,11 @@ void solve(Factor *factor, SparseVector *x, SolveKind kind, bool keep) {
     return;
   }
   lower(factor, x, kind);
-  noteDensity(&a->partDensity[kind], x, factor->m);
+  notePartDensity(a, kind, x, factor->m);
   if (factor->etaNumber) rowEtas(factor, x);
   if (keep) keepSpike(factor, x);
   upper(factor, x, kind);
-  noteDensity(&factor->density[kind], x, factor->m);
+  noteDensity(&factor->density[kind], x->count, factor->m);
   factor->lastCount = x->count;
 }
 
