@@ -70,6 +70,7 @@ struct VirtualFile {
   char *name;                // owned
   int fd;                    // owned
   int32_t loaded;            // 1: header and index offsets have been read and found sound
+  int32_t failure;           // code of an allocation that broke off half-way: nothing is read or written after it
   int32_t headerDirty;
   VirtualHeader header;
   int32_t *blockOffset;      // [blockCapacity] offset of index block b at [b-1]; owned

@@ -123,9 +123,7 @@ struct CoreData {
   void *buffer;             // node data in view; good until the next call that fetches a node
   int64_t tripletSize;      // bytes
   void *triplets;           // work area of the writers
-  int *rowLowerNz, *rowUpperNz;                         // [nRows] work flags
-  int *colLowerNz, *colUpperNz, *objectiveNz, *quadNz;  // [nCols]
-  int *rimFlags;            // [max(nRows, nCols)] RIM_..._INFINITE, input order
+  int *rimFlags;            // [max(nRows, nCols)] RIM_..._INFINITE, input order; null until core_needRimFlags()
   void *reservedB[4];
   SmpsData *smps;           // null unless read from files; released by qrts_freeSmpsData
   double tolerance;         // 1e-16
@@ -398,6 +396,10 @@ void qrtbingtci(int *rc, StochData *sdata);
 // 2 without a core. Allocates the view when *view is null (free() it).
 int qrts_Ccdat(QRTStoch *stoch, CoreView **view);
 const char *core_check(const CoreData *core);
+// Frees all arrays of the core and forgets its sizes; tolerance, problemType and names stay.
+void core_clear(CoreData *core);
+// Derives rimFlags from the unpacked core when a loaded file left them out. 0, or 2 without a core.
+int core_needRimFlags(StochData *sdata);
 
 // ---- scenarios (scn_scenario_store.cpp) ---------------------------------------------------------------------
 
@@ -414,6 +416,7 @@ void qrtbinptsc(int *rc, StochData *sdata, int scenario, int ancestor, int branc
                 int count, const int *rows, const int *cols, const double *values, int replace);
 // Writes the groups of stages firstStage..nStages; *firstRecord is the first record's number. *rc 0, or 2 after
 // message 900 or 873, with nothing written. Elements of earlier row stages are dropped with message 858.
+// Works in the shared buffer: no argument may point there.
 void qrtbinptdt(int *rc, CoreData *core, RecordFile *file, int firstStage, int count, const int *rows, const int *cols,
                 const double *values, int *firstRecord);
 // Turns absolute values into differences from the core, in place (values only; input coordinates). 2 after printing
@@ -480,8 +483,10 @@ double *qrts_node2Objective(QRTStoch *stoch, int node);
 // Stable counting sort of n keys 1..nKeys. starts [nKeys+1] 1-based, rank and perm [n] 1-based positions, sortedKeys
 // [n], local [n] the position inside its key (indexed by sorted position). *rc 0, or 2 for a key out of range.
 void qrtskey(int *rc, int nKeys, int *starts, int n, int *rank, int *perm, const int *keys, int *sortedKeys, int *local);
-// Stable counting sort of triplets in place, starts [nKeys+1] 1-based; a key of 0 is dropped. *rc as above.
-void qrtsortd(int *rc, int nKeys, int *starts, int n, const int *keys, int *rows, int *cols, double *values);
+// Stable counting sort of triplets into other arrays; starts [nKeys+1] 1-based. A key of 0 drops its triplet. *rc as
+// above.
+void qrtsortd(int *rc, int nKeys, int *starts, int n, const int *keys, const int *rows, const int *cols, const double *values,
+              int *sortedRows, int *sortedCols, double *sortedValues);
 // Column order, rows rising, equal places summed, results of at most `tolerance` dropped; returns the new count.
 // 1-based triplets; rowCounts [nRows], colStarts [nCols+1] 1-based, colCounts [nCols] before the merging.
 int qrts_SortMatrix(int *rows, int *cols, double *values, int *rowCounts, int *colStarts, int *colCounts, int nRows, int nCols,
