@@ -11,6 +11,10 @@
 constexpr double DEFAULT_TOLERANCE = 1.0e-16;
 constexpr double SORT_TOLERANCE = 1.0e-16;
 
+// The readers of files bring these; a store that has not met one has nothing for them to free.
+void qrts_freeSmpsData(SmpsData *smps) __attribute__((weak));
+void qrts_freeIndependent(IndependentData *independent) __attribute__((weak));
+
 // ---- life of the store --------------------------------------------------------------------------------------
 
 StochData *qrts_Cinit(int maxScenarios) {
@@ -46,14 +50,14 @@ int qrts_freeSdata(StochData *sdata) {
   RecordFile *file = sdata->file;
   if (sdata->core != nullptr) {
     core_clear(sdata->core);
-    qrts_freeSmpsData(sdata->core->smps);
+    if (sdata->core->smps != nullptr) qrts_freeSmpsData(sdata->core->smps);
     std::free(sdata->core->integerMarks);
     std::free(sdata->core);
   }
   if (sdata->scenarios != nullptr) std::free(sdata->scenarios->table);
   std::free(sdata->scenarios);
   qrts_freeNodeList(sdata->nodes);
-  qrts_freeIndependent(sdata->independent);
+  if (sdata->independent != nullptr) qrts_freeIndependent(sdata->independent);
   std::free(sdata);
   qrts_VRFileFree("qrts_freeSdata", file);
   return 0;

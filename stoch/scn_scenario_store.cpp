@@ -165,7 +165,7 @@ static void forceRootStage(int *stage) {
 // Settles ancestor and branching stage; 2 after a refusal.
 static int settleBranch(const ScenarioTable *table, int nStages, int scenario, int *ancestor, int *stage, double probability) {
   if (*stage < 0 || *stage > nStages) return refuse(MSG_BAD_STAGE);
-  if (!(probability >= 0.0) || std::isinf(probability)) return refuse(MSG_NEGATIVE_PROBABILITY);
+  if (!std::isfinite(probability) || probability < 0.0) return refuse(MSG_NEGATIVE_PROBABILITY);
   if (*ancestor == 0) {
     forceRootStage(stage);
     return 0;
@@ -218,7 +218,8 @@ void qrtbinptsc(int *rc, StochData *sdata, int scenario, int ancestor, int branc
     stochMessage(MSG_TOO_MANY);
     return;
   }
-  if (scenario != table->count + 1) {
+  // a weight that is no number is refused below, also for a scenario that is there
+  if (scenario != table->count + 1 && std::isfinite(probability)) {
     repeatScenario(sdata, scenario, probability);
     *rc = 0;
     return;
