@@ -195,7 +195,7 @@ TEST(RecordFile, RandomWritesAgainstThePlainProcedure) {
     VirtualFile *file = openFile(scratch.path, "NEW");
     const int steps = seed == 1 ? 80000 : 4000;
     for (int step = 0; step < steps; step++) {
-      const unsigned what = random() % 100;
+      const int what = int(random() % 100);
       const int n = int(plain.places.size());
       int rc = -1, record = 0;
       if (n == 0 || what < 85) {
@@ -206,7 +206,7 @@ TEST(RecordFile, RandomWritesAgainstThePlainProcedure) {
         plain.write(n + 1, data);
         continue;
       }
-      record = int(random() % unsigned(n)) + 1;
+      record = int(random() % std::mt19937::result_type(n)) + 1;
       if (what < 90) {
         const std::string data = randomText(random, random() % 200);
         qrtdioptvr(&rc, file, &record, data.data(), int(data.size()));
