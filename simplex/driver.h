@@ -48,7 +48,12 @@ enum : int { LOG_FINAL = 1, LOG_PROGRESS = 2, LOG_REJECTION = 4, LOG_DETAIL = 16
 enum : int { STOP_AT_DEVEX = 1, STOP_AT_FEASIBLE = 2, STOP_AT_PERTURBED = 8 };
 
 // What qrtchks found.
-enum : int { CHECK_GOOD = 0, CHECK_FINISH = 2, CHECK_REFACTOR = 3, CHECK_REFACTOR_TIGHT = 33 };
+enum : int {
+  CHECK_GOOD = 0,
+  CHECK_REFACTOR = 3,         // factorise again
+  CHECK_REFACTOR_TIGHT = 33,  // accuracy lost: factorise again with the tight pivot threshold
+  CHECK_UNUSABLE = 4          // the factor gives no numbers to go on with
+};
 // What qrtchkp decided.
 enum : int {
   DECIDE_GO_ON = 0,        // iterate, or leave when Iprobstat is set

@@ -266,9 +266,10 @@ int qrtchks(SimplexWork *w) {
 #endif
   recomputeBasics(w);
   basicsFromRims(w);
-  if (!first && !w->finalMode && !(w->largestResidual <= RESIDUAL_LOST)) {
+  if (!w->finalMode && !(w->largestResidual <= RESIDUAL_LOST)) {
     w->bestObjective = 1.0e51;
-    return w->pivotThreshold >= 0.9 ? CHECK_FINISH : CHECK_REFACTOR_TIGHT;
+    if (!(w->largestResidual < 1.0e30)) return CHECK_UNUSABLE;
+    if (!first && w->pivotThreshold < 0.9) return CHECK_REFACTOR_TIGHT;
   }
   qrtchpf(w);
   recomputeObjective(w);
@@ -279,7 +280,6 @@ int qrtchks(SimplexWork *w) {
     if (!w->finalMode && w->largestBasicDj > std::fmax(0.01, qrtlplp.Rtoldinf)) {
       w->bestObjective = 1.0e51;
       if (w->pivotThreshold < 0.9) return CHECK_REFACTOR_TIGHT;
-      if (!first) return CHECK_FINISH;
     }
   }
   qrtchdf(w);
