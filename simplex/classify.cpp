@@ -74,6 +74,10 @@ void tidyNonbasics(SimplexWork *w, int cleaning) {
       if (value > upper) value = upper;
     }
     w->value[k] = value;
+    if (w->flags[k] & VAR_REJECTED) {
+      w->flags[k] &= ~uint32_t(VAR_STATE);
+      continue;
+    }
     w->flags[k] = (w->flags[k] & ~uint32_t(VAR_STATE)) | uint32_t(stateOfValue(w, k)) << VAR_STATE_SHIFT;
     // Within the tolerance of a bound means at it; exactly at it keeps residuals honest.
     if (variableState(w->flags[k]) == 1) w->value[k] = lower;

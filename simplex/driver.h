@@ -98,6 +98,7 @@ int qrtbackup(SimplexWork *w);
 void qrtuflg(SimplexWork *w);                // re-admits rejected variables
 void qrtchgw(SimplexWork *w);                // composite weight
 void qrtprtb(SimplexWork *w);                // perturbation into force
+void applyShifts(SimplexWork *w);              // bounds widened by shift, nonbasics with them
 void removePerturbation(SimplexWork *w);     // true bounds, values back on them
 void choosePricing(SimplexWork *w);          // strategy before a primal pass
 
