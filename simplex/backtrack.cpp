@@ -33,8 +33,10 @@ namespace {
 // Undoes the last entry: the basis and the nonbasic value of the entering variable are those before it.
 void undo(SimplexWork *w, const HistoryEntry *entry) {
   if (entry->row > 0) {
-    w->list[entry->row] = entry->leaveVar;
-    w->where[entry->leaveVar] = entry->row;
+    // A factorisation in between may have moved the entering variable to another row.
+    const int row = w->where[entry->enterVar];
+    w->list[row] = entry->leaveVar;
+    w->where[entry->leaveVar] = row;
     w->flags[entry->leaveVar] = entry->leaveFlags;
     w->value[entry->leaveVar] = entry->leaveValue;
   }

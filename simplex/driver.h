@@ -69,10 +69,13 @@ enum : int { SOLVE_NO_STORAGE = 11, SOLVE_FAILED = 32 };
 
 // ---- seam between the model and the solve (solution_seam.cpp)
 // Arrays of a solve from the model below (qrtaddr); blocks, rims and status words in the caller's form.
-void loadProblem(SimplexWork *w);
+// scaleInside 1 allows factors of the solver's own.
+void loadProblem(SimplexWork *w, int scaleInside);
 // Values, duals, reduced costs and status words back to the model, in the caller's form (qrtplsh). The last step
 // recomputed must be the final one.
 void qrtplsh(SimplexWork *w);
+// Largest bound violation of a basic variable in the caller's units, and which variable has it.
+double largestOutsideViolation(const SimplexWork *w, int *which);
 // Name of variable k as the caller knows it, at most 128 characters, not terminated; returns its length.
 int variableName(const SimplexWork *w, int k, char name[128]);
 // Number of variable k as messages show it: row i as i, column j as Inumrows + j.

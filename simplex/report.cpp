@@ -13,8 +13,6 @@ void progressLine(SimplexWork *w) {
   messageD(1, qrtlplp.Robjvalue);
   messageD(2, qrtlplp.Rsumpinf);
   messageD(3, qrtlplp.Rsumdinf);
-  messageI(5, qrtlplp.Inumpinf);
-  messageI(6, qrtlplp.Inumdinf);
   qrtmesg_no(MSG_PROGRESS_LINE);
 }
 

@@ -74,11 +74,12 @@ struct SolveState {
   int32_t checkCount;        // -1 before the first check, then checks made
 };
 
-// One iteration, as backtracking needs it. entry[t] is iteration factorIter + t + 1.
+// One iteration, as backtracking needs it. entry[t] is iteration factorIter + t + 1; the history is emptied when a loop
+// starts, so that the factorisation and check after a pass can still undo it.
 struct HistoryEntry {
   int32_t enterVar;          // 0: none
   int32_t leaveVar;          // 0: a bound flip of enterVar
-  int32_t row;               // row position exchanged, 0 for a flip
+  int32_t row;               // row position exchanged at that time, 0 for a flip
   uint32_t enterFlags;       // flags of enterVar before the iteration
   uint32_t leaveFlags;       // flags of leaveVar before it
   double enterValue;         // value of enterVar before it
@@ -189,12 +190,13 @@ struct SimplexWork {
 
   // ---- the driver's own
   SparseVector rhs, multipliers;  // work, empty between uses
+  int *basisCopy;                 // [0..m-1] the basis while a factorisation orders it anew
   int coreMode;              // -2, -1 accept a pass without infeasibilities; 0 normal
   int init;                  // 0 continue, 1 full pricing, 2 random partial, 3 values pass
   int cleaning;              // 0 keep values, 1 tidy nonbasics, 2 put every one on a bound
   int startValues;           // 1 until the first check of a values pass has looked at the values given
   int finalMode;             // 1 during the last recomputation: no trouble handling
-  int scaled;                // 1 when varScale is not all 1
+  int scaled;                // 0 varScale is all 1; 1 factors of the solver; 2 the matrix is scaled by its owner
   int troubleIter;           // iteration at which pivotThreshold was raised
   int forcedPerturbation;    // a negative control asked for a perturbation, not yet applied
   int addedLogicals;         // brought in by repairs of the first factorisation
@@ -208,6 +210,8 @@ struct SimplexWork {
   int noGainCount, noGainIter;
   double lastWeight;
   int stallPasses, lastPassIter;
+  int doubtCount;            // statuses of the loop that the recomputation did not bear out
+  int wasInfeasible;         // Inumpinf was positive at the last check
   // composite weight: what qrtchgw remembers (composite_weight.cpp)
   struct WeightMemory {
     double expectedIterations;    // R

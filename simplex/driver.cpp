@@ -1,0 +1,374 @@
+// The core of the simplex (qrtsslvf): set-up, the major loop, and the way out.
+//
+//     factorise -> recompute and check -> decide -> iterate -> factorise ...
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+#include "frame/entry_frame.h"
+#include "frame/guarded_memory.h"
+#include "frame/messages.h"
+#include "model/model_store.h"
+#include "simplex/driver.h"
+
+namespace {
+
+constexpr int ROW_PRICING_ROWS = 100;   // below this a row copy gains nothing
+constexpr int STALLED_PASSES = 21;
+
+SimplexWork *newWork(QRTModel *model) {
+  SimplexWork *w = static_cast<SimplexWork *>(temporaryAllocate(model, 1, int64_t(sizeof(SimplexWork))));
+  std::memset(w, 0, sizeof *w);
+  w->model = model;
+  return w;
+}
+
+void saveControls(SimplexWork *w) {
+  w->entryRtolpinf = qrtlplp.Rtolpinf;
+  w->entryRtoldinf = qrtlplp.Rtoldinf;
+  w->entryPweight = qrtlplp.Rpweight;
+  w->entryDweight = qrtlplp.Rdweight;
+  w->entryImaxiter = qrtlplp.Imaxiter;
+  w->entryIfastits = qrtlplp.Ifastits;
+  w->entryIdevexmode = qrtlplp.Idevexmode;
+}
+
+void restoreControls(const SimplexWork *w) {
+  qrtlplp.Rtolpinf = w->entryRtolpinf;
+  qrtlplp.Rtoldinf = w->entryRtoldinf;
+  qrtlplp.Rpweight = w->entryPweight;
+  qrtlplp.Rdweight = w->entryDweight;
+  qrtlplp.Imaxiter = w->entryImaxiter;
+  qrtlplp.Ifastits = w->entryIfastits;
+  qrtlplp.Idevexmode = w->entryIdevexmode;
+}
+
+void setDefaults(SimplexWork *w, int algorithm, int init, int coreMode) {
+  w->algorithm = algorithm;
+  w->init = init;
+  w->coreMode = coreMode;
+  w->minimumWeight = 1.0e-31;
+  w->priceRefresh = 500;
+  w->priceBase = -w->priceRefresh;
+  w->updateLimit10 = 10 * (qrtlplp.Imaxfactor > 0 ? qrtlplp.Imaxfactor : 1);
+  w->pivotThreshold = 0.1;
+  w->pivotZeroTol = 1.0e-8;
+  w->state.checkCount = -1;
+  w->rejectIter = -100;
+  w->troubleIter = -1000;
+  w->djTest = 1.0e-6;
+  w->switchFactor = 1.0;
+  w->firstStructurals = -1;
+  w->baseDualTolerance = std::fmax(qrtlplp.Rtoldinf, 1.0e-7);
+  w->djTolerance = qrtlplp.Rtoldinf;
+  w->cleaning = init == 0 ? 0 : 1;
+  w->startValues = init == 3;
+  w->factorIter = qrtlplp.Iiternum;
+  w->lastPassIter = -1;
+  w->enterGamma = 1.0;
+  w->referenceError = 10.0;
+  w->rowPricing = qrtlplp.IuseRowCopy && w->m > ROW_PRICING_ROWS;
+  w->priceMode = init == 0 ? PRICE_FULL : init;
+  if (algorithm == ALGORITHM_DUAL && w->priceMode == PRICE_RANDOM) w->priceMode = PRICE_FULL;
+  qrtlplp.randomSeed = 1.0e8;
+}
+
+// A run that goes on from the last one takes over its pricing mode and a perturbation in force, if the model still
+// has the shape it had.
+bool takeOver(SimplexWork *w) {
+  QRTModel *model = w->model;
+  if (w->init != 0) return false;
+  const bool same = qrtlplp.keptRows == w->m && qrtlplp.keptCols == w->n && qrtlplp.keptVersion == model->matrixVersion;
+  if (!same) return false;
+  if (qrtlplp.keptPriceMode > 0 && qrtlplp.keptPriceMode != PRICE_VALUES) w->priceMode = qrtlplp.keptPriceMode;
+  if (qrtlplp.keptPerturbation != 0.0 && model->aux && model->auxKind == AUX_PERTURBATION) {
+    w->primalPerturbation = qrtlplp.keptPerturbation;
+    for (int i = 1; i <= w->m; i++) w->shift[i] = model->aux[i - 1] / w->varScale[i];
+    for (int j = 1; j <= w->n; j++) w->shift[w->m + j] = model->aux[model->Imaxrows + j - 1] / w->varScale[w->m + j];
+    applyShifts(w);
+    return true;
+  }
+  return false;
+}
+
+void keepForNext(SimplexWork *w) {
+  QRTModel *model = w->model;
+  qrtlplp.keptRows = w->m;
+  qrtlplp.keptCols = w->n;
+  qrtlplp.keptVersion = model->matrixVersion;
+  qrtlplp.keptPriceMode = w->priceMode;
+  qrtlplp.keptPerturbation = w->primalPerturbation;
+  if (w->primalPerturbation == 0.0) return;
+  if (!model->aux) {
+    model->aux = newRimVector(model, 0.0);
+    if (qrtlplp.Iloglevel & LOG_FINAL) qrtmesg_no(MSG_AUX_CREATED);
+  }
+  for (int i = 1; i <= w->m; i++) model->aux[i - 1] = w->shift[i] * w->varScale[i];
+  for (int j = 1; j <= w->n; j++) model->aux[model->Imaxrows + j - 1] = w->shift[w->m + j] * w->varScale[w->m + j];
+  model->auxKind = AUX_PERTURBATION;
+}
+
+void dropAux(QRTModel *model) {
+  if (model->aux) freeRimVector(model, &model->aux);
+  model->auxKind = AUX_NONE;
+}
+
+// Basics named by the caller's status words, in variable order, into list[1..]; returns their number.
+int listBasics(SimplexWork *w, int *basic) {
+  int count = 0;
+  for (int k = 1; k <= w->total; k++)
+    if (w->flags[k] & VAR_BASIC) basic[count++] = k;
+  return count;
+}
+
+// What a repair did to the basis: structurals out, logicals in.
+void applyRepair(SimplexWork *w) {
+  for (int k = 1; k <= w->total; k++) w->flags[k] &= ~uint32_t(VAR_BASIC);
+  for (int i = 1; i <= w->m; i++) w->flags[w->list[i]] = (w->flags[w->list[i]] & VAR_REFERENCE) | VAR_BASIC;
+  const Factor *factor = w->factor;
+  int added = 0;
+  for (int r = 0; r < factor->repairCount; r++) {
+    if (factor->repairedRow[r] > 0) added++;
+    const int out = factor->thrownOut[r];
+    if (out > 0 && !(w->flags[out] & VAR_BASIC)) {
+      double value = w->value[out];
+      if (value < w->lower[out]) value = w->lower[out];
+      if (value > w->upper[out]) value = w->upper[out];
+      w->value[out] = value;
+    }
+  }
+  if (added > 0) qrtmesg_no_i1(MSG_LOGICALS_ADDED, added);
+}
+
+int runFactorisation(SimplexWork *w, int nBasic, const int *basic, int repair) {
+  BasisMatrix matrix;
+  matrix.m = w->m;
+  matrix.columnBase = w->m;
+  matrix.start = w->colStart;
+  matrix.row = w->colRow;
+  matrix.value = w->colValue;
+  matrix.rowBase = 0;
+  Factor *factor = w->factor;
+  factor->pivotThreshold = w->pivotThreshold;
+  factor->pivotZeroTol = w->pivotZeroTol;
+  factor->maxUpdates = qrtlplp.Imaxfactor > 0 ? qrtlplp.Imaxfactor : 1;
+  const FactorResult result = qrtlfct(factor, &matrix, nBasic, basic, repair, w->list);
+  if (result == FACTOR_REPAIRED) {
+    applyRepair(w);
+    w->historyCount = 0;
+    tidyNonbasics(w, 0);
+    qrtrsrt(w);
+    return 0;
+  }
+  return result == FACTOR_GOOD ? 0 : 1;
+}
+
+}  // namespace
+
+int factorise(SimplexWork *w) {
+  const bool first = w->passNumber < 0;
+  int result;
+  if (first) {
+    int *basic = static_cast<int *>(temporaryAllocate(w->model, w->total + 1, int64_t(sizeof(int))));
+    const int count = listBasics(w, basic);
+    result = runFactorisation(w, count, basic, 1);
+    w->passNumber = 0;
+    tidyNonbasics(w, w->cleaning);
+  } else {
+    // The factor writes the new order over the list it reads.
+    std::memcpy(w->basisCopy, w->list + 1, size_t(w->m) * sizeof(int));
+    result = runFactorisation(w, w->m, w->basisCopy, 0);
+    // With nothing to undo a repair is the only way on.
+    if (result != 0 && w->historyCount == 0) result = runFactorisation(w, w->m, w->basisCopy, 1);
+  }
+  if (result != 0) return result;
+  qrtrsrt(w);
+  w->updateCount = 0;
+  w->leastCost = 0.0;
+  w->totalWork = 0.0;
+  return 0;
+}
+
+namespace {
+
+// Passes without an iteration: the tests are loosened a little each time, and in the end the run stops.
+bool stalled(SimplexWork *w) {
+  if (qrtlplp.Iiternum != w->lastPassIter) {
+    w->lastPassIter = qrtlplp.Iiternum;
+    w->stallPasses = 0;
+    return false;
+  }
+  w->bestObjective += 0.001 * std::fabs(w->bestObjective) + 1.0e-12;
+  if (++w->stallPasses < STALLED_PASSES) return false;
+  qrtlplp.Iprobstat = -1;
+  qrtmesg_no(MSG_NO_PROGRESS);
+  return true;
+}
+
+// One pass of the primal loop; true when the solve is to be left.
+bool primalPass(SimplexWork *w) {
+  const int fastits = qrtlplp.Ifastits, devexmode = qrtlplp.Idevexmode;
+  choosePricing(w);
+  if (qrtitrx(w, 3) == 3) return true;
+  w->historyCount = 0;
+  w->factorIter = qrtlplp.Iiternum;
+  qrtsprm(w);
+#ifdef QRT_SELF_CHECKS
+  if (const char *fault = solveState_check(w)) qrtmesg_no_q1(158, fault, -1);
+#endif
+  w->passNumber++;
+  qrtlplp.Ifastits = fastits;
+  qrtlplp.Idevexmode = devexmode;
+  if (qrtlplp.Inumpinf == 0 && qrtlplp.Inumdinf == 0 && w->coreMode < 0) qrtlplp.Iprobstat = 0;
+  if (qrtlplp.Iprobstat == 3) return true;
+  const bool clean = qrtlplp.Inumpinf == 0 && w->primalPerturbation == 0.0;
+  if (clean && qrtlplp.Rmaxmin * qrtlplp.Robjvalue < qrtlplp.Rdccutoff) {
+    qrtlplp.Iprobstat = 3;
+    return true;
+  }
+  return false;
+}
+
+// Returns 0 when Iprobstat tells the end, or SOLVE_FAILED.
+int majorLoop(SimplexWork *w, int continued) {
+  bool refactor = true;
+  for (;;) {
+    if (refactor && factorise(w) != 0) {
+      if (qrtbackup(w) != 0) return SOLVE_FAILED;
+      continue;
+    }
+    refactor = false;
+    const int check = qrtchks(w);
+    if (check == CHECK_REFACTOR || check == CHECK_REFACTOR_TIGHT) {
+      if (check == CHECK_REFACTOR_TIGHT) {
+        w->pivotThreshold = 0.9;
+        w->troubleIter = qrtlplp.Iiternum;
+      }
+      w->enterVar = 0;
+      refactor = true;
+      continue;
+    }
+    int decision = DECIDE_BACKTRACK;
+    if (check != CHECK_UNUSABLE) {
+      decision = qrtchkp(w, continued);
+      continued = 0;
+    }
+    if (w->pivotThreshold > w->entryThreshold && qrtlplp.Iiternum - w->troubleIter > 500)
+      w->pivotThreshold = w->entryThreshold;
+    switch (decision) {
+      case DECIDE_GO_ON:
+        if (qrtlplp.Iprobstat >= 0) return 0;
+        break;
+      case DECIDE_LEAVE:
+        return SOLVE_FAILED;
+      case DECIDE_RECHECK:
+        continue;
+      case DECIDE_BACKTRACK:
+        if (qrtbackup(w) != 0) return SOLVE_FAILED;
+        refactor = true;
+        continue;
+      case DECIDE_PERTURB:
+        qrtprtb(w);
+        continue;
+      case DECIDE_READMIT:
+        qrtuflg(w);
+        continue;
+      default:
+        refactor = w->historyCount > 0;
+        continue;
+    }
+    qrtchke(w);
+    if (qrtlplp.Iprobstat >= 0) return 0;
+    if (stalled(w)) return SOLVE_FAILED;
+    if (qrtlplp.Iiternum >= qrtlplp.Imaxiter) {
+      qrtlplp.Iprobstat = 3;
+      return 0;
+    }
+    if (primalPass(w)) return 0;
+    refactor = w->historyCount > 0;
+  }
+}
+
+// The last recomputation, with true bounds, so that what the caller reads is consistent.
+void finalRecomputation(SimplexWork *w) {
+  w->finalMode = 1;
+  const int status = qrtlplp.Iprobstat;
+  if (w->primalPerturbation != 0.0) removePerturbation(w);
+  if (!w->factor->valid || w->historyCount > 0 || w->updateCount > 0) {
+    if (factorise(w) != 0) runFactorisation(w, w->m, w->basisCopy, 1);
+    qrtrsrt(w);
+  }
+  w->cleaning = 0;
+  const int checks = w->state.checkCount;
+  w->state.checkCount = checks < 0 ? 1 : checks;
+  qrtchks(w);
+  w->state.checkCount = checks;
+  qrtlplp.Iprobstat = status;
+}
+
+void setSecondStatus() {
+  qrtlplp.Iprobstat2 = qrtlplp.Iprobstat == 0 ? 0 : qrtlplp.Iprobstat == 1 ? 3 : -1;
+}
+
+void zeroInfeasibilities() {
+  if (qrtlplp.Iprobstat != 0) return;
+  qrtlplp.Inumpinf = qrtlplp.Inumdinf = 0;
+  qrtlplp.Rsumpinf = qrtlplp.Rsumdinf = 0.0;
+}
+
+struct LegResult {
+  int code;          // 0 or SOLVE_FAILED
+  bool violated;     // bounds broken outside the tolerance by the solver's own scaling
+};
+
+// One run from the model's basis back to the model. A leg that only cleans up after scaling reports nothing and has a
+// limit of its own.
+LegResult runLeg(QRTModel *model, int algorithm, int init, int coreMode, int scaleInside) {
+  LegResult leg = {0, false};
+  SimplexWork *w = newWork(model);
+  loadProblem(w, scaleInside);
+  saveControls(w);
+  setDefaults(w, algorithm, init, coreMode);
+  w->passNumber = -1;
+  w->entryThreshold = w->pivotThreshold;
+  w->basisCopy = static_cast<int *>(temporaryAllocate(model, w->m + 1, int64_t(sizeof(int))));
+  if (!model->factor) model->factor = factor_create();
+  w->factor = static_cast<Factor *>(model->factor);
+  qrtclbs(w);
+  const bool continued = takeOver(w);
+  if (!continued && model->auxKind != AUX_NONE) dropAux(model);
+  qrtlplp.Iprobstat = -1;
+  leg.code = majorLoop(w, continued);
+  keepForNext(w);
+  finalRecomputation(w);
+  qrtplsh(w);
+  if (w->scaled == 1 && qrtlplp.Iprobstat == 0) {
+    int which = 0;
+    leg.violated = largestOutsideViolation(w, &which) > qrtlplp.Rtolpinf;
+  }
+  if (!leg.violated) {
+    zeroInfeasibilities();
+    finalReport(w);
+  }
+  qrtinfs(w);
+  restoreControls(w);
+  setSecondStatus();
+  return leg;
+}
+
+}  // namespace
+
+int qrtsslvf(QRTModel *model, int algorithm, int init, int keep, int coreMode) {
+  (void)keep;
+  LegResult leg = runLeg(model, algorithm, init, coreMode, 1);
+  if (leg.code == 0 && leg.violated) leg = runLeg(model, ALGORITHM_PRIMAL, init == 2 ? 2 : 1, coreMode, 0);
+  return leg.code != 0 ? leg.code : qrtlplp.Iprobstat;
+}
+
+double nextRandom() {
+  const double product = qrtlplp.randomSeed * 16807.0;
+  qrtlplp.randomSeed = product - std::floor(product / 2147483647.0) * 2147483647.0;
+  return qrtlplp.randomSeed / 2147483647.0;
+}
+
+void releaseFactor(void *factor) { factor_free(static_cast<Factor *>(factor)); }
