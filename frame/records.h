@@ -23,6 +23,9 @@ struct QrtLplp {
   double Rtolpinf, Rtoldinf, Rmaxmin, RobjectiveOffset, Rpweight, Rchangeweight, Rdweight;
   double Robjvalue, Rsumpinf, Rsumdinf, Rtolmps, Rdccutoff, Rdobjval;
   double Rslambda, Rslambdalim, Rslambdadelta, RprimalPerturbation, RdualPerturbation;
+  // what a simplex run that continues the last one takes over; 0 nothing
+  int32_t keptRows, keptCols, keptVersion, keptPriceMode;
+  double keptPerturbation; // seed while perturbed bounds lie in the model's aux vector
   double randomSeed;       // seed := seed * 16807 mod 2147483647, restarts at 1e8 with every solve
 };
 

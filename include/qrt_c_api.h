@@ -489,6 +489,22 @@ QRT_API void qrt_fopn(int unit, const char *file, const char *status, const char
 
 /* ---- solvers -------------------------------------------------------------------------------------------- */
 
+/** @brief Primal simplex method from the basis, values and controls the model holds.
+ *
+ *  The outcome stands in Iprobstat (0 optimal, 1 infeasible, 2 unbounded, 3 stopped), Robjvalue (objective less
+ *  offset, in the caller's sense) and the rim vectors. Duals and reduced costs are those of the minimised form:
+ *  colrcosts[j] = Rmaxmin * objective[j] - sum of a[i][j] * rowduals[i], at least 0 for what stands at its lower
+ *  bound, at most 0 at its upper. After status 1 rowaux and colaux hold multipliers that prove infeasibility, after
+ *  status 2 colaux is a ray along which the objective improves without end and rowaux its row activities.
+ *  @param mode 0 goes on as the last run ended, 1 prices all columns from the start, 2 prices random parts first,
+ *         3 takes values strictly between bounds as they stand and pushes them to a basis first.
+ *  @return 0 whenever a status was reached, 11 without storage, 32 after a numerical failure, 999 after a fatal
+ *          message. */
+QRT_API int qrt_primalSimplex(QRTModel *model, int mode);
+/** @brief Simplex method, the library choosing the algorithm. @param mode as for qrt_primalSimplex().
+ *  @return as qrt_primalSimplex(). */
+QRT_API int qrt_eitherSimplex(QRTModel *model, int mode);
+
 #ifdef __cplusplus
 }
 #endif
