@@ -25,7 +25,9 @@ int recoverFromJump(QRTModel *model, const SolveControls *c) {
   qrtlplp.Imaxiter = c->Imaxiter;
   qrtlplp.Ifastits = c->Ifastits;
   qrtlplp.Idevexmode = c->Idevexmode;
-  return qrt_disaster(model);
+  const int code = qrt_disaster(model);
+  if (model->compression) qrt_decompressMatrix(model, model->compression);
+  return code;
 }
 
 // A status set is a run that did its work, whatever the status; only failures of the machinery are told by the code.
@@ -37,7 +39,7 @@ int objectSolve(QRTModel *model, const char *routine, int algorithm, int mode) {
   remember(&controls);
   QRT_JUMP_FRAME(model, recoverFromJump(model, &controls));
   qrt_checkParameter(model, 2, mode, 0, 3);
-  void *compressed = (model->modelFlags & MODEL_COMPRESS) ? qrt_compressMatrix(model) : nullptr;
+  CompressInfo *compressed = (model->modelFlags & MODEL_COMPRESS) ? qrt_compressMatrix(model) : nullptr;
   qrt_down(model, mode == 0 ? 0 : 1, 0);
   const int core = qrtsslvf(model, algorithm, mode, model->entryDepth <= 1, 0);
   qrt_up(model, 0);
