@@ -27,6 +27,7 @@ constexpr double CLEARLY_LARGER = 1.01;      // a pivot this much larger needs n
 constexpr double NEAR_TIE = 0.01;            // spread of the draw among near ties
 constexpr double FIXED_PREFERENCE = 10.0;    // a fixed basic that leaves never comes back
 constexpr int MOST_ROUNDS = 100;
+constexpr double FIXED_RANGE = 1.0e-12;
 
 // The state of the search over all groups.
 struct Search {
@@ -155,7 +156,8 @@ void settleGroup(SimplexWork *w, Search *s, const GroupChoice *g) {
 
 // Next break of a row just passed; false when there is none.
 bool advance(Breakpoint *b) {
-  if (!b->infeasible || b->range >= QRT_INFINITE_TEST) return false;
+  // An equation has both its breaks in one place: they were counted together.
+  if (!b->infeasible || b->range >= QRT_INFINITE_TEST || b->range <= FIXED_RANGE) return false;
   b->infeasible = 0;
   b->dist += b->range;
   b->ratio = b->dist / b->size;
