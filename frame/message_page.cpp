@@ -92,6 +92,10 @@ void breakPage() {
 }
 
 void printText(FILE *fp, int number, const char *id, const MessageText &built, bool noPage) {
+  if (qrterr.Ilinelen == 0) {  // before any context: lines and pages have no size yet, and every line would turn a page
+    qrterr.Ilinelen = 80;
+    qrterr.Ipagelines = 100;
+  }
   if (!built.startsPage && blnkcnt > 0) {
     qrterr.lineCount += blnkcnt;
     if (qrterr.lineCount <= qrterr.Ipagelines)
