@@ -10,6 +10,7 @@
 #include <cstdio>
 
 #include "frame/model_record.h"
+#include "model/model_store.h"
 
 // Message indices of the reader.
 enum : int {
@@ -97,7 +98,6 @@ enum : char { COLUMN_CONTINUOUS = 0, COLUMN_ROW_SET = 1, COLUMN_S1 = 2, COLUMN_S
 constexpr int CARD_COLUMNS = 80;
 constexpr int CARD_COLUMNS_BINARY = 96;  // binary numbers of long names reach past column 80
 constexpr int MAX_NAME = 31;
-constexpr int MAX_ROWS = 16777215;       // what a status word and a row count can carry
 constexpr double NO_BOUND_LIMIT = 1e28;  // integer bounds at or beyond this count as infinite
 
 // ---- cards ----
@@ -254,6 +254,22 @@ int tellFailure(const MpsData *data, int failure);  // issues the failure's mess
 
 // ---- integer information file ----
 
+// Types, sets and piecewise-linear groups as cards on the unit, which is opened if need be.
 void writeIntegerFile(const MpsData *data, int unit);
-// Reads an integer information file for the model's columns and stores types, bounds and sets in the model.
-void qrtrdinf(QRTModel *model, int unit);
+// Reads an integer information file, rewound first, and stores types, bounds and sets in the model, whose columns
+// stand in `columns`. What is wrong with a card is told and the card skipped.
+void qrtrdinf(QRTModel *model, const NameTable *columns, int unit);
+
+// ---- quadratic sections ----
+
+// A quadratic section in column order, on the model's temporary chain.
+struct QuadraticData {
+  int32_t n;
+  int64_t nz;
+  int32_t *start;         // [n + 1]
+  int32_t *row;           // [nz] from 0
+  double *element;        // [nz]
+};
+// Reads the QSECTION of the objective from a unit; indices are those of the model's columns. Returns 0 or the code
+// of the caller.
+int qrtqmpsf(QRTModel *model, int unit, QuadraticData *data);
