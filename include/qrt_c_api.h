@@ -486,6 +486,26 @@ QRT_API const char *qrt_integerType(QRTModel *model);
  *  for direct access.  @param rc out: 0 opened or already open, 1 no file could be had. */
 QRT_API void qrt_fopn(int unit, const char *file, const char *status, const char *access, const char *form,
                       const char *blank, int recl, int *rc);
+/** @brief Reads an MPS file into the model, which loses what it held. Names have Inumchar characters (8 by default);
+ *  a NAME card with FREE switches to the free format. Cname, Cobjective, Crhs, Crange and Cbound choose among several
+ *  models and sets of one file when they are not blank, and hold the names used afterwards.
+ *  @param filename path; null, empty or "stdin" read the standard input.
+ *  @return 0; 200 when the file cannot be opened, 21 or 11 when the reader gave up, both only with raised message
+ *  limits; 999 after a fatal error. Cards that make no sense are reported by messages and skipped. */
+QRT_API int qrt_importModel(QRTModel *model, const char *filename);
+/** @brief qrt_importModel() for the free format: fields separated by blanks, names of up to 31 characters. */
+QRT_API int qrt_importModelFree(QRTModel *model, const char *filename);
+/** @brief Older name of qrt_importModel(); says so on stderr. */
+QRT_API int qrt_convertMPS(QRTModel *model, const char *filename);
+/** @brief Older name of qrt_importModelFree(); says so on stderr. */
+QRT_API int qrt_convertMPSFree(QRTModel *model, const char *filename);
+/** @brief Reads the QSECTION of the objective from a file of cards and adds it to the model's quadratic blocks. The
+ *  names are those of the model's columns; unknown ones are reported by messages and skipped.
+ *  @param filename path; null, empty or "stdin" read the standard input.
+ *  @return 0; 34 when the file holds no quadratic term; 200 when it cannot be opened; 999 after a fatal error. */
+QRT_API int qrt_importQuadraticData(QRTModel *model, const char *filename);
+/** @brief Older name of qrt_importQuadraticData(); says so on stderr. */
+QRT_API int qrt_convertQuadratic(QRTModel *model, const char *filename);
 
 /* ---- solvers -------------------------------------------------------------------------------------------- */
 

@@ -38,11 +38,9 @@ void startData(MpsData *data, QRTModel *model) {
 
 // Sections in the order of the file; the first failure ends them.
 int readSections(MpsData *data, int option) {
-  const int L = data->reader.nameLength;
   int failure = qrtrows(data);
   if (failure != READ_OK) return failure;
-  const int length = data->reader.nameLength;  // the NAME card may have changed L
-  (void)L;
+  const int length = data->reader.nameLength;  // as the NAME card left it
   if (qrtmkhash(data->model, &data->rowTable, data->rowNames, length, data->m + data->nDropped, true) > 0)
     return READ_DUPLICATE_NAMES;
   failure = qrtcols(data);
@@ -168,9 +166,12 @@ void installControls(MpsData *data) {
 
 bool hasIntegerData(const MpsData *data) { return data->nTyped > 0 || data->nGroups > 0; }
 
-void readerUnitsOff(int integerUnit) {
+// Unit of the temporary integer information file of the import in progress.
+int integerUnit = UNIT_INTEGERS;
+
+void readerUnitsOff() {
   closeNamedUnit(UNIT_IMPORT);
-  if (integerUnit > 0) qrt_f_close(0, integerUnit);
+  qrt_f_close(0, integerUnit);
 }
 
 int freeUnit() {
@@ -180,7 +181,7 @@ int freeUnit() {
 }
 
 // The file by name, or the standard input. A failed open is told and is the call's result.
-int importFile(QRTModel *model, const char *filename, bool freeFormat, int integerUnit) {
+int importFile(QRTModel *model, const char *filename, bool freeFormat) {
   const bool standard = !filename || !*filename || strcmp(filename, "stdin") == 0;
   const int unit = standard ? UNIT_STDIN : UNIT_IMPORT;
   if (!standard && qrtopenbyname(filename, unit, 0) != 0) {
@@ -203,10 +204,10 @@ int importFile(QRTModel *model, const char *filename, bool freeFormat, int integ
 int importModel(QRTModel *model, const char *filename, bool freeFormat, const char *routine) {
   qrt_enter(model, routine, 2);
   qrt_printCharParameter(model, 2, filename ? filename : "");
-  const int integerUnit = freeUnit();
-  QRT_JUMP_FRAME(model, (readerUnitsOff(integerUnit), qrt_disaster(model)));
-  const int result = importFile(model, filename, freeFormat, integerUnit);
-  readerUnitsOff(integerUnit);
+  integerUnit = freeUnit();
+  QRT_JUMP_FRAME(model, (readerUnitsOff(), qrt_disaster(model)));
+  const int result = importFile(model, filename, freeFormat);
+  readerUnitsOff();
   QRT_END_FRAME();
   qrt_leave(model);
   return result;
@@ -214,7 +215,7 @@ int importModel(QRTModel *model, const char *filename, bool freeFormat, const ch
 
 }  // namespace
 
-void qrtmpsf(int *rtcod, MpsData *data, int unit, int option, int integerUnit) {
+void qrtmpsf(int *rtcod, MpsData *data, int unit, int option, int intunit) {
   const int form = option & ~OPTION_FREE;
   if (form != OPTION_MERGE && form != OPTION_ORDERED) {
     messageI(1, OPTION_PARAMETER);
@@ -228,7 +229,7 @@ void qrtmpsf(int *rtcod, MpsData *data, int unit, int option, int integerUnit) {
   qrtckun(rtcod, unit, 4, "QRTMPS");
   if (*rtcod == 0) qrtopen(unit, 1, rtcod);
   if (*rtcod != 0) return;
-  data->integerUnit = integerUnit;
+  data->integerUnit = intunit;
   startCards(&data->reader, unit, qrtlplp.Inumchar, (option & OPTION_FREE) != 0);
   data->reader.dropBelow = qrtlplp.Rtolmps;
   data->reader.wantedName = data->sets[SET_MODEL];
@@ -247,6 +248,7 @@ void qrtmpsf(int *rtcod, MpsData *data, int unit, int option, int integerUnit) {
 void installMpsData(MpsData *data) {
   QRTModel *model = data->model;
   sortColumns(data);
+  if (model->factor) qrt_eraseFactor(model);
   clearModelData(model);
   resizeRims(model, data->m, data->n, data->m, data->n, 1);
   const size_t rows = size_t(data->m) * 8, columns = size_t(data->n) * 8;

@@ -239,7 +239,7 @@ void qrtdone(MpsData *data, const char *name, double value, int which, int mode,
 
 // The whole run: reads `unit` into *data. option bit 128 is the free format, the rest 1 (merge columns that come
 // twice) or 2 (columns once). *rtcod gets 0, 11 or 21.
-void qrtmpsf(int *rtcod, MpsData *data, int unit, int option, int integerUnit);
+void qrtmpsf(int *rtcod, MpsData *data, int unit, int option, int intunit);
 // Moves the data into the model, which loses what it held.
 void installMpsData(MpsData *data);
 const char *mpsData_check(const MpsData *data);  // first broken invariant as text, or null

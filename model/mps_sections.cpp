@@ -405,7 +405,7 @@ int qrtdups(MpsData *data) {
   double *element = static_cast<double *>(temporaryAllocate(model, data->nz + 1, 8));
   memset(start, 0, (size_t(n) + 2) * 4);
   for (int j = 0; j < data->n; j++) start[target[j] + 2] += data->start[j + 1] - data->start[j];
-  for (int j = 2; j <= n + 1; j++) start[j] += start[j - 1];
+  for (int j = 2; j <= n + 1; j++) start[j] += start[j - 1];  // start[j + 1]: where the next of column j goes
   for (int j = 0; j < data->n; j++)
     for (int k = data->start[j]; k < data->start[j + 1]; k++) {
       const int place = start[target[j] + 1]++;
