@@ -230,7 +230,7 @@ void qrtmpsf(int *rtcod, MpsData *data, int unit, int option, int intunit) {
   if (*rtcod == 0) qrtopen(unit, 1, rtcod);
   if (*rtcod != 0) return;
   data->integerUnit = intunit;
-  startCards(&data->reader, unit, qrtlplp.Inumchar, (option & OPTION_FREE) != 0);
+  startCards(&data->reader, unit, nameLength(data->model), (option & OPTION_FREE) != 0);
   data->reader.dropBelow = qrtlplp.Rtolmps;
   data->reader.wantedName = data->sets[SET_MODEL];
   const int failure = readSections(data, form);
