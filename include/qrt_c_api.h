@@ -473,10 +473,111 @@ QRT_API int qrt_copyRowNames(QRTModel *model, const char *const *names, int firs
 /** @brief Stores names of columns first to last - 1. */
 QRT_API int qrt_copyColumnNames(QRTModel *model, const char *const *names, int first, int last);
 
+/** @brief Adds n rows, basic. @param model the model.  @param n number of rows.  @param lower [n], null for -1e31.
+ *  @param upper [n], null for 1e31.  @param starts [n + 1] where each row begins in columns, null for empty rows.
+ *  @param columns column numbers.  @param elements values.  @return 0, 1 for bad starts or columns out of range. */
+QRT_API int qrt_addRows(QRTModel *model, int n, const double *lower, const double *upper, const int *starts,
+                        const int *columns, const double *elements);
+/** @brief Adds one row with n elements. */
+QRT_API int qrt_addOneRow(QRTModel *model, double lower, double upper, int n, const int *columns,
+                          const double *elements);
+/** @brief Adds n columns, nonbasic at the bound nearest 0: lower null for 0, upper null for 1e31, costs null for 0,
+ *  starts null for empty columns. @return 0, 1 for bad starts or rows out of range. */
+QRT_API int qrt_addColumns(QRTModel *model, int n, const double *lower, const double *upper, const double *objective,
+                           const int *starts, const int *rows, const double *elements);
+/** @brief Adds one column with n elements. */
+QRT_API int qrt_addOneColumn(QRTModel *model, double lower, double upper, double objective, int n, const int *rows,
+                             const double *elements);
+/** @brief Adds n elements to the last column, which takes its default name. */
+QRT_API int qrt_addColumnElements(QRTModel *model, int n, const int *rows, const double *elements);
+/** @brief Deletes the rows listed, each once. @return 0, 1 when a number is out of range (nothing is deleted). */
+QRT_API int qrt_deleteRows(QRTModel *model, int n, const int *which);
+/** @brief Deletes the columns listed, each once. */
+QRT_API int qrt_deleteColumns(QRTModel *model, int n, const int *which);
+/** @brief Replaces all elements of a row. */
+QRT_API int qrt_replaceRow(QRTModel *model, int row, int n, const int *columns, const double *elements);
+/** @brief Replaces all elements of a column. */
+QRT_API int qrt_replaceColumn(QRTModel *model, int column, int n, const int *rows, const double *elements);
+/** @brief Sets the matrix at n positions (the last entry of a position counts); positions without an element get one. */
+QRT_API int qrt_replaceElements(QRTModel *model, int n, const int *rows, const int *columns, const double *elements);
+
+/** @brief State of a row: 0 basic, -1 at lower, 1 at upper, 2 free at zero, -2 superbasic; 99 out of range. */
+QRT_API int qrt_rowStatus(QRTModel *model, int row);
+/** @brief State of a column, likewise. */
+QRT_API int qrt_columnStatus(QRTModel *model, int column);
+/** @brief Position in the basis from 0, -1 when not basic, -2 when basic at no known position. */
+QRT_API int qrt_isRowBasic(QRTModel *model, int row);
+/** @brief Position of a column in the basis, likewise. */
+QRT_API int qrt_isColumnBasic(QRTModel *model, int column);
+/** @brief Marks rows as basic. @return 0, 1 when some number was out of range (skipped). */
+QRT_API int qrt_markRowsAsBasic(QRTModel *model, int n, const int *which);
+/** @brief Marks columns as basic. */
+QRT_API int qrt_markColumnsAsBasic(QRTModel *model, int n, const int *which);
+/** @brief Puts rows nonbasic at their lower bound (at 0 when only the upper is finite). @return 0, 1 when a free row
+ *  or a number out of range was skipped. */
+QRT_API int qrt_setRowsNonBasicAtLower(QRTModel *model, int n, const int *which);
+/** @brief Puts rows nonbasic at their upper bound (at 0 when only the lower is finite). */
+QRT_API int qrt_setRowsNonBasicAtUpper(QRTModel *model, int n, const int *which);
+/** @brief Puts columns nonbasic at their lower bound. */
+QRT_API int qrt_setColumnsNonBasicAtLower(QRTModel *model, int n, const int *which);
+/** @brief Puts columns nonbasic at their upper bound. */
+QRT_API int qrt_setColumnsNonBasicAtUpper(QRTModel *model, int n, const int *which);
+/** @brief Stores raw status words of rows; a solve only takes the basic bit (31) from them, values say the side. */
+QRT_API int qrt_setRowStatus(QRTModel *model, int n, const int *which, const int *status);
+/** @brief Stores raw status words of columns. */
+QRT_API int qrt_setColumnStatus(QRTModel *model, int n, const int *which, const int *status);
+/** @brief Number of basic rows. */
+QRT_API int qrt_getNumberBasicRows(QRTModel *model);
+/** @brief Number of basic columns. */
+QRT_API int qrt_getNumberBasicColumns(QRTModel *model);
+
 /** @brief Marks a column as integer; it counts once. @return 0, 999 for a column out of range. */
 QRT_API int qrt_markAsInteger(QRTModel *model, int column);
 /** @brief One byte a column, not 0 for integers; null without any. Owned by the model. */
 QRT_API const char *qrt_integerType(QRTModel *model);
+
+/** @brief Makes the target the model of some rows and columns of the source, in the order listed; its own controls
+ *  stay. @return 0. */
+QRT_API int qrt_copySubModel(QRTModel *target, QRTModel *source, int numberRows, int numberColumns, const int *rows,
+                             const int *columns);
+
+/** @brief Adds n triples over columns and columns to the quadratic list. @return number of the block, -1 on error. */
+QRT_API int qrt_addElementInformationBlock(QRTModel *model, int n, const int *rows, const int *columns,
+                                           const double *elements);
+/** @brief Adds columns of the quadratic matrix to the quadratic list. */
+QRT_API int qrt_addColumnElementInformationBlock(QRTModel *model, int numberColumns, const int *rows,
+                                                 const int *starts, const double *elements);
+/** @brief Layout of a quadratic block. */
+QRT_API int qrt_quadraticBlockType(QRTModel *model, int block);
+/** @brief Row offset of a quadratic block. */
+QRT_API int qrt_quadraticBlockRowBase(QRTModel *model, int block);
+/** @brief Row capacity plus the column offset of a quadratic block. */
+QRT_API int qrt_quadraticBlockColumnBase(QRTModel *model, int block);
+/** @brief Elements of a quadratic block. */
+QRT_API int qrt_quadraticBlockNumberElements(QRTModel *model, int block);
+/** @brief Columns of a quadratic block. */
+QRT_API int qrt_quadraticBlockNumberColumns(QRTModel *model, int block);
+/** @brief Row numbers of a quadratic block. */
+QRT_API const int *qrt_quadraticBlockRow(QRTModel *model, int block);
+/** @brief Column numbers or starts of a quadratic block. */
+QRT_API const int *qrt_quadraticBlockColumn(QRTModel *model, int block);
+/** @brief Values of a quadratic block. */
+QRT_API const double *qrt_quadraticBlockElement(QRTModel *model, int block);
+
+/** @brief Adds a group of integer columns. @param model the model.  @param priority 1 to 65535, smaller first.
+ *  @param count columns.  @param columns [count].  @param downCosts [count] pseudo-costs, null for 0.001.
+ *  @param upCosts [count], likewise.  @return 0, 1 for a value out of range. */
+QRT_API int qrt_addIntegerSet(QRTModel *model, int priority, int count, const int *columns, const double *downCosts,
+                              const double *upCosts);
+/** @brief Adds a special ordered set of type 1; upCosts are the reference values, null for 0, 1, 2, ... */
+QRT_API int qrt_addSOS1Set(QRTModel *model, int priority, int count, const int *columns, const double *downCosts,
+                           const double *upCosts);
+/** @brief Adds a special ordered set of type 2. */
+QRT_API int qrt_addSOS2Set(QRTModel *model, int priority, int count, const int *columns, const double *downCosts,
+                           const double *upCosts);
+/** @brief Adds a set of type 3: 0-1 columns that sum to 1. */
+QRT_API int qrt_addSOS3Set(QRTModel *model, int priority, int count, const int *columns, const double *downCosts,
+                           const double *upCosts);
 
 /* ---- files ---------------------------------------------------------------------------------------------- */
 

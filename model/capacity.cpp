@@ -8,7 +8,7 @@
 #include "frame/entry_frame.h"
 #include "frame/guarded_memory.h"
 #include "frame/messages.h"
-#include "model/model_store.h"
+#include "model/integer_sets.h"
 
 namespace {
 
@@ -200,6 +200,21 @@ void cutBlocks(QRTModel *model, int rows, int cols) {
   if (rowMap) qrt_freeTemporary(model, rowMap);
 }
 
+// A negative capacity in the model asks for that much room above the size.
+int capacityAsked(int stored, int size) {
+  if (stored >= 0) return stored;
+  const int64_t sum = int64_t(size) - stored;
+  return sum > INT_MAX ? INT_MAX : int(sum);
+}
+
+// Members of sets that lie beyond the new size leave them.
+void cutEntities(QRTModel *model, int cols) {
+  int *columnMap = newTemporary<int>(model, model->Inumcols);
+  for (int j = 0; j < model->Inumcols; j++) columnMap[j] = j < cols ? j : -1;
+  mapEntities(model, columnMap);
+  qrt_freeTemporary(model, columnMap);
+}
+
 int chosenCapacity(int size, int wanted, int present, bool haveVectors, int exact) {
   int64_t capacity = grownCapacity(size, wanted);
   if (!exact && haveVectors && capacity < present) capacity = present;
@@ -212,6 +227,9 @@ int64_t grownCapacity(int64_t size, int64_t wanted) { return wanted < size ? siz
 
 void resizeRims(QRTModel *model, int rows, int cols, int maxRows, int maxCols, int exact) {
   const bool have = model->lower != nullptr;
+  maxRows = capacityAsked(maxRows, rows);
+  maxCols = capacityAsked(maxCols, cols);
+  if (!have) model->Imaxrows = model->Imaxcols = 0;
   Layout lay;
   lay.oldRows = model->Inumrows;
   lay.oldCols = model->Inumcols;
@@ -222,6 +240,7 @@ void resizeRims(QRTModel *model, int rows, int cols, int maxRows, int maxCols, i
   lay.maxCols = chosenCapacity(cols, maxCols, model->Imaxcols, have, exact);
   lay.front = model->extraFront;
   if (model->Inumblocks > 0 && (rows < lay.oldRows || cols < lay.oldCols)) cutBlocks(model, rows, cols);
+  if (model->setInfo && cols < lay.oldCols) cutEntities(model, cols);
   if (!have || lay.maxRows != model->Imaxrows || lay.maxCols != model->Imaxcols)
     relayRims(model, lay);
   else
@@ -238,16 +257,20 @@ void resizeRims(QRTModel *model, int rows, int cols, int maxRows, int maxCols, i
   if (model->rowNamePointers || model->colNamePointers) qrt_namePointers(model, 0);
 }
 
+// Once, and only for a caller from outside: pointers that were handed out may dangle after this.
+static void warnOfPointers(QRTModel *model) {
+  if (!model->externalPointers || model->entryDepth >= 2) return;
+  qrtmesg_no(MSG_POINTERS_MAY_BE_INVALID);
+  model->externalPointers = 0;
+}
+
 static void resizeChecked(QRTModel *model, int rows, int cols, int maxRows, int maxCols, int exact) {
   qrt_checkParameter(model, 2, rows, -1, MAX_ROWS);
   qrt_checkParameter(model, 3, cols, -1, INT_MAX);
   qrt_checkParameter(model, 4, maxRows, 0, MAX_ROWS);
   qrt_checkParameter(model, 5, maxCols, 0, INT_MAX);
   qrt_checkParameter(model, 6, exact, 0, 1);
-  if (model->externalPointers && model->entryDepth < 2) {
-    qrtmesg_no(MSG_POINTERS_MAY_BE_INVALID);
-    model->externalPointers = 0;
-  }
+  warnOfPointers(model);
   resizeRims(model, rows < 0 ? model->Inumrows : rows, cols < 0 ? model->Inumcols : cols, maxRows, maxCols, exact);
 }
 
@@ -260,24 +283,13 @@ extern "C" int qrt_resizeModelExact(QRTModel *model, int rows, int cols, int max
   return 0;
 }
 
-// A negative capacity in the model asks for that much room above the size.
-static int capacityAsked(int stored, int size) {
-  if (stored >= 0) return stored;
-  const int64_t sum = int64_t(size) - stored;
-  return sum > INT_MAX ? INT_MAX : int(sum);
-}
-
 static void resizeFromPresent(QRTModel *model, int rows, int cols, int exact) {
   qrt_checkParameter(model, 2, rows, -1, MAX_ROWS);
   qrt_checkParameter(model, 3, cols, -1, INT_MAX);
   qrt_checkParameter(model, 4, exact, 0, 1);
-  const int newRows = rows < 0 ? model->Inumrows : rows, newCols = cols < 0 ? model->Inumcols : cols;
-  int maxRows = capacityAsked(model->Imaxrows, newRows);
-  const int maxCols = capacityAsked(model->Imaxcols, newCols);
-  if (maxRows > MAX_ROWS) maxRows = newRows <= MAX_ROWS ? MAX_ROWS : maxRows;
-  if (model->Imaxrows < 0) model->Imaxrows = 0;
-  if (model->Imaxcols < 0) model->Imaxcols = 0;
-  resizeChecked(model, newRows, newCols, maxRows, maxCols, exact);
+  warnOfPointers(model);
+  resizeRims(model, rows < 0 ? model->Inumrows : rows, cols < 0 ? model->Inumcols : cols, model->Imaxrows,
+             model->Imaxcols, exact);
 }
 
 extern "C" int qrt_resizeModel(QRTModel *model, int rows, int cols, int exact) {

@@ -114,10 +114,7 @@ void loadRims(QRTModel *model, int rows, const double *rowLower, const double *r
     qrtmesg_no_q1(MSG_OVERWRITING_MODEL, name ? name : "", -1);
     clearModelData(model);
   }
-  const int maxRows = model->Imaxrows < 0 ? rows - model->Imaxrows : model->Imaxrows;
-  const int maxCols = model->Imaxcols < 0 ? columns - model->Imaxcols : model->Imaxcols;
-  if (!model->lower) model->Imaxrows = model->Imaxcols = 0;
-  resizeRims(model, rows, columns, maxRows, maxCols, 0);
+  resizeRims(model, rows, columns, model->Imaxrows, model->Imaxcols, 0);
   int bad = fillRows(model, rowLower, rowUpper);
   bad += fillColumns(model, objective, columnLower, columnUpper);
   if (bad > 0) qrtmesg_no(MSG_STORE_STOPPED);
