@@ -254,7 +254,7 @@ extern "C" int qrt_makeColumnOrdered(int *rows, int *columns, double *elements, 
       value = nextValue;
     }
   }
-  memcpy(rows, columns, sizeof(int) * size_t(n));
+  if (n > 0) memcpy(rows, columns, sizeof(int) * size_t(n));
   for (int c = nColumns; c > 0; c--) starts[c] = starts[c - 1];
   starts[0] = 0;
   qrt_sortMatrix(starts, rows, elements, nColumns);

@@ -663,4 +663,3 @@ TEST_F(Compressed, deletingACompressedModelFreesBothForms) {
 }
 
 }  // namespace
-__attribute__((weak)) void releaseFactor(void *) {}
