@@ -86,6 +86,16 @@ static int loadBlock(VirtualFile *f, IndexBlock *into, int number) {
   return rc;
 }
 
+// The last record ends where the data end, and its bytes are on the file, or none of them are: what a writer leaves
+// that was stopped between allocating and writing. Anything else would have the next record padded to a false end.
+static bool soundEnd(const VirtualFile *f) {
+  const VirtualHeader *h = &f->header;
+  if (h->recordCount == 0) return h->endOfData <= f->fileEnd;
+  const IndexPair last = f->tail.pairs[(h->recordCount - 1) % VREC_FANOUT];
+  if (int64_t(last.offset) + last.length != h->endOfData) return false;
+  return h->endOfData <= f->fileEnd || last.offset == f->fileEnd;
+}
+
 // Header and index are read once, at the first operation on a file opened with "OLD".
 static int load(VirtualFile *f) {
   if (f->failure != VREC_OK) return f->failure;
@@ -94,6 +104,7 @@ static int load(VirtualFile *f) {
   if (rc == VREC_OK && !soundHeader(&f->header, f->fileEnd)) rc = VREC_READ;
   if (rc == VREC_OK) rc = loadBlockOffsets(f);
   if (rc == VREC_OK && f->header.indexBlocks > 0) rc = loadBlock(f, &f->tail, f->header.indexBlocks);
+  if (rc == VREC_OK && !soundEnd(f)) rc = VREC_READ;
   f->loaded = rc == VREC_OK;
   return rc;
 }
