@@ -14,8 +14,6 @@ QRTModel *stochMessageGetSpeaker() { return speaker; }
 void stochMessage(int index) {
   // The model that was current stays out: the next call on it makes it current itself, and it may be gone by then.
   if (speaker != nullptr && speaker != qrt_modelInfo) qrt_makeThisCurrent(speaker);
-  // a bad handle may be the first thing the library meets, before any context has set the page up
-  if (qrterr.Ilinelen == 0) qrtinitf();
   qrtmesg_no(index);
 }
 

@@ -315,7 +315,7 @@ struct NodeSummaryList {
 // ---- one helper a step between the index spaces -------------------------------------------------------------
 
 inline int blockNumber(int rowStage, int colStage) { return int(int64_t(rowStage) * (rowStage - 1) / 2) + colStage; }
-inline int64_t blockCount(int nStages) { return int64_t(nStages) * (nStages + 1) / 2; }
+inline int64_t blockCount(int nStages) { return int64_t(nStages) * (int64_t(nStages) + 1) / 2; }
 
 inline int rowsOfStage(const CoreData *c, int stage) { return c->rowStageStart[stage] - c->rowStageStart[stage - 1]; }
 inline int colsOfStage(const CoreData *c, int stage) { return c->colStageStart[stage] - c->colStageStart[stage - 1]; }
