@@ -82,14 +82,16 @@ static int mergeColumns(int *rows, int *cols, double *values, int *colStarts, in
 int qrts_makeColumnOrdered(int *rows, int *cols, double *values, int *rowCounts, int *colStarts, int *colCounts, int nRows,
                            int nCols, int count, double tolerance) {
   static const char *const name = "qrts_makeColumnOrdered";
-  std::memset(rowCounts, 0, size_t(nRows) * sizeof(int));
-  std::memset(colCounts, 0, size_t(nCols) * sizeof(int));
+  for (int i = 0; i < nRows; i++) rowCounts[i] = 0;
+  for (int j = 0; j < nCols; j++) colCounts[j] = colStarts[j] = 0;
+  colStarts[nCols] = 0;
+  if (count < 1) return 0;
   for (int e = 0; e < count; e++) {
     rowCounts[rows[e]]++;
     colCounts[cols[e]]++;
   }
   // two stable passes, rows then columns, leave the rows of a column rising
-  const int64_t n = count > 0 ? count : 1;
+  const int64_t n = count;
   int *byRow = static_cast<int *>(qrts__alloc(name, (n + nRows + 1) * int64_t(sizeof(int)), 1));
   int *place = byRow + n;
   place[0] = 0;
@@ -98,7 +100,6 @@ int qrts_makeColumnOrdered(int *rows, int *cols, double *values, int *rowCounts,
 
   int *rowsNow = static_cast<int *>(qrts__alloc(name, n * int64_t(sizeof(int)), 1));
   double *valuesNow = static_cast<double *>(qrts__alloc(name, n * int64_t(sizeof(double)), 1));
-  colStarts[0] = 0;
   for (int j = 0; j < nCols; j++) colStarts[j + 1] = colStarts[j] + colCounts[j];
   for (int k = 0; k < count; k++) {
     const int e = byRow[k], p = colStarts[cols[e]]++;
