@@ -733,9 +733,8 @@ void digest(const std::string &path, const std::string &bytes) {
       ASSERT_EQ(qrts_unpackCore(bare->store()) == 0 ? core_check(bare->store()->core) : nullptr, nullptr);
       const int nodes = qrts_get2Numnodes(bare->stoch());
       for (int n = 1; n <= nodes && n < 200; n++) {
-        NodeView *view = nullptr;
+        NodeView room, *view = &room;
         qrts_Cndat(bare->stoch(), n, &view);
-        std::free(view);
       }
     }
   }
