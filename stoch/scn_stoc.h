@@ -41,6 +41,7 @@
 
 #include "frame/model_record.h"
 #include "stoch/scn_record_file.h"
+#include "stoch/scn_tree.h"
 
 // The handles; opaque in the public header.
 typedef struct QRTStoch QRTStoch;
@@ -231,45 +232,6 @@ struct QRTStoch {
   // State of ours.
   int32_t lenient;          // 1: read files as the world writes them
   int32_t inherit;          // 1: a scenario takes over its ancestor's items for the stages it owns
-};
-
-struct TreeScenario;
-struct TreeIndex;           // the fast ways into the children of a node, scn_tree.cpp
-struct EventNode {
-  double probability;       // sum over the samples through this node; 0 in the leaf of a new branch
-  int32_t stage;            // 1..nStages, 0 in the root
-  int32_t event;
-  int32_t number;           // none in a leaf
-  EventNode *firstChild;    // the child with the largest event
-  EventNode *parent;
-  EventNode *nextSibling;   // the next smaller event
-  TreeScenario *scenario;   // the one that created this node
-  TreeIndex *index;
-};
-typedef EventNode TreeRoot;
-struct TreeScenario {
-  double probability;
-  EventNode *leaf;
-  int *events;              // [nStages] owned
-  int32_t sample;
-  int32_t number;           // from 1
-  int32_t branchStage;      // from 1
-  TreeScenario *ancestor;   // the first points to itself
-  TreeScenario *next;       // circular
-};
-struct QRTTree {
-  char tag[6];              // "sTREE"; zero bytes once deleted
-  TreeRoot *root;
-  TreeScenario **samples;   // [maxSamples], grows as it fills
-  int32_t maxSamples;
-  int32_t nStages;          // length of an event vector
-  int32_t sampleIndex;      // of the last sample, from 0
-  int32_t lastScenario;     // number of the last sample's scenario
-  int32_t nNodes;
-  // State of ours.
-  int32_t nScenarios;       // distinct scenarios
-  int32_t sampleCapacity;
-  void *arena;              // where nodes and scenarios come from
 };
 
 // ---- views --------------------------------------------------------------------------------------------------

@@ -14,8 +14,7 @@
 
 #include <cstdint>
 
-#include "include/qrts_c_api.h"
-
+typedef struct QRTTree QRTTree;
 struct TreeScenario;
 
 struct EventNode {
