@@ -4,7 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "stoch/scn_stoc.h"
+#include "frame/messages.h"
+#include "stoch/scn_object.h"
 
 namespace {
 
@@ -111,6 +112,13 @@ void growSamples(QRTTree *tree) {
   tree->sampleRoom = static_cast<int32_t>(room);
 }
 
+void tellTooMany(int wanted, int limit) {
+  messageC(1, "samples");
+  messageI(1, wanted);
+  messageI(2, limit);
+  stochMessage(MSG_TOO_MANY);
+}
+
 int addBranch(QRTTree *tree, EventNode *above, const int *events, double probability) {
   const int branchStage = above->stage + 1;
   EventNode *leaf = above;
@@ -203,7 +211,7 @@ QRTTree *qrttree_Cinit(const int *events, int nStages, int maxSamples, double pr
 int qrttree_Cadd(QRTTree *tree, const int *events, int nStages, double probability) {
   if (!events || nStages < tree->nStages) return 2;
   if (tree->sampleIndex + 1 >= tree->maxSamples) {
-    stochMessage_q1_i2(MSG_TOO_MANY, "samples", tree->sampleIndex + 2, tree->maxSamples);
+    tellTooMany(tree->sampleIndex + 2, tree->maxSamples);
     return -1;
   }
   ++tree->sampleIndex;
@@ -218,7 +226,7 @@ int qrttree_Cadd(QRTTree *tree, const int *events, int nStages, double probabili
 
 int qrttree_Cget(QRTTree *tree, int index, int *ancestor, int *stage, double *probability, int *number, int **events) {
   if (index < 0 || index > tree->sampleIndex) {
-    stochMessage_q1_i2(MSG_TOO_MANY, "samples", index == INT32_MAX ? index : index + 1, tree->sampleIndex + 1);
+    tellTooMany(index == INT32_MAX ? index : index + 1, tree->sampleIndex + 1);
     return 1;
   }
   const TreeScenario *scenario = tree->samples[index];

@@ -1,0 +1,244 @@
+/** @file qrts_c_api.h
+ *  Stochastic interface of libtavstoch: stochastic programs over a tree of scenarios, and event trees.
+ *
+ *  A stochastic program has a core (all stages written once) and scenarios, given as differences from the core by
+ *  three SMPS files or by calls. Its deterministic equivalent is an ordinary model that can be solved and read back
+ *  by node and by scenario.
+ *
+ *  Conventions. Functions return 0 on success, 1 for a warning, 2 and above for a failure, unless said otherwise.
+ *  Stages, scenarios and node numbers count from 1, scenario 0 means the root; row and column indices of a core or a
+ *  scenario count from 1; indices handed out for a model count from 0. Reals are double, counts and indices int. Each
+ *  call announces itself on the log of the object's base model. A null or deleted handle gives message 7403 and the
+ *  function's failure value; like every message of severity S it ends the process with exit(0) unless its limit was
+ *  raised with qrt_mset() on the base model (numbers 7401 to 7454). Vectors of a caller are never changed or kept.
+ *  One thread only.
+ */
+#ifndef QRTS_C_API_H
+#define QRTS_C_API_H
+#include "qrt_c_api.h"
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** A stochastic program: core, scenarios, the model made from them, options. */
+typedef struct QRTStoch QRTStoch;
+/** A free-standing tree of events, from which scenarios are numbered. */
+typedef struct QRTTree QRTTree;
+
+/* ---- context and objects --------------------------------------------------------------------------------- */
+
+/** @brief Creates the library's context, as qrt_initializeContext(). @return the context, null when there is one. */
+QRT_API QRTContext *qrts_initializeContext(void);
+/** @brief Ends the library's use, as qrt_endContext(). Objects should have been deleted before. @return 0. */
+QRT_API int qrts_endContext(QRTContext *context);
+/** @brief New empty object within a context.
+ *  @param context  the library's context.
+ *  @param name  shown in messages; copied, cut at 127 characters; null for none.
+ *  @param maxScenarios  the most scenarios it will take; the memory for them grows as they come.
+ *  @return the object, owned by the caller (qrts_deleteStoch()); null if it fails its check. */
+QRT_API QRTStoch *qrts_newStoch(QRTContext *context, const char *name, int maxScenarios);
+/** @brief The same outside any context. */
+QRT_API QRTStoch *qrts_createStoch(const char *name, int maxScenarios);
+/** @brief Deletes an object with its data, models and temporary record file. @return 0; 2 for a bad handle. */
+QRT_API int qrts_deleteStoch(QRTStoch *stoch);
+/** @brief Makes target a copy of source: data (on a record file of its own), options and described model. Data that
+ *  the target owns are released first. @return 0; 2 for a bad source. */
+QRT_API int qrts_copyStoch(QRTStoch *target, QRTStoch *source);
+/** @brief Never prints message `number` of this object. @return 0; -1 unless 1 <= number < 10000; 1 for a number
+ *  that qrt_messagePrintOff() does not take (use qrt_messagesPrintOff() on the base model for those). */
+QRT_API int qrts_messagePrintOff(QRTStoch *stoch, int number);
+/** @brief Prints message `number` of this object always. @return as qrt_messagePrintOn(). */
+QRT_API int qrts_messagePrintOn(QRTStoch *stoch, int number);
+/** @brief The model whose controls, message limits and log all models of the object take, and on whose log it speaks.
+ *  Owned by the object. @return null for a bad handle. */
+QRT_API QRTModel *qrtse_getBaseModel(QRTStoch *stoch);
+/** @brief The described model (the deterministic equivalent). Owned by the object; good until the next description.
+ *  @return null when nothing is described, and for a bad handle. */
+QRT_API QRTModel *qrtse_getCurrentModel(QRTStoch *stoch);
+/** @brief Makes target a full copy of the described model. @return 0; 1 when nothing is described; 2 for a bad handle. */
+QRT_API int qrtse_copyCurrentModel(QRTStoch *stoch, QRTModel *target);
+
+/* ---- data in and out ------------------------------------------------------------------------------------- */
+
+/** @brief Reads an SMPS triple into an object without data.
+ *
+ *  The core is an MPS file whose rows and columns stand in stage order; FREE on its NAME card puts all three files
+ *  into free format with names of up to 31 characters, else names have 8. The time file names the first column and row
+ *  of each period. The stoch file holds a SCENARIOS, INDEP or BLOCKS section of kind DISCRETE, with REPLACE (the
+ *  default) or ADD; of INDEP and BLOCKS all combinations become scenarios, the first variable changing fastest. Values
+ *  of the stoch file have single precision by the letter. See qrts_setLenientOn() for files that stray.
+ *
+ *  @return 1 SCENARIOS, 2 INDEP, 3 BLOCKS; -1 on failure after a message (scenarios read before it remain), also when
+ *  reading stopped at the object's maximum with a bound ignored. An object that has data already ends the process
+ *  with exit(999). */
+QRT_API int qrts_readSMPSData(QRTStoch *stoch, const char *core, const char *time, const char *sto);
+/** @brief The readers also accept what published files contain beyond the letter, telling each kind once a file by
+ *  message 501 with file and card; values of the stoch file keep double precision. Accepted are: problem names that
+ *  differ, NAME for STOCH, a section without DISCRETE, INDEP lines without a period, second pairs on a line, periods
+ *  that begin at the objective row or at none, the root in quotes, tabs, fields off their columns, names longer than 8
+ *  without FREE, INDEP and BLOCKS in one file, set names that are not the core's, section words in lower case, empty
+ *  lines. Off by default. */
+QRT_API void qrts_setLenientOn(QRTStoch *stoch);
+/** @brief The readers go by the letter: the default. */
+QRT_API void qrts_setLenientOff(QRTStoch *stoch);
+/** @brief A scenario of a SCENARIOS section takes over its ancestor's items for the stages it owns, unless it lists
+ *  them itself. Off by default: then an item that a scenario does not list has the core's value there. */
+QRT_API void qrts_setInheritOn(QRTStoch *stoch);
+/** @brief Scenarios take their data relative to the core alone: the default. */
+QRT_API void qrts_setInheritOff(QRTStoch *stoch);
+/** @brief Loads a core.
+ *  @param stoch  object without data.
+ *  @param nStages  number of stages.
+ *  @param rowStages,colStages  [nRows], [nCols] stage of each row and column, 1 to nStages.
+ *  @param nRows,nCols,nElements  sizes.
+ *  @param objective  [nCols], null for 0.
+ *  @param rowLower,rowUpper  [nRows], null for -1e31 and 1e31; a bound of that size means none.
+ *  @param colLower,colUpper  [nCols], null for 0 and 1e31.
+ *  @param rows,cols,elements  [nElements] triplets, indices from 1; a row of stage r holds columns of stages up to r.
+ *  @param ...  for problem type 2, one const double *: the diagonal [nCols] of the quadratic objective.
+ *  @return 0; 2 after a message. */
+QRT_API int qrts_createCore(QRTStoch *stoch, int nStages, const int *rowStages, const int *colStages, int nRows, int nCols,
+                            int nElements, const double *objective, const double *rowLower, const double *rowUpper,
+                            const double *colLower, const double *colUpper, const int *rows, const int *cols,
+                            const double *elements, ...);
+/** @brief Adds scenario number `scenario`, which must be the next one; a number that exists only changes its weight.
+ *  @param ancestor  scenario it departs from, 0 for the root.
+ *  @param stage  first stage of its own; 2 for ancestor 0.
+ *  @param probability  weight, not negative; weights need not sum to 1.
+ *  @param notRead  not read.
+ *  @param nRows,nCols  sizes of the core.
+ *  @param objective,rowLower,rowUpper,colLower,colUpper  dense vectors in input order, null for no entries.
+ *  @param rows,cols,elements  [nElements] triplets, indices from 1.
+ *  @param replace  0: all values are differences from the core. 1: they are absolute, and a lower bound or cost of 0
+ *  and an upper bound of 1e31 mean "as the core".
+ *  @return 0; 2 after a message, and then the object is as before. */
+QRT_API int qrts_addScenario(QRTStoch *stoch, int scenario, int ancestor, int stage, double probability, int notRead, int nRows,
+                             int nCols, int nElements, const double *objective, const double *rowLower, const double *rowUpper,
+                             const double *colLower, const double *colUpper, const int *rows, const int *cols,
+                             const double *elements, int replace);
+/** @brief 1 a linear core, 2 one with a quadratic diagonal; before qrts_createCore(). @return 0; 2 for a bad handle. */
+QRT_API int qrts_setCoreProblemType(QRTStoch *stoch, int type);
+/** @brief Reads core and scenarios from a record file, which stays open and unchanged. Names and integer marks are not
+ *  part of it. @return 0; 2 after a message. */
+QRT_API int qrts_readNativeData(QRTStoch *stoch, const char *file);
+/** @brief Saves core and scenarios under a name; the object goes on working with that file. @return 0; 2 on failure. */
+QRT_API int qrts_writeNativeData(QRTStoch *stoch, const char *file);
+
+/* ---- sizes ----------------------------------------------------------------------------------------------- */
+
+/** @brief Scenarios; leaves of the described model when there is one. @return -1 without data or for a bad handle. */
+QRT_API int qrts_getNumScenarios(QRTStoch *stoch);
+/** @brief Nodes of the tree; of the described model when there is one. @return -1 without data or for a bad handle. */
+QRT_API int qrts_getNumNodes(QRTStoch *stoch);
+/** @brief Stages of the core, 0 without one. @return 2 for a bad handle. */
+QRT_API int qrts_getNumStages(QRTStoch *stoch);
+/** @brief Rows of the core, 0 without one. @return 2 for a bad handle. */
+QRT_API int qrts_getCoreNumrows(QRTStoch *stoch);
+/** @brief Columns of the core, 0 without one. @return 2 for a bad handle. */
+QRT_API int qrts_getCoreNumcols(QRTStoch *stoch);
+/** @brief Rows of the core in a stage, 0 for a stage that does not exist. @return 2 for a bad handle. */
+QRT_API int qrts_getNumrowsAtStage(QRTStoch *stoch, int stage);
+/** @brief Columns of the core in a stage, 0 for a stage that does not exist. @return 2 for a bad handle. */
+QRT_API int qrts_getNumcolsAtStage(QRTStoch *stoch, int stage);
+
+/*GENERATION*/
+/* ---- decomposition --------------------------------------------------------------------------------------- */
+
+/** @brief The submodels of a decomposition, owned by the object. @return null with a warning on stdout when there are
+ *  none, and for a bad handle. */
+QRT_API QRTStoch **qrts_getSubmodels(QRTStoch *stoch);
+/** @brief Number of submodels, -1 without a decomposition. */
+QRT_API int qrts_getNsubmodels(QRTStoch *stoch);
+
+/* ---- options (a bad handle is ignored; getters then give 0) ---------------------------------------------- */
+
+/** @brief Traces entries and checks on stdout. */
+QRT_API void qrts_setDebugOn(QRTStoch *stoch);
+/** @brief Ends the trace: the default. */
+QRT_API void qrts_setDebugOff(QRTStoch *stoch);
+/** @brief Ends a decomposition with a simplex solve of the whole model: the default. */
+QRT_API void qrts_setFinalSimplexSolverOn(QRTStoch *stoch);
+/** @brief Ends a decomposition without it. */
+QRT_API void qrts_setFinalSimplexSolverOff(QRTStoch *stoch);
+/** @brief Asks for the parallel form of nested decomposition. */
+QRT_API void qrtse_setParallelOn(QRTStoch *stoch);
+/** @brief The same when the message layer has been started by the caller. */
+QRT_API void qrtse_setParallelOnAfterVM(QRTStoch *stoch);
+/** @brief Nested decomposition in one process: the default. */
+QRT_API void qrtse_setParallelOff(QRTStoch *stoch);
+/** @brief Stage at which a decomposition cuts the tree; 2 by default. */
+QRT_API int qrts_getCutPeriod(QRTStoch *stoch);
+/** @brief Sets it; a negative value is left unstored. */
+QRT_API void qrts_setCutPeriod(QRTStoch *stoch, int v);
+/** @brief Fewest rows of a submodel; 0 by default. */
+QRT_API int qrts_getMinNumRows(QRTStoch *stoch);
+/** @brief Sets it; a negative value is left unstored. */
+QRT_API void qrts_setMinNumRows(QRTStoch *stoch, int v);
+/** @brief Most submodels of a decomposition; 999999 by default. */
+QRT_API int qrts_getMaxsubmodels(QRTStoch *stoch);
+/** @brief Sets it; values below 1 are left unstored. */
+QRT_API void qrts_setMaxsubmodels(QRTStoch *stoch, int v);
+/** @brief Most cycles of a decomposition method; 100 by default. */
+QRT_API int qrts_getMaxiter(QRTStoch *stoch);
+/** @brief Sets it; a negative value is left unstored. */
+QRT_API void qrts_setMaxiter(QRTStoch *stoch, int v);
+/** @brief Scales models before a solve. */
+QRT_API void qrts_setScaleOn(QRTStoch *stoch);
+/** @brief Solves models unscaled: the default. */
+QRT_API void qrts_setScaleOff(QRTStoch *stoch);
+/** @brief Presolves with type 1 to 3; another value is warned of on stdout and taken as 1. */
+QRT_API void qrts_setPresolve(QRTStoch *stoch, int v);
+/** @brief No presolve: the default. */
+QRT_API void qrts_setPresolveOff(QRTStoch *stoch);
+/** @brief Crashes with type 1 to 4; another value is warned of on stdout and taken as 1. */
+QRT_API void qrts_setCrash(QRTStoch *stoch, int v);
+/** @brief No crash: the default. */
+QRT_API void qrts_setCrashOff(QRTStoch *stoch);
+/** @brief Simplex algorithm, 0 to 2: 0 as the library chooses (default); another value is warned of and taken as 0. */
+QRT_API void qrts_setSimplexAlg(QRTStoch *stoch, int v);
+/** @brief Puts large bounds on free columns of a decomposition's models. */
+QRT_API void qrts_setLargeBoundsOn(QRTStoch *stoch);
+/** @brief Leaves them free: the default. */
+QRT_API void qrts_setLargeBoundsOff(QRTStoch *stoch);
+/** @brief Minimises: the default. */
+QRT_API void qrts_setMinimize(QRTStoch *stoch);
+/** @brief Maximises. */
+QRT_API void qrts_setMaximize(QRTStoch *stoch);
+/** @brief Relative optimality gap at which a decomposition stops; 1e-08 by default. */
+QRT_API double qrts_getRelOptimalityGap(QRTStoch *stoch);
+/** @brief Sets it; a value outside (1e-16, 1) is warned of on stdout and left unstored. */
+QRT_API void qrts_setRelOptimalityGap(QRTStoch *stoch, double v);
+/** @brief Status of the last solve: 0 optimal, 1 infeasible, 2 unbounded, 3 and above stopped; -1 before any. */
+QRT_API int qrts_getStatus(QRTStoch *stoch);
+/** @brief Objective value of the last solve, without the constant of the core's objective row. */
+QRT_API double qrts_getRobjvalue(QRTStoch *stoch);
+
+/* ---- event trees ----------------------------------------------------------------------------------------- */
+
+/** @brief New tree holding its first sample.
+ *  @param events  [nStages] event codes, one a stage after the root; copied.
+ *  @param maxSamples  the most samples it will take.
+ *  @param probability  weight of the sample.
+ *  @return the tree, owned by the caller (qrts_deleteTree()); null for no stages or no events. */
+QRT_API QRTTree *qrts_createScenarioTree(const int *events, int nStages, int maxSamples, double probability);
+/** @brief Adds a sample. A vector equal to an earlier one is the same scenario, and the weights add.
+ *  @return the scenario number of the sample; -1 with message 7426 when the table is full; 2 for a bad handle, and
+ *  for a vector that is null or shorter than the tree's. */
+QRT_API int qrts_addEventToTree(QRTTree *tree, const int *events, int nStages, double probability);
+/** @brief Reads a sample.
+ *  @param index  from 0, in the order of the samples.
+ *  @param[out] ancestor  scenario it departs from, 0 for branching stage 1.
+ *  @param[out] stage  branching stage, counted without the root.
+ *  @param[out] probability  sum of the weights of the scenario's samples.
+ *  @param[out] number  scenario number.
+ *  @param[out] events  the event vector [nStages], owned by the tree.
+ *  @return 0; 1 with message 7426 when there is no such sample; 2 for a bad handle. Outputs may be null. */
+QRT_API int qrts_getScenarioFromTree(QRTTree *tree, int index, int *ancestor, int *stage, double *probability, int *number,
+                                     int **events);
+/** @brief Deletes a tree. @return 0; 2 for a bad handle. */
+QRT_API int qrts_deleteTree(QRTTree *tree);
+
+#ifdef __cplusplus
+}
+#endif
+#endif

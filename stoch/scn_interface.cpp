@@ -1,0 +1,131 @@
+// The public functions of the stochastic interface: each passes the entry frame and hands on to its worker.
+#include "include/qrts_c_api.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+#include "frame/messages.h"
+#include "stoch/scn_object.h"
+#include "stoch/scn_smps.h"
+
+namespace {
+// Every framed call ends here: its lines reach the log before the caller goes on.
+template <class T> T leave(T result) {
+  flushLogs();
+  return result;
+}
+}  // namespace
+
+// A forwarder with the usual frame: `failure` for a bad handle, else what the worker returns.
+#define QRTS_FORWARD(stoch, failure, call) \
+  do {                                     \
+    if (qrts_CEnter((stoch), __func__) > 0) return leave(failure); \
+    return leave(call);                    \
+  } while (0)
+
+extern "C" {
+
+QRTContext *qrts_initializeContext(void) { return qrt_initializeContext(); }
+int qrts_endContext(QRTContext *context) { return qrt_endContext(context); }
+
+QRTStoch *qrts_newStoch(QRTContext *context, const char *name, int maxScenarios) {
+  QRTStoch *stoch = qrts_new2Stoch(context, name, maxScenarios);
+  QRTS_FORWARD(stoch, static_cast<QRTStoch *>(nullptr), stoch);
+}
+QRTStoch *qrts_createStoch(const char *name, int maxScenarios) {
+  QRTStoch *stoch = qrts_create2Stoch(name, maxScenarios);
+  QRTS_FORWARD(stoch, static_cast<QRTStoch *>(nullptr), stoch);
+}
+int qrts_deleteStoch(QRTStoch *stoch) { QRTS_FORWARD(stoch, 2, qrts_delete2Stoch(stoch)); }
+int qrts_copyStoch(QRTStoch *target, QRTStoch *source) {
+  if (qrts_CEnter(source, __func__) > 0) return leave(2);
+  return leave(qrts_validate2Stoch(target) == 0 ? qrts_copy2Stoch(target, source, 1) : 2);
+}
+int qrts_messagePrintOff(QRTStoch *stoch, int number) {
+  if (number < 1 || number >= 10000 || !handleLives(stoch)) return -1;
+  return qrt_messagePrintOff(stoch->baseModel, number);
+}
+int qrts_messagePrintOn(QRTStoch *stoch, int number) {
+  return handleLives(stoch) ? qrt_messagePrintOn(stoch->baseModel, number) : -1;
+}
+
+QRTModel *qrtse_getBaseModel(QRTStoch *stoch) { QRTS_FORWARD(stoch, static_cast<QRTModel *>(nullptr), stoch->baseModel); }
+QRTModel *qrtse_getCurrentModel(QRTStoch *stoch) {
+  QRTS_FORWARD(stoch, static_cast<QRTModel *>(nullptr), stoch->smodel ? stoch->smodel->model : nullptr);
+}
+int qrtse_copyCurrentModel(QRTStoch *stoch, QRTModel *target) {
+  QRTS_FORWARD(stoch, 2, stoch->smodel && stoch->smodel->model ? qrt_copyModel(target, stoch->smodel->model) : 1);
+}
+
+int qrts_readSMPSData(QRTStoch *stoch, const char *core, const char *time, const char *sto) {
+  if (qrts_CEnter(stoch, __func__) > 0) return leave(-1);
+  if (stoch->ifDebug) qrts_debug("-1qrts_read2SMPSData");
+  return leave(qrts_read2SMPSData(stoch, core, time, sto));
+}
+int qrts_createCore(QRTStoch *stoch, int nStages, const int *rowStages, const int *colStages, int nRows, int nCols,
+                    int nElements, const double *objective, const double *rowLower, const double *rowUpper,
+                    const double *colLower, const double *colUpper, const int *rows, const int *cols,
+                    const double *elements, ...) {
+  if (qrts_CEnter(stoch, __func__) > 0) return leave(2);
+  const double *quadDiagonal = nullptr;
+  if (stoch->sdata && stoch->sdata->core && stoch->sdata->core->problemType == 2) {
+    va_list more;
+    va_start(more, elements);
+    quadDiagonal = va_arg(more, const double *);
+    va_end(more);
+  }
+  return leave(qrts_Ccore(stoch, nStages, rowStages, colStages, nRows, nCols, nElements, objective, rowLower, rowUpper,
+                          colLower, colUpper, rows, cols, elements, quadDiagonal));
+}
+int qrts_addScenario(QRTStoch *stoch, int scenario, int ancestor, int stage, double probability, int notRead, int nRows,
+                     int nCols, int nElements, const double *objective, const double *rowLower, const double *rowUpper,
+                     const double *colLower, const double *colUpper, const int *rows, const int *cols,
+                     const double *elements, int replace) {
+  QRTS_FORWARD(stoch, 2,
+               qrts_Cadsc(stoch, scenario, ancestor, stage, probability, notRead, nRows, nCols, nElements, objective,
+                          rowLower, rowUpper, colLower, colUpper, rows, cols, elements, replace));
+}
+int qrts_setCoreProblemType(QRTStoch *stoch, int type) {
+  if (qrts_CEnter(stoch, __func__) > 0) return leave(2);
+  if (stoch->sdata && stoch->sdata->core) stoch->sdata->core->problemType = type;
+  return leave(0);
+}
+int qrts_readNativeData(QRTStoch *stoch, const char *file) { QRTS_FORWARD(stoch, 2, qrts_read2NativeData(stoch, file, 1, 0)); }
+int qrts_writeNativeData(QRTStoch *stoch, const char *file) { QRTS_FORWARD(stoch, 2, qrts_write2NativeData(stoch, file)); }
+
+int qrts_getNumScenarios(QRTStoch *stoch) { QRTS_FORWARD(stoch, -1, qrts_get2Numleaf(stoch)); }
+int qrts_getNumNodes(QRTStoch *stoch) { QRTS_FORWARD(stoch, -1, qrts_get2Numnodes(stoch)); }
+int qrts_getNumStages(QRTStoch *stoch) { QRTS_FORWARD(stoch, 2, qrts_get2NumStages(stoch)); }
+int qrts_getCoreNumrows(QRTStoch *stoch) { QRTS_FORWARD(stoch, 2, qrts_get2CoreNumrows(stoch)); }
+int qrts_getCoreNumcols(QRTStoch *stoch) { QRTS_FORWARD(stoch, 2, qrts_get2CoreNumcols(stoch)); }
+int qrts_getNumrowsAtStage(QRTStoch *stoch, int stage) { QRTS_FORWARD(stoch, 2, qrts_get2NumrowsAtStage(stoch, stage)); }
+int qrts_getNumcolsAtStage(QRTStoch *stoch, int stage) { QRTS_FORWARD(stoch, 2, qrts_get2NumcolsAtStage(stoch, stage)); }
+
+QRTStoch **qrts_getSubmodels(QRTStoch *stoch) {
+  if (qrts_CEnter(stoch, __func__) > 0) return leave(static_cast<QRTStoch **>(nullptr));
+  if (stoch->nSubmodels > 0 && stoch->submodels) return leave(stoch->submodels);
+  printf(" Warning !  No decomposed submodels are present. \n");
+  return leave(static_cast<QRTStoch **>(nullptr));
+}
+int qrts_getNsubmodels(QRTStoch *stoch) { return handleLives(stoch) ? stoch->nSubmodels : -1; }
+
+QRTTree *qrts_createScenarioTree(const int *events, int nStages, int maxSamples, double probability) {
+  QRTTree *tree = qrttree_Cinit(events, nStages, maxSamples, probability);
+  if (qrts_CTreeEnter(tree, __func__) > 0) return leave(static_cast<QRTTree *>(nullptr));
+  return leave(tree);
+}
+int qrts_addEventToTree(QRTTree *tree, const int *events, int nStages, double probability) {
+  if (qrts_CTreeEnter(tree, __func__) > 0) return leave(2);
+  return leave(qrttree_Cadd(tree, events, nStages, probability));
+}
+int qrts_getScenarioFromTree(QRTTree *tree, int index, int *ancestor, int *stage, double *probability, int *number,
+                             int **events) {
+  if (qrts_CTreeEnter(tree, __func__) > 0) return leave(2);
+  return leave(qrttree_Cget(tree, index, ancestor, stage, probability, number, events));
+}
+int qrts_deleteTree(QRTTree *tree) {
+  if (qrts_CTreeEnter(tree, __func__) > 0) return leave(2);
+  return leave(qrts_delete2Tree(tree));
+}
+
+}  // extern "C"
