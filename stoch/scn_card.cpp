@@ -63,7 +63,7 @@ bool readValue(const SmpsReader *reader, Field field, double *value) {
 }
 
 bool problemNameAgrees(SmpsReader *reader) {
-  int start = 4, end;
+  int start = 5, end;  // behind column 5, which is the last of "STOCH"
   const Field name = qrtfform(reader->file.line, reader->file.length, &start, &end, reader->numchar);
   if (memcmp(name.text, reader->smps->problemName, static_cast<size_t>(name.length)) == 0) return true;
   if (!reader->lenient) return false;

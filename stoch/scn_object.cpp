@@ -14,7 +14,7 @@ namespace {
 
 constexpr int MESSAGE_ENTERING_STOCH = 950, MESSAGE_ENTERING_EXTRAS = 951;
 constexpr int NUMBER_ENTERING_MODULE = 317;  // number, not index, of the frame's entry line
-constexpr int MODULE_SLOT = 8;               // where @M looks for the module's name
+constexpr int MODULE_SLOT = 9;  // where @M looks for the name in messages of this layer
 constexpr int NAME_LENGTH = 127;
 
 // ---- the register of live handles: open addressing, never shrinks

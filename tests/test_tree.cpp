@@ -79,7 +79,9 @@ TEST_F(Tree, AgreesWithPlainListOnRandomSamples) {
         ASSERT_EQ(qrts_addEventToTree(tree, events.data(), depth, p), number);
       }
       samples.push_back(events);
-      if (k % 37 == 0) ASSERT_EQ(qrttree_check(tree), nullptr);
+      if (k % 37 == 0) {
+        ASSERT_EQ(qrttree_check(tree), nullptr);
+      }
     }
     ASSERT_EQ(qrttree_check(tree), nullptr);
     for (int k = 0; k < nSamples; ++k) {
