@@ -41,9 +41,6 @@ QRT_API QRTStoch *qrts_newStoch(QRTContext *context, const char *name, int maxSc
 QRT_API QRTStoch *qrts_createStoch(const char *name, int maxScenarios);
 /** @brief Deletes an object with its data, models and temporary record file. @return 0; 2 for a bad handle. */
 QRT_API int qrts_deleteStoch(QRTStoch *stoch);
-/** @brief Makes target a copy of source: data (on a record file of its own), options and described model. Data that
- *  the target owns are released first. @return 0; 2 for a bad source. */
-QRT_API int qrts_copyStoch(QRTStoch *target, QRTStoch *source);
 /** @brief Never prints message `number` of this object. @return 0; -1 unless 1 <= number < 10000; 1 for a number
  *  that qrt_messagePrintOff() does not take (use qrt_messagesPrintOff() on the base model for those). */
 QRT_API int qrts_messagePrintOff(QRTStoch *stoch, int number);
@@ -141,7 +138,6 @@ QRT_API int qrts_getNumrowsAtStage(QRTStoch *stoch, int stage);
 /** @brief Columns of the core in a stage, 0 for a stage that does not exist. @return 2 for a bad handle. */
 QRT_API int qrts_getNumcolsAtStage(QRTStoch *stoch, int stage);
 
-/*GENERATION*/
 /* ---- decomposition --------------------------------------------------------------------------------------- */
 
 /** @brief The submodels of a decomposition, owned by the object. @return null with a warning on stdout when there are

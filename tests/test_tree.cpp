@@ -2,7 +2,7 @@
 // and one that makes siblings cost time in proportion to their number.
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <ctime>
 #include <map>
 #include <random>
 #include <vector>
@@ -140,7 +140,7 @@ TEST_F(Tree, RefusesWhatItCannotHold) {
 }
 
 double secondsFor(int nSamples) {
-  const auto start = std::chrono::steady_clock::now();
+  const clock_t start = clock();
   int event = 0;
   QRTTree *tree = qrttree_Cinit(&event, 1, nSamples, 1.0);
   for (int k = 1; k < nSamples; ++k) {
@@ -149,13 +149,14 @@ double secondsFor(int nSamples) {
   }
   EXPECT_EQ(qrttree_check(tree), nullptr);
   qrts_delete2Tree(tree);
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  return double(clock() - start) / CLOCKS_PER_SEC;
 }
 
 TEST_F(Tree, ManySiblingsCostLinearTime) {
   // Sixteen times the siblings may cost the logarithm of their sort and the caches more, but not 256 times.
-  const double small = secondsFor(20000);
-  EXPECT_LT(secondsFor(320000), 100 * small + 0.5);
+  // (processor time, with room for a busy machine).
+  const double small = secondsFor(20000), large = secondsFor(320000);
+  EXPECT_LT(large, 100 * small + 2.0);
 }
 
 }  // namespace
