@@ -261,6 +261,8 @@ QRT_API int qrt_dropLastElementBlock(QRTModel *model);
 QRT_API int qrt_mergeBlocks(QRTModel *model, int option);
 /** @brief Number of elements in all blocks, overlaps counted each. */
 QRT_API int qrt_sizeMatrix(QRTModel *model);
+/** @brief The same number, among the integer values of a model. */
+QRT_API int qrt_getInumels(QRTModel *model);
 /** @brief Layout of a block: 2 triples, 3 columns. */
 QRT_API int qrt_blockType(QRTModel *model, int block);
 /** @brief Added to each row number of a block. */
@@ -535,6 +537,11 @@ QRT_API int qrt_getNumberBasicColumns(QRTModel *model);
 QRT_API int qrt_markAsInteger(QRTModel *model, int column);
 /** @brief One byte a column, not 0 for integers; null without any. Owned by the model. */
 QRT_API const char *qrt_integerType(QRTModel *model);
+
+/** @brief Solves take free rows and fixed columns out of the model for their run (the default). */
+QRT_API int qrt_setCompressOn(QRTModel *model);
+/** @brief Solves work on the whole model. */
+QRT_API int qrt_setCompressOff(QRTModel *model);
 
 /** @brief Makes the target the model of some rows and columns of the source, in the order listed; its own controls
  *  stay. @return 0. */

@@ -416,6 +416,12 @@ int qrt_sizeMatrix(QRTModel *model) {
   return n > INT_MAX ? INT_MAX : int(n);
 }
 
+int qrt_getInumels(QRTModel *model) {
+  qrt_enterLeave(model, "qrt_getInumels");
+  const int64_t n = matrixElements(model);
+  return n > INT_MAX ? INT_MAX : int(n);
+}
+
 // Readers of one block; a wrong number fails the parameter check.
 #define BLOCK_READER(name, type, failure, expression)            \
   type name(QRTModel *model, int block) {                        \

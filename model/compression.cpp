@@ -436,3 +436,15 @@ int qrt_compressedSeq(const CompressInfo *info, int sequence) {
   const int position = info->columnPosition[sequence - info->whole.Imaxrows];
   return position < 0 ? -1 : info->smallRows + position;
 }
+
+static int setCompress(QRTModel *model, const char *routine, bool on) {
+  qrt_enter(model, routine, 0);
+  if (on)
+    model->modelFlags |= MODEL_COMPRESS;
+  else
+    model->modelFlags &= ~uint32_t(MODEL_COMPRESS);
+  qrt_leave(model);
+  return 0;
+}
+extern "C" int qrt_setCompressOn(QRTModel *model) { return setCompress(model, "qrt_setCompressOn", true); }
+extern "C" int qrt_setCompressOff(QRTModel *model) { return setCompress(model, "qrt_setCompressOff", false); }

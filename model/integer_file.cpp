@@ -21,8 +21,8 @@
 #include "frame/guarded_memory.h"
 #include "frame/messages.h"
 #include "frame/units.h"
+#include "model/integer_sets.h"
 #include "model/mps_reader.h"
-#include "model/set_info.h"
 
 namespace {
 
@@ -168,8 +168,8 @@ struct IntegerFile {
   char *kind;          // [n] KIND_...
   char wildcard, single;  // any run of characters, any one character; 0 none
   SegmentState segment;
-  SetEntry *sets;
-  SetMember *members;
+  EntityRecord *sets;
+  MemberRecord *members;
   int64_t nSets, nMembers, setRoom, memberRoom;
   char setName[80];
 };
@@ -231,7 +231,7 @@ struct KindRow {
   char head[5];
   char kind;
   bool ofSets;
-  int setType;         // of SetEntry
+  int setType;         // of EntityRecord
 };
 const KindRow kindRows[] = {{" BV ", KIND_INTEGER, false, 0}, {" UI ", KIND_INTEGER, false, 0},
                             {" CO ", KIND_MEMBER, false, 0},  {" NL ", KIND_PIECEWISE, false, 0},
@@ -338,8 +338,8 @@ int qrtivar(IntegerFile *file) {
 
 void openEntry(IntegerFile *file, const KindRow *row) {
   QRTModel *model = file->model;
-  file->sets = static_cast<SetEntry *>(
-    growRoom(model, file->sets, file->nSets, &file->setRoom, int(sizeof(SetEntry)), 100));
+  file->sets = static_cast<EntityRecord *>(
+    growRoom(model, file->sets, file->nSets, &file->setRoom, int(sizeof(EntityRecord)), 100));
   file->sets[file->nSets++] = {row->setType, int(DEFAULT_PRIORITY), 0, int(file->nMembers)};
   memcpy(file->setName, file->reader.name1, sizeof file->setName);
 }
@@ -357,25 +357,25 @@ void takeSetAttribute(IntegerFile *file, const char *word, bool good, double val
   }
 }
 
-void takeMemberAttribute(IntegerFile *file, SetMember *member, const char *word, bool good, double value) {
+void takeMemberAttribute(IntegerFile *file, MemberRecord *member, const char *word, bool good, double value) {
   const int L = file->reader.nameLength;
   if (nameIs(word, L, "RFV")) {
-    if (good) member->reference = value;
+    if (good) member->up = value;
   } else if (nameIs(word, L, "PCU") || nameIs(word, L, "PCD")) {
     if (!good || value < 0) qrtmesg_no_i1_d1(MSG_BAD_PSEUDO_COST, file->reader.cardNumber, value);
-    else if (word[2] == 'D') member->downCost = value;
+    else if (word[2] == 'D') member->down = value;
   } else {
     qrtmesg_no_q2_i1(MSG_UNKNOWN_ATTRIBUTE, word, L, file->setName, L, file->reader.cardNumber);
   }
 }
 
 // The member of the open set for a column; a card that follows one of the same column adds to it.
-SetMember *memberOf(IntegerFile *file, int column) {
-  SetEntry *set = &file->sets[file->nSets - 1];
+MemberRecord *memberOf(IntegerFile *file, int column) {
+  EntityRecord *set = &file->sets[file->nSets - 1];
   if (set->count > 0 && file->members[file->nMembers - 1].column == column) return &file->members[file->nMembers - 1];
-  file->members = static_cast<SetMember *>(
-    growRoom(file->model, file->members, file->nMembers, &file->memberRoom, int(sizeof(SetMember)), 1000));
-  SetMember *member = &file->members[file->nMembers++];
+  file->members = static_cast<MemberRecord *>(
+    growRoom(file->model, file->members, file->nMembers, &file->memberRoom, int(sizeof(MemberRecord)), 1000));
+  MemberRecord *member = &file->members[file->nMembers++];
   *member = {column, 0, DEFAULT_PSEUDO_COST, double(++set->count)};
   markInteger(file->model, column, set->type == 4 ? 2 : 1);
   return member;
@@ -391,7 +391,7 @@ void takeMembers(IntegerFile *file) {
       qrtmesg_no_q1(MSG_SET_MEMBER_UNKNOWN, reader->name1, L);
       continue;
     }
-    SetMember *member = memberOf(file, j);
+    MemberRecord *member = memberOf(file, j);
     for (int pair = 1; pair <= reader->pairs; pair++) {
       double value = 0;
       const bool good = cardNumber(reader, pair + 1, &value);
@@ -430,26 +430,15 @@ int qrtiist(IntegerFile *file) {
   }
 }
 
-// Members ascend by their reference values; the block goes to the model.
+// Members ascend by their reference values; the sets replace those of the model.
 void installSets(IntegerFile *file) {
-  QRTModel *model = file->model;
-  qrt_free(model->setInfo);
-  model->setInfo = nullptr;
-  model->Inumsets = int(file->nSets);
-  if (file->nSets == 0) return;
-  const int64_t bytes = int64_t(sizeof(SetInfo)) + file->nSets * int64_t(sizeof(SetEntry)) +
-                        file->nMembers * int64_t(sizeof(SetMember));
-  SetInfo *info = static_cast<SetInfo *>(guardedAllocateZero(bytes, 1));
-  *info = {int(bytes), int(file->nSets), int(file->nMembers), 0};
-  memcpy(setEntries(info), file->sets, size_t(file->nSets) * sizeof(SetEntry));
-  SetMember *members = setMembers(info);
-  if (file->nMembers) memcpy(members, file->members, size_t(file->nMembers) * sizeof(SetMember));
+  dropEntities(file->model);
   for (int64_t k = 0; k < file->nSets; k++) {
-    SetMember *first = members + file->sets[k].first;
-    std::sort(first, first + file->sets[k].count,
-              [](const SetMember &a, const SetMember &b) { return a.reference < b.reference; });
+    const EntityRecord *set = &file->sets[k];
+    MemberRecord *first = file->members + set->first;
+    std::sort(first, first + set->count, [](const MemberRecord &a, const MemberRecord &b) { return a.up < b.up; });
+    storeEntity(file->model, set->type, set->priority, set->count, first);
   }
-  model->setInfo = info;
 }
 
 }  // namespace

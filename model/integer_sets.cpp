@@ -90,13 +90,29 @@ int countIntegerColumns(QRTModel *model) {
   return n;
 }
 
-void addEntity(QRTModel *model, int type, int priority, int count, const int *columns, const double *down,
-               const double *up) {
+void storeEntity(QRTModel *model, int type, int priority, int count, const MemberRecord *members) {
   const EntityTable *old = entityTable(model);
   const int nEntities = old ? old->nEntities : 0, nMembers = old ? old->nMembers : 0;
   reserveEntities(model, nEntities + 1, int64_t(nMembers) + count);
   EntityTable *table = entityTable(model);
-  MemberRecord *member = memberTable(model) + nMembers;
+  if (count > 0) memcpy(memberTable(model) + nMembers, members, sizeof(MemberRecord) * size_t(count));
+  table->entity[nEntities] = {type, priority, count, nMembers};
+  table->nEntities = nEntities + 1;
+  table->nMembers = nMembers + count;
+  if (type != ENTITY_GROUP) model->Inumsets++;
+}
+
+void dropEntities(QRTModel *model) {
+  qrt_free(model->setInfo);
+  qrt_free(model->entryInfo);
+  model->setInfo = model->entryInfo = nullptr;
+  model->Inumsets = 0;
+}
+
+void addEntity(QRTModel *model, int type, int priority, int count, const int *columns, const double *down,
+               const double *up) {
+  MemberRecord *work = static_cast<MemberRecord *>(temporaryAllocate(model, 2 * int64_t(count), sizeof(MemberRecord)));
+  MemberRecord *member = work + count;
   const bool group = type == ENTITY_GROUP;
   for (int k = 0; k < count; k++) {
     const double downCost = down ? down[k] : DEFAULT_PSEUDO_COST;
@@ -107,15 +123,11 @@ void addEntity(QRTModel *model, int type, int priority, int count, const int *co
     member[k].up = group && !(upValue > 0.0) ? LEAST_PSEUDO_COST : upValue;
   }
   if (!group) {
-    MemberRecord *work = static_cast<MemberRecord *>(temporaryAllocate(model, count, sizeof(MemberRecord)));
     sortMembers(member, work, count);
-    qrt_freeTemporary(model, work);
     spreadReferences(member, count);
   }
-  table->entity[nEntities] = {type, priority, count, nMembers};
-  table->nEntities = nEntities + 1;
-  table->nMembers = nMembers + count;
-  if (!group) model->Inumsets++;
+  storeEntity(model, type, priority, count, member);
+  qrt_freeTemporary(model, work);
   for (int k = 0; k < count; k++) markInteger(model, columns[k], type == ENTITY_SOS2 ? 2 : 1);
 }
 

@@ -39,5 +39,8 @@ inline MemberRecord *memberTable(const QRTModel *model) { return static_cast<Mem
 // 0, 1, 2 ... for a set.
 void addEntity(QRTModel *model, int type, int priority, int count, const int *columns, const double *down,
                const double *up);
+// Enters an entity whose members are as they shall stand (they are copied); marks no column.
+void storeEntity(QRTModel *model, int type, int priority, int count, const MemberRecord *members);
+void dropEntities(QRTModel *model);
 // Renumbers the member columns by a map of old to new columns; members that go (-1) leave their entity.
 void mapEntities(QRTModel *model, const int *columnMap);

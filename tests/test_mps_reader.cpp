@@ -20,7 +20,7 @@
 #include "frame/records.h"
 #include "frame/units.h"
 #include "model/mps_reader.h"
-#include "model/set_info.h"
+#include "model/integer_sets.h"
 
 namespace {
 
@@ -389,18 +389,18 @@ TEST(MpsMarkers, integersAndSets) {
   const std::string types(import.model->integerTypes, 9);
   EXPECT_EQ(std::string("\1\1\1\1\2\2\2\1\0", 9), types);
   EXPECT_EQ(1, import.count("8 int/SOS variables in 3 set(s)"));
-  SetInfo *info = static_cast<SetInfo *>(import.model->setInfo);
+  const EntityTable *info = entityTable(import.model);
   ASSERT_NE(nullptr, info);
-  ASSERT_EQ(3, info->numberSets);
-  ASSERT_EQ(6, info->numberMembers);
+  ASSERT_EQ(3, info->nEntities);
+  ASSERT_EQ(6, info->nMembers);
   const int wantedType[] = {2, 4, 3}, wantedCount[] = {2, 3, 1};
   for (int s = 0; s < 3; s++) {
-    EXPECT_EQ(wantedType[s], setEntries(info)[s].type);
-    EXPECT_EQ(wantedCount[s], setEntries(info)[s].count);
-    EXPECT_EQ(100, setEntries(info)[s].priority);
+    EXPECT_EQ(wantedType[s], info->entity[s].type);
+    EXPECT_EQ(wantedCount[s], info->entity[s].count);
+    EXPECT_EQ(100, info->entity[s].priority);
   }
-  for (int k = 0; k < 6; k++) EXPECT_EQ(2 + k, setMembers(info)[k].column);
-  EXPECT_EQ(3, setMembers(info)[4].reference);
+  for (int k = 0; k < 6; k++) EXPECT_EQ(2 + k, memberTable(import.model)[k].column);
+  EXPECT_EQ(3, memberTable(import.model)[4].up);
 }
 
 // Fault: integer bounds close to the wrong side or round inward.
