@@ -8,6 +8,8 @@
 
 namespace {
 
+constexpr double WEIGHT_AFTER_PERTURBATION = 1.0e3;
+
 int finish(int status) {
   qrtlplp.Iprobstat = status;
   return DECIDE_GO_ON;
@@ -87,7 +89,9 @@ int endPerturbation(SimplexWork *w) {
   w->bestObjective = w->stallBest = 9.9e50;
   w->perturbDone |= 2;
   removePerturbation(w);
-  if (status < 1) qrtlplp.Rpweight = w->lastWeight < 1.0e-18 ? 1.0e-10 : w->lastWeight;
+  // The basis prices out: with a large weight no column is attractive at first, and the loop lowers the weight to where
+  // the first one is, which is a dual step. A small one would trade all of the objective for feasibility.
+  if (status < 1) qrtlplp.Rpweight = std::fmax(w->lastWeight, WEIGHT_AFTER_PERTURBATION);
   if (merit < w->bestAtRemoval) {
     w->bestAtRemoval = merit;
     w->state.perturbRounds = w->state.perturbRounds > 2 ? w->state.perturbRounds - 1 : 1;

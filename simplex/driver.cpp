@@ -318,15 +318,33 @@ void zeroInfeasibilities() {
 
 struct LegResult {
   int code;          // 0 or SOLVE_FAILED
-  bool violated;     // bounds broken outside the tolerance by the solver's own scaling
+  bool violated;     // optimal inside, but outside the tolerances in the caller's units
 };
 
-// One run from the model's basis back to the model. A leg that only cleans up after scaling reports nothing and has a
-// limit of its own.
-LegResult runLeg(QRTModel *model, int algorithm, int init, int coreMode, int scaleInside) {
+// A run that only cleans up after the solver's scaling: it starts from the basis of the run before and has a limit of
+// iterations of its own.
+constexpr int LEG_WHOLE = 0, LEG_CLEAN_UP = 1;
+
+// The way from the loop to the model: consistent values, statuses, duals, report.
+void leave(SimplexWork *w, LegResult *leg, int kind) {
+  keepForNext(w);
+  finalRecomputation(w);
+  qrtplsh(w);
+  restoreControls(w);
+  if (w->scaled == 1 && qrtlplp.Iprobstat == 0)
+    leg->violated = largestOutsideViolation(w) > qrtlplp.Rtolpinf || largestOutsideDual(w) > qrtlplp.Rtoldinf;
+  if (leg->violated) return;
+  if (kind == LEG_CLEAN_UP && qrtlplp.Iprobstat != 0) return;
+  if (leg->code == 0) zeroInfeasibilities();
+  finalReport(w);
+  qrtinfs(w);
+  setSecondStatus();
+}
+
+LegResult runLeg(QRTModel *model, int algorithm, int init, int coreMode, int kind) {
   LegResult leg = {0, false};
   SimplexWork *w = newWork(model);
-  loadProblem(w, scaleInside);
+  loadProblem(w, kind == LEG_WHOLE);
   saveControls(w);
   setDefaults(w, algorithm, init, coreMode);
   w->passNumber = -1;
@@ -338,30 +356,51 @@ LegResult runLeg(QRTModel *model, int algorithm, int init, int coreMode, int sca
   const bool continued = takeOver(w);
   if (!continued && model->auxKind != AUX_NONE) dropAux(model);
   qrtlplp.Iprobstat = -1;
+  if (kind == LEG_CLEAN_UP) {
+    const int limit = qrtlplp.Iiternum + w->m / 2 + 100;
+    if (limit < qrtlplp.Imaxiter) qrtlplp.Imaxiter = limit;
+  }
   leg.code = majorLoop(w, continued);
-  keepForNext(w);
-  finalRecomputation(w);
-  qrtplsh(w);
-  if (w->scaled == 1 && qrtlplp.Iprobstat == 0) {
-    int which = 0;
-    leg.violated = largestOutsideViolation(w, &which) > qrtlplp.Rtolpinf;
-  }
-  if (!leg.violated) {
-    zeroInfeasibilities();
-    finalReport(w);
-  }
-  qrtinfs(w);
-  restoreControls(w);
-  setSecondStatus();
+  leave(w, &leg, kind);
   return leg;
+}
+
+// The answer of a run as it stands in the model, to be put back when a clean-up makes it no better.
+struct Answer {
+  double *solution, *dual;
+  int *status;
+  double objective;
+};
+
+template <class T> T *copyOf(QRTModel *model, const T *vector) {
+  const int64_t count = int64_t(model->Imaxrows) + model->Inumcols;
+  T *copy = static_cast<T *>(temporaryAllocate(model, count + 1, int64_t(sizeof(T))));
+  std::memcpy(copy, vector, size_t(count) * sizeof(T));
+  return copy;
+}
+
+void cleanUp(QRTModel *model, int coreMode) {
+  const Answer first = {copyOf(model, model->solution), copyOf(model, model->dual), copyOf(model, model->status),
+                        qrtlplp.Robjvalue};
+  const LegResult leg = runLeg(model, ALGORITHM_PRIMAL, 1, coreMode, LEG_CLEAN_UP);
+  if (leg.code == 0 && qrtlplp.Iprobstat == 0) return;
+  const size_t count = size_t(model->Imaxrows) + size_t(model->Inumcols);
+  std::memcpy(model->solution, first.solution, count * sizeof(double));
+  std::memcpy(model->dual, first.dual, count * sizeof(double));
+  std::memcpy(model->status, first.status, count * sizeof(int));
+  qrtlplp.Robjvalue = first.objective;
+  qrtlplp.Iprobstat = 0;
+  zeroInfeasibilities();
+  setSecondStatus();
+  finalReport(nullptr);
 }
 
 }  // namespace
 
 int qrtsslvf(QRTModel *model, int algorithm, int init, int keep, int coreMode) {
   (void)keep;
-  LegResult leg = runLeg(model, algorithm, init, coreMode, 1);
-  if (leg.code == 0 && leg.violated) leg = runLeg(model, ALGORITHM_PRIMAL, init == 2 ? 2 : 1, coreMode, 0);
+  const LegResult leg = runLeg(model, algorithm, init, coreMode, LEG_WHOLE);
+  if (leg.code == 0 && leg.violated) cleanUp(model, coreMode);
   return leg.code != 0 ? leg.code : qrtlplp.Iprobstat;
 }
 

@@ -74,8 +74,9 @@ void loadProblem(SimplexWork *w, int scaleInside);
 // Values, duals, reduced costs and status words back to the model, in the caller's form (qrtplsh). The last step
 // recomputed must be the final one.
 void qrtplsh(SimplexWork *w);
-// Largest bound violation of a basic variable in the caller's units, and which variable has it.
-double largestOutsideViolation(const SimplexWork *w, int *which);
+// Largest bound violation of a basic variable, and largest reduced cost of the wrong sign, in the caller's units.
+double largestOutsideViolation(const SimplexWork *w);
+double largestOutsideDual(const SimplexWork *w);
 // Name of variable k as the caller knows it, at most 128 characters, not terminated; returns its length.
 int variableName(const SimplexWork *w, int k, char name[128]);
 // Number of variable k as messages show it: row i as i, column j as Inumrows + j.
@@ -111,6 +112,7 @@ void qrtchdf(SimplexWork *w);
 void recomputeObjective(SimplexWork *w);
 
 // ---- report (report.cpp)
+// The final lines by Iprobstat; w may be null for an optimum.
 void finalReport(SimplexWork *w);
 
 // The core: algorithm 0 the driver chooses, 1 primal; init 0..3. Returns Iprobstat or SOLVE_*.

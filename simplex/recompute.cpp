@@ -242,7 +242,9 @@ void recomputeDuals(SimplexWork *w, double costWeight, double infeasibilityWeigh
   double norm = 0.0;
   for (int i = 1; i <= w->m; i++) norm += w->y[i] * w->y[i];
   norm = std::sqrt(norm);
-  const double floor = (first ? 1.0e-13 : 1.0e-11) * norm;
+  // What the norm says can be pessimistic by powers of ten; the reduced costs of basics, which ought to be zero, show
+  // the noise there is.
+  const double floor = std::fmin((first ? 1.0e-13 : 1.0e-11) * norm, 10.0 * largest);
   const double cap = 1000.0 * w->entryRtoldinf;
   double tolerance = std::fmin(qrtlplp.Rtoldinf, cap);
   tolerance = std::fmax(tolerance, w->baseDualTolerance);

@@ -254,7 +254,19 @@ void qrtplsh(SimplexWork *w) {
   }
 }
 
-double largestOutsideViolation(const SimplexWork *w, int *which) {
+double largestOutsideDual(const SimplexWork *w) {
+  double worst = 0.0;
+  for (int p = w->m + 1; p <= w->partEndLower; p++) {
+    const int k = w->list[p];
+    const int state = variableState(w->flags[k]);
+    const double d = w->dj[k];
+    const double wrong = state == 3 ? std::fabs(d) : state == 2 ? d : -d;
+    worst = std::fmax(worst, wrong / w->varScale[k]);
+  }
+  return worst;
+}
+
+double largestOutsideViolation(const SimplexWork *w) {
   double worst = 0.0;
   for (int i = 1; i <= w->m; i++) {
     const int k = w->list[i];
@@ -263,10 +275,7 @@ double largestOutsideViolation(const SimplexWork *w, int *which) {
     if (w->trueLower[k] > -QRT_INFINITE_TEST) over = std::fmax(over, w->trueLower[k] - w->value[k]);
     // Rounding of a large value is no violation.
     const double outside = over * w->varScale[k] - 1.0e-14 * std::fabs(w->value[k]) * w->varScale[k];
-    if (outside > worst) {
-      worst = outside;
-      *which = k;
-    }
+    worst = std::fmax(worst, outside);
   }
   return worst;
 }

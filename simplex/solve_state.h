@@ -223,7 +223,7 @@ struct SimplexWork {
     double sum[11];
   } weightMemory;
   // pricing strategy
-  int settledMode, modeChanges, lastInumpinf;
+  int settledMode;                // Idevexmode of the last pass, 0 before the first
   // refactorisation limits
   int firstStructurals;           // structural basics at the first call
   double biggestFactor;           // largest L plus eta length in the phase
