@@ -205,7 +205,10 @@ int sectionCard(SmpsReader *reader, int *replace) {
                                            : DIST_NONE;
   const bool discrete = reader->lenient ? fieldBeginsAnyCase(word[1], "DISCR") : fieldBegins(word[1], "DISCR");
   if (type && !discrete) {
-    if (!reader->lenient || word[1].length > 0) return DIST_NONE;
+    // The manner may stand in the place of the distribution.
+    const bool manner = fieldBeginsAnyCase(word[1], "REPL") || fieldBeginsAnyCase(word[1], "ADD");
+    if (!reader->lenient || (word[1].length > 0 && !manner)) return DIST_NONE;
+    word[2] = word[1];
     tellStraying(reader, STRAY_NO_DISTRIBUTION);
   }
   *replace = (reader->lenient ? fieldBeginsAnyCase(word[2], "ADD") : fieldBegins(word[2], "ADD")) ? 0 : 1;

@@ -36,11 +36,11 @@ std::vector<Straying> strayings() {
       {"no distribution", core, time, replaced(plain, "DISCRETE", "        "), "no distribution named", false},
       {"quoted root", core, time, replaced(plain, " ROOT ", " 'ROOT' "), "the root in quotes", false},
       {"tabs", core, time, stochFile("SCENARIOS", tabs), "tabs; read as blanks", false},
-      {"tabs in the core", replaced(core, "    U         COST               3.0   C2                 1.0", "\tU\tCOST\t3.0\tC2\t1.0"), time, plain, "t.cor, card 13: tabs", false},
+      {"tabs in the core", replaced(core, "    U         COST               3.0   C2                 1.0", "\tU\tCOST\t3.0\tC2\t1.0"), time, plain, "t.cor, card 12: tabs", true},
       {"off the columns", core, time, stochFile("SCENARIOS", " SC S1 ROOT 0.5 STAGE2\n  RHS C2 6.0\n"), "t.sto, card 4: fields off their columns", false},
       {"off the columns in time", core, "TIME TRIAL\nPERIODS\n     X  C1  STAGE1\n     U C2 STAGE2\n   V C3  STAGE3\nENDATA\n", plain, "t.tim, card 3: fields off", false},
-      {"off the columns in the core", replaced(core, "    V         E3                 1.0", "    V   E3   1.0"), time, plain, "t.cor, card 18: fields off", false},
-      {"empty lines", core, replaced(time, "PERIODS", "\nPERIODS"), replaced(plain, "STOCH ", "\n   \nSTOCH "), "an empty line", false},
+      {"off the columns in the core", replaced(core, "    V         E3                 1.0", "    V   E3   1.0"), time, plain, "t.cor, card 15: fields off", true},
+      {"empty lines", core, time, replaced(plain, "STOCH ", "\n   \nSTOCH "), "an empty line", false},
       {"lower case", replaced(core, "ROWS\n", "rows\n"), replaced(time, "PERIODS", "Periods"), replaced(replaced(plain, "SCENARIOS", "scenarios"), " SC ", " sc "), "a section word in lower case", false},
       {"other set name", core, time, replaced(plain, "    RHS ", "    DEM "), "a set name that is not the core's", false},
       {"core without right-hand sides named so", replaced(core, "    RHS ", "        "), time, plain, "a set name that is not the core's", false},
@@ -56,7 +56,7 @@ TEST(Lenient, AcceptsEachStrayingAndTellsItOnce) {
     triple.core = s.core;
     triple.time = s.time;
     triple.stoch = s.stoch;
-    EXPECT_EQ(triple.read(5), -1) << s.what << " by the letter\n" << triple.log;
+    EXPECT_EQ(triple.read(5), s.readsByTheLetter ? 1 : -1) << s.what << " by the letter\n" << triple.log;
     triple.lenient = true;
     ASSERT_EQ(triple.read(5), 1) << s.what << "\n" << triple.log;
     const size_t first = triple.log.find(s.told);
