@@ -18,6 +18,8 @@ namespace {
 
 enum : int { MSG_OPEN_FORMATTED = 112, MSG_OPEN_UNFORMATTED = 127, MSG_BAD_UNIT = 152, MSG_OPEN_DIRECT = 447 };
 
+constexpr size_t BIG_BUFFER = 1 << 18;  // files by name are read and written as a whole
+
 bool isNamedUnit(int unit) { return unit >= UNIT_FIRST_NAMED && unit < UNIT_FIRST_NAMED + UNIT_NAMED_COUNT; }
 
 const char *storedName(int unit) { return isNamedUnit(unit) ? qrt_file_name[unit - UNIT_FIRST_NAMED] : nullptr; }
@@ -119,6 +121,7 @@ int qrtopenbyname(const char *name, int unit, int mode) {
     stream = fopen(name, "a");
   }
   if (!stream) return 1;
+  setvbuf(stream, nullptr, _IOFBF, BIG_BUFFER);
   if (mode != -1) fseek(stream, 0, SEEK_SET);
   char *copy = copyText(name, strlen(name));
   if (!copy) {

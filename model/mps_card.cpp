@@ -391,9 +391,8 @@ bool unpackBinary(const char *text, double *value) {
 }
 
 bool isBlank(const char *field, int length) {
-  for (int k = 0; k < length; k++)
-    if (field[k] != ' ') return false;
-  return true;
+  static const char blanks[] = "                                                                                ";
+  return memcmp(field, blanks, size_t(length)) == 0;
 }
 
 bool fieldIs(const char *field, int length, const char *word) {

@@ -94,14 +94,16 @@ void installNames(MpsData *data) {
   const int L = data->reader.nameLength;
   int kept = L;
   if (data->reader.format == FORMAT_FREE) {
-    const int rows = longestName(data->rowNames, data->m, L);
-    const int columns = longestName(data->columnNames, data->n, L);
-    kept = rows > columns ? rows : columns;
+    const int ofRows = longestName(data->rowNames, data->m, L);
+    const int ofColumns = longestName(data->columnNames, data->n, L);
+    kept = ofRows > ofColumns ? ofRows : ofColumns;
     if (kept == 0) kept = 8;
   }
   setNameLength(model, kept);
-  ensureNames(model);
   const int64_t stride = nameStride(model);
+  char *rows = static_cast<char *>(guardedAllocateZero(data->m > 0 ? data->m : 1, stride));
+  model->colnames = static_cast<char *>(guardedAllocateZero(data->n > 0 ? data->n : 1, stride));
+  model->rownames = rows;
   for (int i = 0; i < data->m; i++) {
     const char *name = data->rowNames + int64_t(i) * L;
     int used = kept;

@@ -135,7 +135,7 @@ bool cardNumber(const CardReader *reader, int which, double *value);
 bool sectionBegins(const CardReader *reader, const char *word);   // does a section card begin so?
 void sectionOperand(const CardReader *reader, char operand[80]);  // first token after the section word
 bool fieldIs(const char *field, int length, const char *word);    // equal but for trailing blanks
-bool isBlank(const char *field, int length);
+bool isBlank(const char *field, int length);                      // at most 80 characters
 
 // Decimal text to the nearest double, independent of the locale. Takes blanks, a sign, digits with a point, an
 // exponent after e, E, d or D, or "inf"; stops at the first character that does not fit. Returns the characters
