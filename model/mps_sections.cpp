@@ -201,6 +201,7 @@ void openSeparable(MpsData *data) {
   room = data->groupRoom;
   data->groupEnd = static_cast<int32_t *>(growRoom(data->model, data->groupEnd, data->nGroups, &room, 4, 100));
   data->groupRoom = int32_t(room);
+  data->groupEnd[data->nGroups] = -1;  // open
   data->groupFirst[data->nGroups++] = data->n;
 }
 
@@ -208,7 +209,7 @@ void openSeparable(MpsData *data) {
 // to one factor.
 void closeSeparable(MpsData *data) {
   const int group = data->nGroups - 1;
-  if (group < 0) return;
+  if (group < 0 || data->groupEnd[group] >= 0) return;  // refused when it opened
   const int first = data->groupFirst[group];
   data->groupEnd[group] = data->n;
   if (data->n - first < 2) return;
@@ -227,7 +228,9 @@ void closeSeparable(MpsData *data) {
     }
   }
   qrt_freeTemporary(data->model, entry);
-  if (!good) qrtmesg_no(MSG_SEPARABLE_COSTS_ONLY);
+  if (good) return;
+  data->nGroups--;  // its columns stay as they are
+  qrtmesg_no(MSG_SEPARABLE_COSTS_ONLY);
 }
 
 void takeMarker(MpsData *data, ColumnState *state) {
