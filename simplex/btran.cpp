@@ -30,12 +30,12 @@ void upperSearch(FactorArrays *a, SparseVector *x, int found) {
   x->count = count;
 }
 
-int64_t upperSweep(FactorArrays *a, double *value, int first) {
+inline int64_t sweepPart(FactorArrays *a, double *value, int from, int end) {
   const int32_t *index = a->uRowStore.index, *order = a->order;
   const double *element = a->uRowStore.value, *inverse = a->pivotInverse;
   const int32_t *starts = a->uRows.start, *lengths = a->uRows.length;
-  int64_t work = a->orderEnd - first;
-  for (int k = first; k < a->orderEnd; k++) {
+  int64_t elements = 0;
+  for (int k = from; k < end; k++) {
     const int row = order[k];
     double v = value[row];
     if (v == 0.0 || row == 0) continue;
@@ -45,11 +45,36 @@ int64_t upperSweep(FactorArrays *a, double *value, int first) {
     }
     v *= inverse[row];
     value[row] = v;
-    const int start = starts[row], end = start + lengths[row];
+    const int start = starts[row], stop = start + lengths[row];
+    elements += stop - start;
+    for (int p = start; p < stop; p++) value[index[p]] -= v * element[p];
+  }
+  return elements;
+}
+
+int64_t tailPart(FactorArrays *a, double *value) {
+  int64_t work = tail_upperTransposed(a, value);
+  if (work == 0) return 0;
+  for (int t = 0; t < a->tailSize; t++) {
+    const int row = a->tailUpperRow[t];
+    if (!row) continue;
+    const double v = value[row];
+    if (v == 0.0) continue;
+    const int start = a->uRows.start[row], end = start + a->uRows.length[row];
     work += end - start;
-    for (int p = start; p < end; p++) value[index[p]] -= v * element[p];
+    for (int p = start; p < end; p++) value[a->uRowStore.index[p]] -= v * a->uRowStore.value[p];
   }
   return work;
+}
+
+int64_t upperSweep(FactorArrays *a, double *value, int first) {
+  int64_t work = a->orderEnd - first;
+  if (a->tailSize && first < a->tailEnd) {
+    work += sweepPart(a, value, first, a->tailFirst);
+    work += tailPart(a, value);
+    first = a->tailEnd;
+  }
+  return work + sweepPart(a, value, first, a->orderEnd);
 }
 
 void upper(Factor *factor, SparseVector *x, SolveKind kind) {
@@ -58,7 +83,8 @@ void upper(Factor *factor, SparseVector *x, SolveKind kind) {
   int first = 0;
   if (x->count >= 0) {
     if (searchPays(m, x->count, a->partDensity[kind])) {
-      const SearchGraph graph = {a->uRowStore.index, a->uRows.start, a->uRows.length, nullptr};
+      const SearchGraph graph = {a->uRowStore.index, a->uRows.start, a->uRows.length, nullptr,
+                                 a->tailSize ? a->tailStep : nullptr};
       const int found = symbolicSearch(a, &graph, x->index, x->count, searchLimit(m));
       if (found >= 0) {
         upperSearch(a, x, found);
@@ -146,12 +172,17 @@ int64_t lowerSweep(FactorArrays *a, double *value) {
 void lower(Factor *factor, SparseVector *x, SolveKind kind) {
   FactorArrays *a = factor->arrays;
   const int m = factor->m;
+  if (a->tailSize) {
+    const int64_t work = tail_lowerTransposed(a, x->value);
+    factor->solveWork += double(work);
+    if (work) tail_relist(a, x);
+  }
   if (a->lNumber == 0) {
     sparseVector_clean(x, TINY_VALUE);
     return;
   }
   if (x->count >= 0 && searchPays(m, x->count, factor->density[kind])) {
-    const SearchGraph graph = {a->lRowStore.index, a->lRowStart, nullptr, nullptr};
+    const SearchGraph graph = {a->lRowStore.index, a->lRowStart, nullptr, nullptr, nullptr};
     const int found = symbolicSearch(a, &graph, x->index, x->count, searchLimit(m));
     if (found >= 0) {
       lowerSearch(a, x, found);

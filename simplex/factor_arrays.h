@@ -67,6 +67,18 @@ struct FactorArrays {
   StoreLists uColumns;     // [1..m] by columns: rows and values
   ElementStore uColumnStore;
   int32_t uRowLive, uColumnLive;  // room in use; the rest of [0, end) is garbage
+  // The dense tail: the last tailSize pivots of the factorisation, when the dense kernel made them. What L and U hold
+  // among these rows lies here by columns and not in the stores; element (s,t) at [t*tailSize + s].
+  int32_t tailSize;        // 0: none
+  int32_t tailFirst, tailEnd;  // the tail's part of order
+  int32_t *tailRow;        // [tailSize] row of L's tail by step
+  int32_t *tailUpperRow;   // [tailSize] the same for U; 0 once an update took the row out, its row and column are zero then
+  int32_t *tailStep;       // [1..m] step + 1 of a row in the tail at the factorisation, 0 else
+  double *tailLower;       // [tailSize^2] s > t
+  double *tailUpper;       // [tailSize^2] s < t
+  double *tailWork;        // [tailSize]
+  int64_t tailCapacity;    // of tailLower and tailUpper
+  int32_t tailLowerCount, tailUpperCount;  // nonzeros among them, part of lCount and uCount
   // the spike of the last entering column, between R and U
   int32_t spikeCount;      // -1: none kept
   int32_t *spikeIndex;     // [m]
@@ -176,6 +188,30 @@ inline void recordPivot(FactorArrays *a, int row, int c, double value, RowStage 
   }
 }
 
+// ---- the dense tail in solves (dense_tail.cpp): each takes and leaves values by row --------------------------------
+
+// Room for a tail of `size` rows.
+void tail_size(FactorArrays *a, int size);
+// L, U, and their transposes within the tail. Return the operations done; 0 when no value there was different from zero.
+int64_t tail_lower(FactorArrays *a, double *value);
+int64_t tail_lowerTransposed(FactorArrays *a, double *value);
+int64_t tail_upper(FactorArrays *a, double *value);
+int64_t tail_upperTransposed(FactorArrays *a, double *value);
+// Adds the elements of U's row at a step to x, which holds none of these rows.
+void tail_rowToVector(const FactorArrays *a, int step, SparseVector *x);
+// Takes row and column of a step out of U's tail; returns the nonzeros removed.
+int tail_remove(FactorArrays *a, int step);
+// After a tail has been solved, a list that holds must take in its rows that came to life.
+inline void tail_relist(const FactorArrays *a, SparseVector *x) {
+  if (x->count < 0) return;
+  int count = 0;
+  for (int k = 0; k < x->count; k++)
+    if (!a->tailStep[x->index[k]]) x->index[count++] = x->index[k];
+  for (int t = 0; t < a->tailSize; t++)
+    if (x->value[a->tailRow[t]] != 0.0) x->index[count++] = a->tailRow[t];
+  x->count = count;
+}
+
 // ---- symbolic search (symbolic_search.cpp) ------------------------------------------------------------------------
 
 // A graph over the rows: row i leads to index[start[i]] .. index[start[i]+length[i]-1]. With `etaOfRow` the list of a
@@ -185,9 +221,10 @@ struct SearchGraph {
   const int32_t *start;
   const int32_t *length;   // null: start[i+1] ends the list
   const int32_t *etaOfRow; // or null
+  const int32_t *barrier;  // rows that are not 0 here lead to more than the lists say: meeting one ends the search; or null
 };
 // Rows reachable from list[0..count-1], in post-order, to a->searchList; returns their number and leaves `mark` clean,
-// or -1 when more than `limit` were found.
+// or -1 when more than `limit` were found or a barrier was met.
 int symbolicSearch(FactorArrays *a, const SearchGraph *graph, const int32_t *list, int count, int limit);
 
 // U transposed by itself, with the choice between search and sweep (btran.cpp): the update's row eta.

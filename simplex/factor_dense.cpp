@@ -168,16 +168,65 @@ void applyPanel(DenseTail *tail, int first) {
   }
 }
 
-// Packs the finished tail into etas of L and rows of U.
+// From this share of nonzeros in the finished triangles on they are kept dense; and a tail that is a small part of all
+// rows stays sparse, since solves that touch it must give up searching.
+constexpr double KEEP_DENSE_SHARE = 0.5;
+constexpr int KEEP_DENSE_ROWS = 50;  // at least one row in so many
+
+// Keeps the finished tail as two dense triangles; false when sparse ones serve better.
+bool keepTail(Factor *factor, const DenseTail *tail) {
+  FactorArrays *a = factor->arrays;
+  const int d = tail->pivots;
+  if (d < tail->rows || int64_t(d) * KEEP_DENSE_ROWS < factor->m) return false;
+  int64_t nonzeros = 0;
+  for (int k = 0; k < d; k++) {
+    double *values = tail->row(tail->pivotPlace[k]);
+    const int pivotAt = tail->columns - 1 - k;
+    // columns of a row that is pivoted: those of later pivots, its own, the multipliers of earlier ones
+    for (int at = tail->columns - d; at < tail->columns; at++) {
+      if (std::fabs(values[at]) <= TINY_VALUE && at != pivotAt) values[at] = 0.0;
+      nonzeros += values[at] != 0.0;
+    }
+  }
+  if (double(nonzeros) < KEEP_DENSE_SHARE * d * d) return false;
+  tail_size(a, d);
+  int lower = 0, upper = 0;
+  const int last = tail->columns - 1;
+  for (int t = 0; t < d; t++) {
+    double *l = a->tailLower + int64_t(t) * d, *u = a->tailUpper + int64_t(t) * d;
+    for (int s = 0; s < d; s++) {
+      const double x = tail->row(tail->pivotPlace[s])[last - t];
+      l[s] = s > t ? x : 0.0;
+      u[s] = s < t ? x : 0.0;
+      if (x != 0.0 && s != t) (s > t ? lower : upper)++;
+    }
+  }
+  a->tailSize = d;
+  a->tailFirst = a->pivots;
+  a->tailLowerCount = lower;
+  a->tailUpperCount = upper;
+  std::memset(a->tailStep, 0, (size_t(factor->m) + 1) * sizeof(int32_t));
+  for (int k = 0; k < d; k++) {
+    const int row = tail->rowOf[tail->pivotPlace[k]];
+    a->tailRow[k] = a->tailUpperRow[k] = row;
+    a->tailStep[row] = k + 1;
+  }
+  return true;
+}
+
+// Hands the finished tail over: dense triangles, or etas of L and rows of U.
 void storeTail(Factor *factor, const DenseTail *tail) {
   FactorArrays *a = factor->arrays;
+  const bool dense = keepTail(factor, tail);
   for (int k = 0; k < tail->pivots; k++) {
     const int at = tail->columns - 1 - k, row = tail->rowOf[tail->pivotPlace[k]];
     const double *values = tail->row(tail->pivotPlace[k]);
     recordPivot(a, row, tail->columnOf[at], values[at], STAGE_KERNEL);
     if (std::fabs(values[at]) < factor->smallestPivot) factor->smallestPivot = std::fabs(values[at]);
-    store_grow(&a->kernelRows, int64_t(a->kernelRows.end) + at);
     a->kernelRowStart[row] = a->kernelRows.end;
+    a->kernelRowLength[row] = 0;
+    if (dense) continue;
+    store_grow(&a->kernelRows, int64_t(a->kernelRows.end) + at);
     for (int j = 0; j < at; j++)
       if (std::fabs(values[j]) > TINY_VALUE) store_append(&a->kernelRows, tail->columnOf[j], values[j]);
     a->kernelRowLength[row] = a->kernelRows.end - a->kernelRowStart[row];
@@ -192,6 +241,7 @@ void storeTail(Factor *factor, const DenseTail *tail) {
       a->lStart[++a->lNumber] = a->lStore.end;
     }
   }
+  if (dense) a->tailEnd = a->pivots;
   a->activeRowCount -= tail->pivots;
 }
 

@@ -44,7 +44,7 @@ void shapeUpper(Factor *factor) {
     columns->length[column]++;
     elements++;
   });
-  factor->uCount = int32_t(elements);
+  factor->uCount = int32_t(elements) + a->tailUpperCount;
 
   // Lists stand in pivot order, so that a sweep runs through the stores from end to end. Columns are never added to
   // in place, so they need no spare room.
@@ -87,7 +87,7 @@ void shapeLower(Factor *factor) {
   for (int i = 0; i <= m; i++) a->lEtaOfRow[i] = -1;
   for (int e = 0; e < a->lNumber; e++) a->lEtaOfRow[a->lPivotRow[e]] = e;
   const int elements = a->lStart[a->lNumber];
-  factor->lCount = elements;
+  factor->lCount = elements + a->tailLowerCount;
   store_reserve(&a->lRowStore, elements);
   int32_t *next = a->rowCount;  // free by now
   std::memset(next, 0, (size_t(m) + 1) * sizeof(int32_t));

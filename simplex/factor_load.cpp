@@ -111,6 +111,7 @@ FactorResult qrtlfct(Factor *factor, const BasisMatrix *matrix, int nBasic, cons
   factor->factorisations++;
   a->spikeCount = -1;
   a->keptEtaRow = 0;
+  a->tailSize = a->tailFirst = a->tailEnd = a->tailLowerCount = a->tailUpperCount = 0;
 
   qrtslct(factor, matrix, nBasic, basic);
   if (factor->repairCount && !repair) return FACTOR_NO_PIVOT;

@@ -157,7 +157,7 @@ Factor *factor_create() {
 
 // Every array by row, and every array by local column, in one place: sized and released from the same tables.
 struct BlockTables {
-  int32_t **rowIntegers[20];
+  int32_t **rowIntegers[23];
   double **rowReals[4];
   uint8_t **rowBytes[3];
   int32_t **columnIntegers[9];
@@ -169,7 +169,7 @@ BlockTables blockTables(FactorArrays *a) {
   return {{&a->lPivotRow, &a->lStart, &a->lEtaOfRow, &a->lOrder, &a->lRowStart, &a->orderPosition, &a->spikeIndex,
            &a->keptEtaIndex, &a->searchStack, &a->searchNext, &a->searchList, &a->rowColumnsStart, &a->basicInRow,
            &a->rowCount, &a->rowXor, &a->columnCountHead, &a->rowNext, &a->rowPrev, &a->kernelRowStart,
-           &a->kernelRowLength},
+           &a->kernelRowLength, &a->tailRow, &a->tailUpperRow, &a->tailStep},
           {&a->pivotInverse, &a->spikeValue, &a->keptEtaValue, &a->pivotValue},
           {&a->mark, &a->rowStage, &a->rowBarred},
           {&a->variable, &a->pivotRowOfColumn, &a->loadStart, &a->columnCount, &a->columnXor, &a->rowCountHead,
@@ -236,6 +236,9 @@ void factor_free(Factor *factor) {
     for (int32_t **block : others) release(block);
     release(&a->columnState);
     release(&a->dense);
+    release(&a->tailLower);
+    release(&a->tailUpper);
+    release(&a->tailWork);
     StoreLists *lists[] = {&a->uRows, &a->uColumns, &a->activeRows, &a->activeColumns};
     for (StoreLists *list : lists) freeLists(list);
     ElementStore *stores[] = {&a->lStore, &a->lRowStore, &a->rStore, &a->uRowStore, &a->uColumnStore, &a->loaded,
@@ -264,7 +267,8 @@ Factor *factor_copy(const Factor *from) {
   struct { int32_t *to; const int32_t *source; } integers[] = {
       {a->lPivotRow, b->lPivotRow}, {a->lStart, b->lStart}, {a->lEtaOfRow, b->lEtaOfRow}, {a->lOrder, b->lOrder},
       {a->lRowStart, b->lRowStart}, {a->orderPosition, b->orderPosition}, {a->spikeIndex, b->spikeIndex},
-      {a->keptEtaIndex, b->keptEtaIndex}};
+      {a->keptEtaIndex, b->keptEtaIndex}, {a->tailRow, b->tailRow}, {a->tailUpperRow, b->tailUpperRow},
+      {a->tailStep, b->tailStep}};
   for (auto &pair : integers) std::memcpy(pair.to, pair.source, words);
   struct { double *to; const double *source; } numbers[] = {
       {a->pivotInverse, b->pivotInverse}, {a->spikeValue, b->spikeValue}, {a->keptEtaValue, b->keptEtaValue}};
@@ -277,6 +281,17 @@ Factor *factor_copy(const Factor *from) {
   a->spikeCount = b->spikeCount;
   a->keptEtaRow = b->keptEtaRow;
   a->keptEtaCount = b->keptEtaCount;
+  if (b->tailSize) {
+    const size_t square = size_t(b->tailSize) * size_t(b->tailSize) * sizeof(double);
+    tail_size(a, b->tailSize);
+    std::memcpy(a->tailLower, b->tailLower, square);
+    std::memcpy(a->tailUpper, b->tailUpper, square);
+    a->tailSize = b->tailSize;
+    a->tailFirst = b->tailFirst;
+    a->tailEnd = b->tailEnd;
+    a->tailLowerCount = b->tailLowerCount;
+    a->tailUpperCount = b->tailUpperCount;
+  }
   std::memcpy(a->partDensity, b->partDensity, sizeof a->partDensity);
   copyStore(&a->lStore, &b->lStore);
   copyStore(&a->lRowStore, &b->lRowStore);
@@ -317,8 +332,30 @@ const char *checkUpper(const Factor *factor) {
     }
   }
   if (byRows != byColumns) return "element of U in its row but not in its column";
-  if (byRows != factor->uCount) return "count of U is wrong";
+  if (byRows + a->tailUpperCount != factor->uCount) return "count of U is wrong";
   return nullptr;
+}
+
+// The tail's rows stand in the order where they should, and rows taken out have no element left.
+const char *checkTail(const FactorArrays *a) {
+  const int d = a->tailSize;
+  int last = a->tailFirst - 1, nonzeros = 0;
+  for (int t = 0; t < d; t++) {
+    if (a->tailStep[a->tailRow[t]] != t + 1) return "step of a row of the tail is wrong";
+    const int row = a->tailUpperRow[t];
+    if (row) {
+      if (row != a->tailRow[t]) return "rows of the tail disagree";
+      if (a->orderPosition[row] <= last || a->orderPosition[row] >= a->tailEnd) return "tail out of order";
+      last = a->orderPosition[row];
+    }
+    for (int s = 0; s < d; s++) {
+      const double v = a->tailUpper[int64_t(t) * d + s];
+      if (v == 0.0 || s >= t) continue;
+      nonzeros++;
+      if (!row || !a->tailUpperRow[s]) return "element of U's tail in a row taken out";
+    }
+  }
+  return nonzeros == a->tailUpperCount ? nullptr : "count of U's tail is wrong";
 }
 
 }  // namespace
@@ -341,10 +378,12 @@ const char *factor_check(const Factor *factor) {
     if (a->work.value[i] != 0.0) return "work vector not clean";
   }
   if (a->work.count) return "work vector not empty";
-  if (a->lStart[a->lNumber] != factor->lCount || a->lRowStore.end != factor->lCount) return "copies of L differ in length";
+  const int lElements = factor->lCount - a->tailLowerCount;
+  if (a->lStart[a->lNumber] != lElements || a->lRowStore.end != lElements) return "copies of L differ in length";
   for (int e = 0; e < a->lNumber; e++)
     if (a->lEtaOfRow[a->lPivotRow[e]] != e) return "pivot row of an eta of L disagrees";
   if (a->rStore.end != factor->etaCount || a->rStart[factor->etaNumber] != factor->etaCount) return "count of R is wrong";
+  if (const char *fault = checkTail(a)) return fault;
   return checkUpper(factor);
 }
 

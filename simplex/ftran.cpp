@@ -59,16 +59,15 @@ int firstEta(const FactorArrays *a, const SparseVector *x) {
   return first;
 }
 
-void lower(Factor *factor, SparseVector *x, SolveKind kind) {
+void lowerEtas(Factor *factor, SparseVector *x, SolveKind kind) {
   FactorArrays *a = factor->arrays;
-  if (a->lNumber == 0) return;
   const int m = factor->m;
   int first = 0;
   if (x->count >= 0) {
     first = firstEta(a, x);
     if (first == a->lNumber) return;
     if (searchPays(m, x->count, a->partDensity[kind])) {
-      const SearchGraph graph = {a->lStore.index, a->lStart, nullptr, a->lEtaOfRow};
+      const SearchGraph graph = {a->lStore.index, a->lStart, nullptr, a->lEtaOfRow, nullptr};
       const int found = symbolicSearch(a, &graph, x->index, x->count, searchLimit(m));
       if (found >= 0) {
         lowerSearch(a, x, found);
@@ -79,6 +78,15 @@ void lower(Factor *factor, SparseVector *x, SolveKind kind) {
   }
   factor->solveWork += double(lowerSweep(a, x->value, first));
   x->count = LIST_UNKNOWN;
+}
+
+void lower(Factor *factor, SparseVector *x, SolveKind kind) {
+  FactorArrays *a = factor->arrays;
+  if (a->lNumber) lowerEtas(factor, x, kind);
+  if (!a->tailSize) return;
+  const int64_t work = tail_lower(a, x->value);
+  factor->solveWork += double(work);
+  if (work) tail_relist(a, x);
 }
 
 // ---- R
@@ -146,18 +154,13 @@ void upperSearch(FactorArrays *a, SparseVector *x, int found) {
   x->count = count;
 }
 
-// From position `last` down, leaving the list of the result. The logicals at the head of the order have unit columns:
-// they are only listed.
-int64_t upperSweep(FactorArrays *a, SparseVector *x, int last) {
+// Positions from..to, downward; the rows found go to the list from `count` on. Returns the new count.
+inline int sweepPart(FactorArrays *a, double *value, int32_t *list, int count, int from, int to, int64_t *work) {
   const int32_t *index = a->uColumnStore.index, *order = a->order;
   const double *element = a->uColumnStore.value, *inverse = a->pivotInverse;
   const int32_t *starts = a->uColumns.start, *lengths = a->uColumns.length;
-  double *value = x->value;
-  int32_t *list = x->index;
-  int count = 0;
-  int64_t work = last + 1;
-  int k = last;
-  for (; k >= a->orderLogicals; k--) {
+  int64_t elements = 0;
+  for (int k = from; k >= to; k--) {
     const int row = order[k];
     double v = value[row];
     if (v == 0.0 || row == 0) continue;
@@ -169,11 +172,47 @@ int64_t upperSweep(FactorArrays *a, SparseVector *x, int last) {
     value[row] = v;
     list[count++] = row;
     const int start = starts[row], end = start + lengths[row];
-    work += end - start;
+    elements += end - start;
     for (int p = start; p < end; p++) value[index[p]] -= v * element[p];
   }
-  for (; k >= 0; k--) {
-    const int row = order[k];
+  *work += elements;
+  return count;
+}
+
+int tailPart(FactorArrays *a, double *value, int32_t *list, int count, int64_t *work) {
+  const int64_t done = tail_upper(a, value);
+  if (done == 0) return count;
+  *work += done;
+  for (int t = a->tailSize - 1; t >= 0; t--) {
+    const int row = a->tailUpperRow[t];
+    if (!row) continue;
+    const double v = value[row];
+    if (v == 0.0) continue;
+    list[count++] = row;
+    const int start = a->uColumns.start[row], end = start + a->uColumns.length[row];
+    *work += end - start;
+    for (int p = start; p < end; p++) value[a->uColumnStore.index[p]] -= v * a->uColumnStore.value[p];
+  }
+  return count;
+}
+
+// From position `last` down, leaving the list of the result: what came after the tail, the tail, what came before it.
+// The logicals at the head of the order have unit columns: they are only listed.
+int64_t upperSweep(FactorArrays *a, SparseVector *x, int last) {
+  double *value = x->value;
+  int32_t *list = x->index;
+  int64_t work = last + 1;
+  int count = 0, next = last;
+  if (a->tailSize) {
+    count = sweepPart(a, value, list, count, last, a->tailEnd, &work);
+    if (last >= a->tailFirst) {
+      count = tailPart(a, value, list, count, &work);
+      next = a->tailFirst - 1;
+    }
+  }
+  count = sweepPart(a, value, list, count, next, a->orderLogicals, &work);
+  for (int k = next < a->orderLogicals ? next : a->orderLogicals - 1; k >= 0; k--) {
+    const int row = a->order[k];
     const double v = value[row];
     if (v == 0.0 || row == 0) continue;
     if (v <= TINY_VALUE && v >= -TINY_VALUE)
@@ -191,7 +230,8 @@ void upper(Factor *factor, SparseVector *x, SolveKind kind) {
   int last = a->orderEnd - 1;
   if (x->count >= 0) {
     if (searchPays(m, x->count, factor->density[kind])) {
-      const SearchGraph graph = {a->uColumnStore.index, a->uColumns.start, a->uColumns.length, nullptr};
+      const SearchGraph graph = {a->uColumnStore.index, a->uColumns.start, a->uColumns.length, nullptr,
+                                 a->tailSize ? a->tailStep : nullptr};
       const int found = symbolicSearch(a, &graph, x->index, x->count, searchLimit(m));
       if (found >= 0) {
         upperSearch(a, x, found);

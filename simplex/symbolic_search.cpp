@@ -10,6 +10,7 @@ int symbolicSearch(FactorArrays *a, const SearchGraph *graph, const int32_t *lis
   int32_t *stack = a->searchStack, *next = a->searchNext, *found = a->searchList;
   const int32_t *index = graph->index;
   int number = 0, depth = 0;
+  const int32_t *barrier = graph->barrier;
   bool tooMany = false;
 
   // The ends of a row's list; rows without an eta have none.
@@ -34,6 +35,11 @@ int symbolicSearch(FactorArrays *a, const SearchGraph *graph, const int32_t *lis
     int at, end;
     listOf(row, &at, &end);
     mark[row] = 1;
+    if (barrier && barrier[row]) {
+      found[number++] = row;
+      tooMany = true;
+      break;
+    }
     for (;;) {
       int child = 0;
       while (at < end) {
@@ -45,6 +51,12 @@ int symbolicSearch(FactorArrays *a, const SearchGraph *graph, const int32_t *lis
       }
       if (child) {
         mark[child] = 1;
+        if (barrier && barrier[child]) {
+          found[number++] = child;
+          found[number++] = row;
+          tooMany = true;
+          break;
+        }
         int childAt, childEnd;
         listOf(child, &childAt, &childEnd);
         if (childAt == childEnd) {  // a leaf needs no place on the path
@@ -64,6 +76,10 @@ int symbolicSearch(FactorArrays *a, const SearchGraph *graph, const int32_t *lis
       at = next[depth];
       int begin;
       listOf(row, &begin, &end);
+    }
+    if (tooMany) {
+      while (depth) found[number++] = stack[--depth];
+      break;
     }
     tooMany = number > limit;
   }

@@ -18,6 +18,10 @@ constexpr double FAIR_AGREEMENT = 0.01;
 constexpr double GOOD_DIAGONAL = 1.0e-7;
 constexpr double FAIR_DIAGONAL = 1.0e-6;
 
+bool inTail(const FactorArrays *a, int p) {
+  return a->tailSize && a->tailStep[p] && a->tailUpperRow[a->tailStep[p] - 1] == p;
+}
+
 // Row eta of row p into keptEta, unless the BTRAN of that row left it there.
 void makeRowEta(Factor *factor, int p) {
   FactorArrays *a = factor->arrays;
@@ -25,13 +29,14 @@ void makeRowEta(Factor *factor, int p) {
   a->keptEtaRow = p;
   a->keptEtaCount = 0;
   const int length = a->uRows.length[p];
-  if (length == 0) return;
   SparseVector *x = &a->work;
   const int start = a->uRows.start[p];
   for (int q = start; q < start + length; q++) {
     x->index[x->count++] = a->uRowStore.index[q];
     x->value[a->uRowStore.index[q]] = a->uRowStore.value[q];
   }
+  if (inTail(a, p)) tail_rowToVector(a, a->tailStep[p] - 1, x);
+  if (x->count == 0) return;
   qrtbtju(factor, x, SOLVE_ROW);
   if (x->count < 0) sparseVector_pack(x);
   int count = 0;
@@ -70,6 +75,11 @@ void removeRowAndColumn(Factor *factor, int p) {
   for (int q = start; q < start + length; q++) removeElement(&a->uRowStore, &a->uRows, a->uColumnStore.index[q], p);
   factor->uCount -= length;
   a->uColumns.length[p] = 0;
+  if (inTail(a, p)) {
+    const int removed = tail_remove(a, a->tailStep[p] - 1);
+    a->tailUpperCount -= removed;
+    factor->uCount -= removed;
+  }
 }
 
 void insertSpike(Factor *factor, int p) {
@@ -125,7 +135,10 @@ void moveToEnd(FactorArrays *a, int p) {
   a->order[a->orderPosition[p]] = 0;
   if (a->orderEnd == a->orderCapacity) {
     int end = 0, logicals = 0;
+    const int tailFirst = a->tailFirst, tailEnd = a->tailEnd;
     for (int k = 0; k < a->orderEnd; k++) {
+      if (k == tailFirst) a->tailFirst = end;
+      if (k == tailEnd) a->tailEnd = end;
       const int row = a->order[k];
       if (!row) continue;
       if (k < a->orderLogicals) logicals++;

@@ -365,14 +365,16 @@ TEST_F(FactorTest, DenseTail) {
 // Faults of the update: a copy of U that keeps an old element, a row eta of the wrong row, an order with a row lost, a
 // kept eta that is stale. Random exchanges, each checked against the basis it stands for.
 TEST_F(FactorTest, LongUpdateSequences) {
-  for (int m : {1, 5, 40, 200}) {
+  int mostDense = 0;
+  for (int m : {1, 5, 40, 130, 200}) {
     for (double share : {0.01, 0.1}) {
+      if (m == 130) share *= 7.0;  // full enough for a dense tail, which the updates then take apart
       Model model = randomModel(m, 4 * m, share);
       for (int j = 1; j <= m; j++) model.basic.push_back(j);
       ASSERT_EQ(factorise(&model), FACTOR_GOOD);
       Vector alpha(m), rho(m);
       int done = 0, failed = 0;
-      for (int step = 0; step < 300; step++) {
+      for (int step = 0; step < 400; step++) {
         int enter = 1 + int(unit(random) * 5 * m);
         if (enter > 5 * m) enter = 5 * m;
         if (std::find(model.basicOfRow.begin() + 1, model.basicOfRow.end(), enter) != model.basicOfRow.end()) continue;
@@ -407,6 +409,7 @@ TEST_F(FactorTest, LongUpdateSequences) {
         if (result != UPDATE_GOOD || factor->updateCount == 150) {
           model.basic.assign(model.basicOfRow.begin() + 1, model.basicOfRow.end());
           ASSERT_EQ(factorise(&model, 1), FACTOR_GOOD);
+          mostDense = std::max(mostDense, factor->denseRows);
         }
         if (step % 13 == 0) checkSolves(model, 1e-6);
       }
@@ -423,6 +426,7 @@ TEST_F(FactorTest, LongUpdateSequences) {
       factor_free(copy);
     }
   }
+  EXPECT_GT(mostDense, 100);
 }
 
 // A result that the list forms found must equal that of plain elimination, not only satisfy the equations.
