@@ -245,11 +245,10 @@ void recomputeDuals(SimplexWork *w, double costWeight, double infeasibilityWeigh
   // What the norm says can be pessimistic by powers of ten; the reduced costs of basics, which ought to be zero, show
   // the noise there is.
   const double floor = std::fmin((first ? 1.0e-13 : 1.0e-11) * norm, 10.0 * largest);
-  const double cap = 1000.0 * w->entryRtoldinf;
-  double tolerance = std::fmin(qrtlplp.Rtoldinf, cap);
-  tolerance = std::fmax(tolerance, w->baseDualTolerance);
-  tolerance = std::fmax(tolerance, floor);
-  qrtlplp.Rtoldinf = std::fmin(tolerance, std::fmax(cap, w->baseDualTolerance));
+  const double cap = std::fmax(1000.0 * w->entryRtoldinf, w->baseDualTolerance);
+  // From the multipliers of now alone: those of an infeasible point far away are larger by powers of ten, and a
+  // tolerance that never fell back would end the solve too early.
+  qrtlplp.Rtoldinf = std::fmin(std::fmax(w->baseDualTolerance, floor), cap);
   w->djTolerance = qrtlplp.Rtoldinf;
   formReducedCosts(w, costWeight, w->y, w->dj);
 }
