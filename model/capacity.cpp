@@ -278,6 +278,7 @@ extern "C" int qrt_resizeModelExact(QRTModel *model, int rows, int cols, int max
   qrt_enter(model, "qrt_resizeModelExact", 1);
   QRT_JUMP_FRAME(model, qrt_disaster(model));
   resizeChecked(model, rows, cols, maxRows, maxCols, exact);
+  selfCheckModel(model);
   QRT_END_FRAME();
   qrt_leave(model);
   return 0;
@@ -296,6 +297,7 @@ extern "C" int qrt_resizeModel(QRTModel *model, int rows, int cols, int exact) {
   qrt_enter(model, "qrt_resizeModel", 1);
   QRT_JUMP_FRAME(model, qrt_disaster(model));
   resizeFromPresent(model, rows, cols, exact);
+  selfCheckModel(model);
   QRT_END_FRAME();
   qrt_leave(model);
   return 0;

@@ -101,6 +101,7 @@ int deleteColumns(QRTModel *model, int n, const int *which) {
     qrt_enter(model, __func__, 1);                  \
     QRT_JUMP_FRAME(model, qrt_disaster(model));     \
     const int result = work;                        \
+    selfCheckModel(model);                          \
     QRT_END_FRAME();                                \
     qrt_leave(model);                               \
     return result;                                  \

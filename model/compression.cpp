@@ -388,6 +388,7 @@ CompressInfo *qrt_compressMatrix(QRTModel *model) {
   shiftRows(model, info);
   storeOffset(model, info->offset - fixedCost);
   if (tables) qrt_namePointers(model, 0);
+  selfCheckModel(model);
   return info;
 }
 
@@ -407,6 +408,7 @@ void qrt_decompressMatrix(QRTModel *model, CompressInfo *info) {
   storeOffset(model, info->offset);
   freeSmall(&small);
   freeInfo(info);
+  selfCheckModel(model);
 }
 
 double *qrt_compressDouble(QRTModel *model, const CompressInfo *info, const double *whole) {

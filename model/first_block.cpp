@@ -58,6 +58,28 @@ int blockCovering(QRTModel *model, int columns) {
   return k;
 }
 
+// Moves elements upwards, from the top, so that column c gets added[c] free places
+// behind its own; those from one such column to the next move as one. added[c] becomes the first free place.
+void openGaps(ElementBlock &b, int *added, int total) {
+  int shift = total, c = b.count - 1;
+  while (shift > 0) {
+    const int top = c;
+    while (added[c] == 0) c--;
+    // Columns c + 1 .. top move by the full shift, column c by what is added below it.
+    const int run = b.columns[c + 1], length = b.columns[top + 1] - run;
+    memmove(b.rows + run + shift, b.rows + run, sizeof(int) * size_t(length));
+    memmove(b.elements + run + shift, b.elements + run, sizeof(double) * size_t(length));
+    for (int k = c + 1; k <= top; k++) b.columns[k + 1] += shift;
+    const int start = b.columns[c], own = run - start;
+    b.columns[c + 1] = run + shift;
+    shift -= added[c];
+    memmove(b.rows + start + shift, b.rows + start, sizeof(int) * size_t(own));
+    memmove(b.elements + start + shift, b.elements + start, sizeof(double) * size_t(own));
+    added[c] = start + shift + own;
+    c--;
+  }
+}
+
 }  // namespace
 
 int firstColumnBlock(QRTModel *model) { return blockCovering(model, model->Inumcols); }
@@ -69,23 +91,9 @@ void insertElements(QRTModel *model, int n, const int *rows, const int *columns,
   const int old = b.columns[b.count];
   int *added = static_cast<int *>(temporaryAllocate(model, b.count, sizeof(int)));
   memset(added, 0, sizeof(int) * size_t(b.count));
-  int lowest = b.count;
-  for (int e = 0; e < n; e++) {
-    added[columns[e]]++;
-    lowest = columns[e] < lowest ? columns[e] : lowest;
-  }
+  for (int e = 0; e < n; e++) added[columns[e]]++;
   growElements(b, int64_t(old) + n);
-  int shift = n;
-  for (int c = b.count - 1; c >= lowest; c--) {
-    const int start = b.columns[c], length = b.columns[c + 1] - start;
-    b.columns[c + 1] += shift;
-    shift -= added[c];
-    if (shift > 0) {
-      memmove(b.rows + start + shift, b.rows + start, sizeof(int) * size_t(length));
-      memmove(b.elements + start + shift, b.elements + start, sizeof(double) * size_t(length));
-    }
-    added[c] = start + shift + length;  // from here on: the next free place of column c
-  }
+  openGaps(b, added, n);
   for (int e = 0; e < n; e++) {
     const int at = added[columns[e]]++;
     b.rows[at] = rows[e];

@@ -209,6 +209,7 @@ void mergeAllBlocks(QRTModel *model, int option) {
 static void mergeChecked(QRTModel *model, int option) {
   qrt_checkParameter(model, 2, option, 0, 1);
   mergeAllBlocks(model, option);
+  selfCheckModel(model);
 }
 
 extern "C" int qrt_mergeBlocks(QRTModel *model, int option) {

@@ -211,3 +211,9 @@ void qrt_decompressLong(const CompressInfo *info, const int *small, int *whole);
 void clearModelData(QRTModel *model);
 // First broken invariant of the store as text, or null; walks everything.
 const char *model_check(const QRTModel *model);
+// At the seams of debug builds: a broken invariant ends the process with its text.
+#ifdef QRT_SELF_CHECKS
+void selfCheckModel(const QRTModel *model);
+#else
+inline void selfCheckModel(const QRTModel *) {}
+#endif

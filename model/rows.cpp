@@ -193,6 +193,7 @@ int replaceElements(QRTModel *model, int n, const int *rows, const int *columns,
     qrt_enter(model, __func__, 1);                  \
     QRT_JUMP_FRAME(model, qrt_disaster(model));     \
     const int result = work;                        \
+    selfCheckModel(model);                          \
     QRT_END_FRAME();                                \
     qrt_leave(model);                               \
     return result;                                  \

@@ -86,6 +86,7 @@ void copySubset(QRTModel *target, QRTModel *source, int numberRows, int numberCo
     for (int j = 0; j < numberColumns; j++)
       if (source->integerTypes[columns[j]]) markInteger(target, j, source->integerTypes[columns[j]]);
   gatherMatrix(target, source, rows, columns);
+  selfCheckModel(target);
 }
 
 }  // namespace

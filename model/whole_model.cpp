@@ -2,6 +2,7 @@
 #include <climits>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "frame/entry_frame.h"
@@ -391,6 +392,15 @@ const char *model_check(const QRTModel *model) {
   return fault;
 }
 
+#ifdef QRT_SELF_CHECKS
+void selfCheckModel(const QRTModel *model) {
+  const char *fault = model_check(model);
+  if (!fault) return;
+  fprintf(stderr, "model store: %s\n", fault);
+  abort();
+}
+#endif
+
 extern "C" {
 
 int qrt_loadRimModel(QRTModel *model, int numberRows, const double *rowLower, const double *rowUpper,
@@ -399,6 +409,7 @@ int qrt_loadRimModel(QRTModel *model, int numberRows, const double *rowLower, co
   qrt_enter(model, "qrt_loadRimModel", 1);
   QRT_JUMP_FRAME(model, qrt_disaster(model));
   loadRims(model, numberRows, rowLower, rowUpper, numberColumns, objective, columnLower, columnUpper);
+  selfCheckModel(model);
   QRT_END_FRAME();
   qrt_leave(model);
   return 0;
@@ -410,6 +421,7 @@ int qrt_copyModel(QRTModel *target, QRTModel *source) {
   if (target != source) {
     QRT_JUMP_FRAME(target, qrt_disaster(target));
     copyWhole(target, source);
+    selfCheckModel(target);
     QRT_END_FRAME();
   }
   qrt_leave(target);
