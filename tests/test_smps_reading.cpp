@@ -56,10 +56,10 @@ TEST(Numbers, AreThoseOfTheStandardLibraryOnTwelveCharacters) {
       uint32_t bits = uint32_t(random()) & 0x7fffffffu;
       float f;
       memcpy(&f, &bits, 4);
-      char wide[64];
+      char wide[64] = "";
       snprintf(wide, sizeof wide, "%.*g", int(random() % 11) + 1,
                (double(f) + double(std::nextafterf(f, 1e38f))) / 2 * (k % 2 ? 1 : 1e-3));
-      strncpy(text, wide, 12);
+      memcpy(text, wide, 12);  // a shorter text brings its own end
     } else {
       const char *alphabet = alphabets[k % 4];
       for (int i = 0; i < length; ++i) text[i] = alphabet[random() % strlen(alphabet)];
