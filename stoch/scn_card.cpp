@@ -48,8 +48,13 @@ bool nextCard(SmpsReader *reader) {
   while (textFile_nextCard(&reader->file)) {
     if (!reader->lenient) return true;
     if (reader->file.line == reader->file.untabbed) tellStraying(reader, STRAY_TABS);
-    if (!lineIsBlank(&reader->file)) return true;
-    tellStraying(reader, STRAY_BLANK_LINE);
+    if (lineIsBlank(&reader->file)) {
+      tellStraying(reader, STRAY_BLANK_LINE);
+      continue;
+    }
+    for (int k = 0; k < reader->file.length && reader->file.line[k] != ' '; ++k)
+      if (reader->file.line[k] >= 'a' && reader->file.line[k] <= 'z') tellStraying(reader, STRAY_LOWER_CASE);
+    return true;
   }
   return false;
 }

@@ -212,7 +212,6 @@ int sectionCard(SmpsReader *reader, int *replace) {
     tellStraying(reader, STRAY_NO_DISTRIBUTION);
   }
   *replace = (reader->lenient ? fieldBeginsAnyCase(word[2], "ADD") : fieldBegins(word[2], "ADD")) ? 0 : 1;
-  if (reader->lenient && type && line[0] >= 'a' && line[0] <= 'z') tellStraying(reader, STRAY_LOWER_CASE);
   return type;
 }
 

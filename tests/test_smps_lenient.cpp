@@ -23,30 +23,30 @@ struct Straying {
   const char *what;
   std::string core, time, stoch;
   const char *told;        // in message 501
-  bool readsByTheLetter;   // with another meaning
+  int byTheLetter;  // result; 1 with another meaning, 0 for a core whose import ends the process
 };
 
 std::vector<Straying> strayings() {
   const std::string core = THREE_STAGE_CORE, time = THREE_STAGE_TIME, plain = stochFile("SCENARIOS", ONE + C2_IS_6);
   const std::string tabs = " SC S1\tROOT\t0.5\tSTAGE2\n    RHS\tC2\t6.0\n";
   return {
-      {"problem name of the stoch file", core, time, replaced(plain, "STOCH         TRIAL", "STOCH         storm"), "t.sto, card 2: the problem name", false},
-      {"problem name of the time file", core, replaced(time, "TRIAL", "Other"), plain, "t.tim, card 1: the problem name", false},
-      {"NAME card", core, time, replaced(plain, "STOCH         TRIAL", "NAME          TRIAL"), "NAME stands for STOCH", false},
-      {"no distribution", core, time, replaced(plain, "DISCRETE", "        "), "no distribution named", false},
-      {"quoted root", core, time, replaced(plain, " ROOT ", " 'ROOT' "), "the root in quotes", false},
-      {"tabs", core, time, stochFile("SCENARIOS", tabs), "tabs; read as blanks", false},
-      {"tabs in the core", replaced(core, "    U         COST               3.0   C2                 1.0", "\tU\tCOST\t3.0\tC2\t1.0"), time, plain, "t.cor, card 12: tabs", true},
-      {"off the columns", core, time, stochFile("SCENARIOS", " SC S1 ROOT 0.5 STAGE2\n  RHS C2 6.0\n"), "t.sto, card 4: fields off their columns", false},
-      {"off the columns in time", core, "TIME TRIAL\nPERIODS\n     X  C1  STAGE1\n     U C2 STAGE2\n   V C3  STAGE3\nENDATA\n", plain, "t.tim, card 3: fields off", false},
-      {"off the columns in the core", replaced(core, "    V         E3                 1.0", "    V   E3   1.0"), time, plain, "t.cor, card 15: fields off", true},
-      {"empty lines", core, time, replaced(plain, "STOCH ", "\n   \nSTOCH "), "an empty line", false},
-      {"lower case", replaced(core, "ROWS\n", "rows\n"), replaced(time, "PERIODS", "Periods"), replaced(replaced(plain, "SCENARIOS", "scenarios"), " SC ", " sc "), "a section word in lower case", false},
-      {"other set name", core, time, replaced(plain, "    RHS ", "    DEM "), "a set name that is not the core's", false},
-      {"core without right-hand sides named so", replaced(core, "    RHS ", "        "), time, plain, "a set name that is not the core's", false},
-      {"long names", replaced(core, "C2 ", "DEMAND_OF_2 "), replaced(time, "C2       ", "DEMAND_OF_2"), replaced(plain, "C2        ", "DEMAND_OF_2 "), "t.cor, card 5: names longer than 8", false},
-      {"row of no constraint", core, replaced(replaced(time, "X         C1", "X         COST"), "C3  ", "COST"), plain, "begins at no constraint row", false},
-      {"period without a row", core, replaced(time, "X         C1", "X           "), plain, "begins at no constraint row", false},
+      {"problem name of the stoch file", core, time, replaced(plain, "STOCH         TRIAL", "STOCH         storm"), "t.sto, card 2: the problem name", -1},
+      {"problem name of the time file", core, replaced(time, "TRIAL", "Other"), plain, "t.tim, card 1: the problem name", -1},
+      {"NAME card", core, time, replaced(plain, "STOCH         TRIAL", "NAME          TRIAL"), "NAME stands for STOCH", -1},
+      {"no distribution", core, time, replaced(plain, "DISCRETE", "        "), "no distribution named", -1},
+      {"quoted root", core, time, replaced(plain, " ROOT ", " 'ROOT' "), "the root in quotes", -1},
+      {"tabs", core, time, stochFile("SCENARIOS", tabs), "tabs; read as blanks", -1},
+      {"tabs in the core", replaced(core, "    U         COST               3.0   C2                 1.0", "\tU\tCOST\t3.0\tC2\t1.0"), time, plain, "t.cor, card 12: tabs", 1},
+      {"off the columns", core, time, stochFile("SCENARIOS", " SC S1 ROOT 0.5 STAGE2\n  RHS C2 6.0\n"), "t.sto, card 4: fields off their columns", -1},
+      {"off the columns in time", core, "TIME TRIAL\nPERIODS\n     X  C1  STAGE1\n     U C2 STAGE2\n   V C3  STAGE3\nENDATA\n", plain, "t.tim, card 3: fields off", -1},
+      {"off the columns in the core", replaced(core, "    V         E3                 1.0", "    V   E3   1.0"), time, plain, "t.cor, card 15: fields off", 1},
+      {"empty lines", core, time, replaced(plain, "STOCH ", "\n   \nSTOCH "), "an empty line", -1},
+      {"lower case", replaced(core, "ROWS\n", "rows\n"), replaced(time, "PERIODS", "Periods"), replaced(replaced(plain, "SCENARIOS", "scenarios"), " SC ", " sc "), "t.tim, card 2: a section word in lower case", 0},
+      {"other set name", core, time, replaced(plain, "    RHS ", "    DEM "), "a set name that is not the core's", -1},
+      {"core without right-hand sides named so", replaced(core, "    RHS ", "        "), time, plain, "a set name that is not the core's", -1},
+      {"long names", replaced(replaced(core, "C2 ", "DEMAND_OF_2 "), "C2\n", "DEMAND_OF_2\n"), replaced(time, "C2       ", "DEMAND_OF_2"), replaced(plain, "C2        ", "DEMAND_OF_2 "), "t.cor, card 5: names longer than 8", 0},
+      {"row of no constraint", core, replaced(replaced(time, "X         C1", "X         COST"), "C3  ", "COST"), plain, "begins at no constraint row", -1},
+      {"period without a row", core, replaced(time, "X         C1", "X           "), plain, "begins at no constraint row", -1},
   };
 }
 
@@ -56,7 +56,9 @@ TEST(Lenient, AcceptsEachStrayingAndTellsItOnce) {
     triple.core = s.core;
     triple.time = s.time;
     triple.stoch = s.stoch;
-    EXPECT_EQ(triple.read(5), s.readsByTheLetter ? 1 : -1) << s.what << " by the letter\n" << triple.log;
+    if (s.byTheLetter) {
+      EXPECT_EQ(triple.read(5), s.byTheLetter) << s.what << " by the letter\n" << triple.log;
+    }
     triple.lenient = true;
     ASSERT_EQ(triple.read(5), 1) << s.what << "\n" << triple.log;
     const size_t first = triple.log.find(s.told);
