@@ -811,14 +811,15 @@ TEST(MpsMarkers, integerInformationFileOfTheCaller) {
   EXPECT_EQ(1, import.count("Integer C9 named in SET but not in VARIABLES"));
   EXPECT_EQ(1, import.count("Unknown attribute WHAT for set FIRST"));
   EXPECT_EQ(1, import.count("Priority of"));
-  SetInfo *info = static_cast<SetInfo *>(import.model->setInfo);
+  const EntityTable *info = entityTable(import.model);
   ASSERT_NE(nullptr, info);
-  ASSERT_EQ(2, info->numberSets);
-  EXPECT_EQ(7, setEntries(info)[0].priority);
-  EXPECT_EQ(4, setEntries(info)[0].type);
-  ASSERT_LE(2, setEntries(info)[0].count);
-  EXPECT_EQ(0, setMembers(info)[0].column) << "members ascend by reference";
-  EXPECT_EQ(0.5, setMembers(info)[0].downCost);
+  ASSERT_EQ(2, info->nEntities);
+  EXPECT_EQ(7, info->entity[0].priority);
+  EXPECT_EQ(ENTITY_SOS2, info->entity[0].type);
+  ASSERT_LE(2, info->entity[0].count);
+  const MemberRecord *members = memberTable(import.model) + info->entity[0].first;
+  EXPECT_EQ(0, members[0].column) << "members ascend by reference";
+  EXPECT_EQ(0.5, members[0].down);
 }
 
 // Fault: a quadratic term is dropped, doubled, or read from the section of another row.
