@@ -1,0 +1,41 @@
+// The direct way: the deterministic equivalent goes to a simplex solver as one model.
+#include <cstdio>
+
+#include "frame/entry_frame.h"
+#include "frame/messages.h"
+#include "stoch/scn_generation.h"
+
+namespace {
+
+// Values of the option `alg`.
+enum : int { ALG_EITHER = 0, ALG_PRIMAL = 1 };
+constexpr int UNSUPPORTED_EXIT = 999;
+constexpr int FROM_VALUES = 3;  // the primal starts from the values it finds
+constexpr int FRESH = 1;
+
+int solveBy(QRTModel *model, int alg) {
+  if (alg < ALG_EITHER) {
+    printf("\n QRTERROR ! Alg <= -1 not supported.\n");
+    qrts_endProcess(UNSUPPORTED_EXIT);
+  }
+  if (alg == ALG_PRIMAL) return qrt_primalSimplex(model, FROM_VALUES);
+  return qrt_eitherSimplex(model, FRESH);
+}
+
+}  // namespace
+
+int qrts_either2Simplex(QRTStoch *stoch) {
+  if (!stoch->smodel) {
+    printf("\n No Stochastic Model has been described. Invoking qrts_describeFullModel(stoch,1).\n");
+    if (qrts_describe2FullModel(stoch, 0, 1) < 0) return 1;
+  }
+  QRTModel *model = stoch->smodel->model;
+  if (!model) {
+    printf("\n Model has no Data.  Exiting.\n");
+    return 1;
+  }
+  const int code = solveBy(model, stoch->alg);
+  stoch->status = qrt_getIprobstat(model);
+  stoch->robjvalue = qrt_getRobjvalue(model);
+  return code >= 2 ? code : 0;
+}
