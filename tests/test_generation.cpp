@@ -51,7 +51,7 @@ struct Case {
 };
 
 Case randomCase(unsigned seed) {
-  std::mt19937 random(seed);
+  std::minstd_rand random(seed);
   const auto pick = [&](int n) { return int(random() % unsigned(n)); };
   Case c;
   c.nStages = 1 + pick(4);
@@ -75,7 +75,7 @@ Case randomCase(unsigned seed) {
 }
 
 void addScenarios(Case &c, unsigned seed, int count) {
-  std::mt19937 random(seed);
+  std::minstd_rand random(seed);
   const auto pick = [&](int n) { return int(random() % unsigned(n)); };
   c.nodes.push_back({1, 0, 0.0, 0, 0});
   if (c.nStages == 1) return;
@@ -328,7 +328,9 @@ TEST(Generation, ZeroProbabilityNodesAreLeftOut) {
   std::vector<int> indices(size_t(c.nCols));
   EXPECT_EQ(qrts_get3NodeSolution(stoch, 3, 0, 0, values.data(), indices.data()), 0);
   for (int j = 0; j < c.nCols; ++j)
-    if (c.colStage[size_t(j)] == 2) EXPECT_EQ(indices[size_t(j)], -1) << "a node outside the model has no place in it";
+    if (c.colStage[size_t(j)] == 2) {
+      EXPECT_EQ(indices[size_t(j)], -1) << "a node outside the model has no place in it";
+    }
   qrts_deleteStoch(stoch);
   qrts_endContext(context);
 }
