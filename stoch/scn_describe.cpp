@@ -187,7 +187,8 @@ void qrts_dscm0(int *rc, StochData *sdata, int nNodes, const int *nodeList, Stoc
     messageC(1, "rows");
     messageI(1, layout.rows > INT32_MAX ? INT32_MAX : int(layout.rows));
     messageI(2, MAX_ROWS);
-    stochMessage(list->nNodes == 0 ? MSG_LIST_EMPTY : MSG_TOO_MANY);
+    if (list->nNodes == 0) stochMessage(MSG_LIST_EMPTY);
+    else stochMessage(MSG_TOO_MANY);
     qrts_freeSmodel(smodel);
     return;
   }
