@@ -138,6 +138,58 @@ QRT_API int qrts_getNumrowsAtStage(QRTStoch *stoch, int stage);
 /** @brief Columns of the core in a stage, 0 for a stage that does not exist. @return 2 for a bad handle. */
 QRT_API int qrts_getNumcolsAtStage(QRTStoch *stoch, int stage);
 
+/* ---- deterministic equivalent and direct solve ----------------------------------------------------------- */
+
+/** @brief Issues the size of every node and of the whole equivalent, without building it (messages 464, 465).
+ *  @return 0; 2 after a message. */
+QRT_API int qrts_estimateLPSize(QRTStoch *stoch);
+/** @brief Describes the deterministic equivalent of the whole tree as an ordinary model; an earlier description ends.
+ *
+ *  Nodes stand in scenario order: the root, then each scenario's own nodes. Within a node rows and columns stand in
+ *  stage order. Costs are weighted by node probabilities, which are normalised; nodes of probability 0 are left out.
+ *  @param load  non-zero: the model is filled, too. @return number of element blocks; -1 after a message. */
+QRT_API int qrts_describeFullModel(QRTStoch *stoch, int load);
+/** @brief Describes the model of the listed nodes; their missing ancestors come as virtual nodes, columns fixed at 0.
+ *  @param tag  the caller's number.  @param nNodes  entries of the list, 0 for all nodes.
+ *  @param nodeList  [nNodes] node numbers from 1.
+ *  @param probabilityFlag  non-zero: inner nodes take the sum of the listed leaves as probability.
+ *  @return number of element blocks; -1 after a message. */
+QRT_API int qrts_describeSubModel(QRTStoch *stoch, int tag, int nNodes, int *nodeList, int probabilityFlag);
+/** @brief Fills the described model, once for each description. @return 0; 2 or a store's code on failure. */
+QRT_API int qrts_loadBaseModel(QRTStoch *stoch);
+/** @brief Solves the described model by the simplex method; describes and loads the whole tree when nothing is.
+ *
+ *  qrts_getStatus() and qrts_getRobjvalue() give the outcome. The constant of the core's objective is not part of it.
+ *  @return 0 when the run ended with a status, 1 without a model, a solver's code of 2 or more on failure. */
+QRT_API int qrts_eitherSimplex(QRTStoch *stoch);
+
+/* ---- solutions ------------------------------------------------------------------------------------------- */
+
+/** @brief Issues the nonzero column values (rows 0) or row activities (rows 1) of one stage of a scenario.
+ *  @param scenario,stage  from 1.  @return 0; 2 after a message. */
+QRT_API int qrts_printNodeSolution(QRTStoch *stoch, int scenario, int stage, int rows);
+/** @brief The same for reduced costs and row duals. */
+QRT_API int qrts_printNodeDualSolution(QRTStoch *stoch, int scenario, int stage, int rows);
+/** @brief Column values (rows 0) or row activities (rows 1) of one stage of a scenario, in the core's order within the
+ *  stage; sizes below 1e-08 come as 0.
+ *  @param values,indices  [columns or rows of the stage] the caller's: values, and numbers in the model from 0 (-1 for
+ *  a node outside it).  @return 0; 2 after a message. */
+QRT_API int qrts_getNodeSolution(QRTStoch *stoch, int scenario, int stage, int rows, double *values, int *indices);
+/** @brief The same for reduced costs (rows 0) and row duals (rows 1), which carry the node's probability. */
+QRT_API int qrts_getNodeDualSolution(QRTStoch *stoch, int scenario, int stage, int rows, double *values, int *indices);
+/** @brief All stages of a scenario, one behind the other.
+ *  @param values,indices  [columns or rows of the core] the caller's. @return 0; 2 after a message. */
+QRT_API int qrts_getScenarioSolution(QRTStoch *stoch, int scenario, int rows, double *values, int *indices);
+/** @brief The same for reduced costs and row duals. */
+QRT_API int qrts_getScenarioDualSolution(QRTStoch *stoch, int scenario, int rows, double *values, int *indices);
+/** @brief Issues the objective value and probability of every scenario, their mean and standard deviation. */
+QRT_API int qrts_printObjectiveDistribution(QRTStoch *stoch);
+/** @brief Objective values of the first `count` scenarios, each as if it were certain, without the core's constant.
+ *  @param ids,probabilities,values  [count] the caller's; a null one ends the process with code 99.
+ *  @param mean,deviation  out.  @return 0; 2 after a message. */
+QRT_API int qrts_getScenarioDistribution(QRTStoch *stoch, int count, int *ids, double *probabilities, double *values,
+                                         double *mean, double *deviation);
+
 /* ---- decomposition --------------------------------------------------------------------------------------- */
 
 /** @brief The submodels of a decomposition, owned by the object. @return null with a warning on stdout when there are

@@ -11,10 +11,6 @@
 constexpr double DEFAULT_TOLERANCE = 1.0e-16;
 constexpr double SORT_TOLERANCE = 1.0e-16;
 
-// The readers of files bring these; a store that has not met one has nothing for them to free.
-void qrts_freeSmpsData(SmpsData *smps) __attribute__((weak));
-void qrts_freeIndependent(IndependentData *independent) __attribute__((weak));
-
 // ---- life of the store --------------------------------------------------------------------------------------
 
 StochData *qrts_Cinit(int maxScenarios) {

@@ -8,8 +8,7 @@
 #include "frame/messages.h"
 #include "model/model_store.h"
 #include "stoch/scn_generation.h"
-
-void qrts_debug(const char *text);
+#include "stoch/scn_object.h"
 
 namespace {
 

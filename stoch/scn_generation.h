@@ -42,8 +42,6 @@ void qrts_dscm0(int *rc, StochData *sdata, int nNodes, const int *nodeList, Stoc
 int qrts_Cemdl0(StochModel *smodel, QRTModel *model, int tag);
 // Frees a description with its model; null is ignored.
 void qrts_freeSmodel(StochModel *smodel);
-// An empty model with the controls of `source` (of the context's base model when null), silent about its entries.
-QRTModel *qrts_create2EmptyModel(QRTContext *context, QRTModel *source, const char *name, int debug);
 // First broken invariant of a description as text, or null.
 const char *smodel_check(const QRTStoch *stoch);
 

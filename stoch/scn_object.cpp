@@ -10,9 +10,6 @@
 #include "model/model_store.h"
 #include "stoch/scn_generation.h"
 
-// Descriptions come with the generation of models; an object without them has none to free.
-void qrts_freeSmodel(StochModel *smodel) __attribute__((weak));
-
 namespace {
 
 constexpr int MESSAGE_ENTERING_STOCH = 950, MESSAGE_ENTERING_EXTRAS = 951;
@@ -220,7 +217,7 @@ int qrts_delete2Stoch(QRTStoch *stoch) {
   forgetHandle(stoch);
   memset(stoch->tag, 0, sizeof stoch->tag);
   if (stoch->ownsData == 1) qrts_freeSdata(stoch->sdata);
-  if (stoch->smodel) qrts_freeSmodel(stoch->smodel);
+  qrts_freeSmodel(stoch->smodel);
   memset(stoch->name, 0, NAME_LENGTH);
   deleteSubmodels(stoch);
   stoch->ifDebug = 0;
