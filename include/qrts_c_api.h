@@ -41,6 +41,10 @@ QRT_API QRTStoch *qrts_newStoch(QRTContext *context, const char *name, int maxSc
 QRT_API QRTStoch *qrts_createStoch(const char *name, int maxScenarios);
 /** @brief Deletes an object with its data, models and temporary record file. @return 0; 2 for a bad handle. */
 QRT_API int qrts_deleteStoch(QRTStoch *stoch);
+/** @brief Makes target a copy of source: data by way of a file of its own in /tmp, described model, base model, options.
+ *  What the target held before is released. An empty name becomes "Copy(name of source)". Submodels are not copied.
+ *  @return 0; 1 when the source has no data; 2 for a bad handle or a failed copy of the data. */
+QRT_API int qrts_copyStoch(QRTStoch *target, QRTStoch *source);
 /** @brief Never prints message `number` of this object. @return 0; -1 unless 1 <= number < 10000; 1 for a number
  *  that qrt_messagePrintOff() does not take (use qrt_messagesPrintOff() on the base model for those). */
 QRT_API int qrts_messagePrintOff(QRTStoch *stoch, int number);
@@ -115,10 +119,13 @@ QRT_API int qrts_addScenario(QRTStoch *stoch, int scenario, int ancestor, int st
                              const double *elements, int replace);
 /** @brief 1 a linear core, 2 one with a quadratic diagonal; before qrts_createCore(). @return 0; 2 for a bad handle. */
 QRT_API int qrts_setCoreProblemType(QRTStoch *stoch, int type);
-/** @brief Reads core and scenarios from a record file, which stays open and unchanged. Names and integer marks are not
- *  part of it. @return 0; 2 after a message. */
+/** @brief Reads core and scenarios from a record file into an object without data. The file stays open: scenarios added
+ *  later go into it. Names and integer marks are not part of it. An object that has data already ends the process with
+ *  exit(999), and a file that can't be read with exit(2).
+ *  @return 0, also for a file that holds a core alone; 1 when its contents contradict one another; 2 for a bad handle. */
 QRT_API int qrts_readNativeData(QRTStoch *stoch, const char *file);
-/** @brief Saves core and scenarios under a name; the object goes on working with that file. @return 0; 2 on failure. */
+/** @brief Saves core and scenarios under a name. An object that owns its data moves its file there and goes on working
+ *  with it; one that shares them writes a new file. @return 0; 1 or 2 on failure. */
 QRT_API int qrts_writeNativeData(QRTStoch *stoch, const char *file);
 
 /* ---- sizes ----------------------------------------------------------------------------------------------- */

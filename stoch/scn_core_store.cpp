@@ -46,14 +46,14 @@ int qrts_freeSdata(StochData *sdata) {
   RecordFile *file = sdata->file;
   if (sdata->core != nullptr) {
     core_clear(sdata->core);
-    if (sdata->core->smps != nullptr) qrts_freeSmpsData(sdata->core->smps);
+    qrts_freeSmpsData(sdata->core->smps);
     std::free(sdata->core->integerMarks);
     std::free(sdata->core);
   }
   if (sdata->scenarios != nullptr) std::free(sdata->scenarios->table);
   std::free(sdata->scenarios);
   qrts_freeNodeList(sdata->nodes);
-  if (sdata->independent != nullptr) qrts_freeIndependent(sdata->independent);
+  qrts_freeIndependent(sdata->independent);
   std::free(sdata);
   qrts_VRFileFree("qrts_freeSdata", file);
   return 0;

@@ -37,6 +37,7 @@ QRTStoch *qrts_createStoch(const char *name, int maxScenarios) {
   QRTS_FORWARD(stoch, static_cast<QRTStoch *>(nullptr), stoch);
 }
 int qrts_deleteStoch(QRTStoch *stoch) { QRTS_FORWARD(stoch, 2, qrts_delete2Stoch(stoch)); }
+int qrts_copyStoch(QRTStoch *target, QRTStoch *source) { QRTS_FORWARD(source, 2, qrts_copy2Stoch(target, source, 1)); }
 int qrts_messagePrintOff(QRTStoch *stoch, int number) {
   if (number < 1 || number >= 10000 || !handleLives(stoch)) return -1;
   return qrt_messagePrintOff(stoch->baseModel, number);

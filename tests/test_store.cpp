@@ -17,6 +17,7 @@
 
 #include "frame/entry_frame.h"
 #include "frame/messages.h"
+#include "include/qrts_c_api.h"
 #include "stoch/scn_stoc.h"
 
 namespace {
@@ -769,6 +770,42 @@ TEST_F(Store, DamagedNativeFilesAreRefused) {
       digest(other.path, bytes);
     }
   }
+}
+
+TEST_F(Store, CopiesOfObjectsHaveDataOfTheirOwn) {
+  std::mt19937 random(33);
+  const PlainCore core = randomCore(random, 3, 8, 7);
+  QRTStoch *source = qrts_newStoch(context, "the source", 6), *target = qrts_newStoch(context, "", 1), *named = qrts_newStoch(context, "n", 4);
+  EXPECT_EQ(qrts_copyStoch(target, source), 1) << "nothing to copy yet";
+  ASSERT_EQ(load(source, core), 0);
+  for (int k = 1; k <= 5; k++) ASSERT_EQ(add(source, k, core, randomScenario(random, core, 0, 2, false), false), 0);
+  source->sdata->core->nIntegers = 1;
+  source->sdata->core->integerMarks = static_cast<int *>(std::calloc(size_t(core.nCols) + 1, sizeof(int)));
+  source->sdata->core->integerMarks[core.nCols - 1] = 7;
+  qrts_setMaxiter(source, 17);
+  ASSERT_EQ(load(named, mixedCore()), 0) << "what the target had is released";
+  for (QRTStoch *copy : {target, named}) {
+    ASSERT_EQ(qrts_copyStoch(copy, source), 0);
+    EXPECT_STREQ(qrts_store_check(copy->sdata), nullptr);
+    expectSame(unpacked(copy), core, "core of the copy");
+    EXPECT_EQ(qrts_getNumScenarios(copy), 5);
+    EXPECT_EQ(copy->sdata->core->integerMarks[core.nCols - 1], 7) << "one mark a column, not one an integer";
+    EXPECT_EQ(qrts_getMaxiter(copy), 17);
+    EXPECT_EQ(copy->ownsData, 1);
+    EXPECT_NE(std::string(copy->sdata->file->name), source->sdata->file->name);
+  }
+  EXPECT_STREQ(target->name, "Copy(the source)");
+  EXPECT_STREQ(named->name, "n");
+  const std::string file = target->sdata->file->name;
+  EXPECT_EQ(qrts_deleteStoch(source), 0);
+  PlainModel first = core, again = core;
+  addNode(target, 3, &first);
+  addNode(named, 3, &again);
+  expectSame(first, again, "copies live without their source");
+  EXPECT_EQ(qrts_deleteStoch(target), 0);
+  EXPECT_NE(access(file.c_str(), F_OK), 0) << "the file of a copy goes with it";
+  EXPECT_EQ(qrts_copyStoch(target, named), 2) << "a deleted target";
+  EXPECT_EQ(qrts_deleteStoch(named), 0);
 }
 
 TEST(Sorting, MatrixSplitAndSearchAgainstPlainTables) {
