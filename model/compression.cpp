@@ -279,7 +279,7 @@ void spreadAux(QRTModel *whole, const QRTModel *small, const CompressInfo *info)
     if (fixed && whole->auxKind == 2) columns[j] = whole->objective[whole->Imaxrows + j];
     if (fixed && whole->auxKind == 3)
       for (int e = b.columns[j]; e < b.columns[j + 1]; e++)
-        columns[j] -= unscaled(whole, b, e, j) * whole->aux[b.rows[e]];
+        columns[j] += unscaled(whole, b, e, j) * whole->aux[b.rows[e]];  // the row part is -w
     if (!fixed && whole->auxKind == 4 && columns[j] != 0.0)
       for (int e = b.columns[j]; e < b.columns[j + 1]; e++)
         if (info->rowPosition[b.rows[e]] < 0) whole->aux[b.rows[e]] += unscaled(whole, b, e, j) * columns[j];

@@ -643,7 +643,7 @@ TEST_F(Compressed, roundTripRestoresEverything) {
       for (int j : {0, 3}) {
         double reduced = qrt_getRmaxmin(model) * cost[size_t(j)], multiplier = 0.0;
         for (int i = 0; i < M; i++) reduced -= at(i, j) * y[size_t(i)];
-        for (int i = 0; i < M; i++) multiplier -= at(i, j) * w[size_t(i)];
+        for (int i = 0; i < M; i++) multiplier += at(i, j) * w[size_t(i)];
         EXPECT_NEAR(reduced, qrt_colrcosts(model)[j], 1e-12);
         EXPECT_NEAR(kind == 3 ? multiplier : 0.0, qrt_colaux(model)[j], 1e-12);
         EXPECT_EQ(-2, qrt_columnStatus(model, j));
