@@ -269,7 +269,9 @@ void qrtdiotrkv(int *rc, VirtualFile *f, int record, IndexPair *place) {
   *rc = loadBlock(f, block, where.block);
   if (*rc != VREC_OK) return;
   const IndexPair pair = block->pairs[where.entry - 1];
-  if (pair.offset < VREC_FIRST_BLOCK || pair.length < 0 || int64_t(pair.offset) + pair.length > VREC_MAX_OFFSET) {
+  // data begin inside the file, or at its end while they have not been written
+  if (pair.offset < VREC_FIRST_BLOCK || pair.offset > f->fileEnd || pair.length < 0 ||
+      int64_t(pair.offset) + pair.length > VREC_MAX_OFFSET) {
     *rc = VREC_READ;
     return;
   }
