@@ -7,10 +7,6 @@
 #include "stoch/scn_generation.h"
 #include "stoch/scn_object.h"
 
-// Descriptions come with the generation of models; without it no object has one to copy.
-int qrts_describe2PartialModel(QRTStoch *stoch, int tag, int nNodes, const int *nodeList, int probabilityFlag) __attribute__((weak));
-void qrts_freeSmodel(StochModel *smodel) __attribute__((weak));
-
 static int *copyInts(const int *from, int64_t n) {
   int *to = static_cast<int *>(std::malloc(size_t(n > 0 ? n : 1) * sizeof(int)));
   if (to != nullptr && from != nullptr) std::memcpy(to, from, size_t(n) * sizeof(int));
@@ -136,7 +132,7 @@ int qrts_copy2Stoch(QRTStoch *target, QRTStoch *source, int copyData) {
   if (qrts_validate2Stoch(target) != 0 || qrts_validate2Stoch(source) != 0 || target == source) return 2;
   nameCopy(target, source);
   // what the target had goes, so that nothing of it is lost or mixed with the copy
-  if (target->smodel != nullptr) qrts_freeSmodel(target->smodel);
+  qrts_freeSmodel(target->smodel);
   target->smodel = nullptr;
   if (copyData) {
     const int rc = qrts_copySdata(target, source);

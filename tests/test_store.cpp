@@ -795,6 +795,14 @@ TEST_F(Store, CopiesOfObjectsHaveDataOfTheirOwn) {
     EXPECT_NE(std::string(copy->sdata->file->name), source->sdata->file->name);
   }
   EXPECT_STREQ(target->name, "Copy(the source)");
+  EXPECT_EQ(qrtse_getCurrentModel(target), nullptr);
+  ASSERT_GT(qrts_describeFullModel(source, 1), 0);
+  ASSERT_EQ(qrts_copyStoch(target, source), 0);
+  QRTModel *described = qrtse_getCurrentModel(target), *original = qrtse_getCurrentModel(source);
+  ASSERT_TRUE(described != nullptr && described != original);
+  EXPECT_EQ(qrt_getInumrows(described), qrt_getInumrows(original));
+  for (int j = 0; j < qrt_getInumcols(original); j++) EXPECT_EQ(qrt_objective(described)[j], qrt_objective(original)[j]);
+  EXPECT_EQ(qrts_getNumNodes(target), qrts_getNumNodes(source));
   EXPECT_STREQ(named->name, "n");
   const std::string file = target->sdata->file->name;
   EXPECT_EQ(qrts_deleteStoch(source), 0);
