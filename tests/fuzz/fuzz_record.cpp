@@ -55,5 +55,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   }
   fuzzContext();  // an exit() on the way has disarmed the wrap
   if (setjmp(fuzzExit) == 0) qrts_deleteStoch(stoch);
+  fuzzDone();
   return 0;
 }

@@ -58,6 +58,8 @@ QRTContext *fuzzContext() {
   return context;
 }
 
+void fuzzDone() { insideTarget = false; }
+
 void fuzzQuiet(QRTModel *model) {
   qrt_mset(model, 7000, 256, 0, 0, 7999, 0);
   qrt_stderrNumber(model, 9999);
@@ -83,4 +85,5 @@ void fuzzTriple(const std::string &core, const std::string &time, const std::str
   if (qrts_readSMPSData(stoch, core.c_str(), time.c_str(), stochFile.c_str()) > 0 && qrts_getNumNodes(stoch) < 2000)
     qrts_describeFullModel(stoch, 1);
   qrts_deleteStoch(stoch);
+  fuzzDone();
 }

@@ -9,7 +9,9 @@
 
 #include "qrts_c_api.h"
 
+// Arms the way back; fuzzDone() takes it away, since the fuzzer itself leaves by exit().
 QRTContext *fuzzContext();
+void fuzzDone();
 // Raises the limits of severe messages and sends the log away.
 void fuzzQuiet(QRTModel *model);
 // Path of a scratch file named `name` that holds the bytes.
