@@ -1,7 +1,9 @@
 // Bounds shifted at random while degenerate steps stall the primal (qrtprtb), and their way back.
 //
-// Every movable variable's finite bounds are widened by a random amount relative to their size. The present point
-// stays feasible, and ties in the ratio test, which are what cycling lives on, become differences.
+// The finite bounds of basic variables are widened by a random amount relative to their size. The present point stays
+// feasible where it is, and ties in the ratio test, which are what cycling lives on, become differences. Nonbasics
+// keep theirs: to move them would shift every equation a little off its right-hand side, and a degenerate basis full
+// of equations would have as many infeasible rows to repair as it has rows.
 #include <cmath>
 
 #include "frame/messages.h"
@@ -58,7 +60,7 @@ void qrtprtb(SimplexWork *w) {
   const double size = asked == 0.0 ? DEFAULT_SIZE : std::fmin(asked, LARGEST_SIZE);
   for (int k = 1; k <= w->total; k++) {
     w->shift[k] = 0.0;
-    if (w->trueUpper[k] - w->trueLower[k] <= 1.0e-12) continue;
+    if (!(w->flags[k] & VAR_BASIC) || w->trueUpper[k] - w->trueLower[k] <= 1.0e-12) continue;
     const double relative = size * (1.0 + boundSize(w->trueLower[k], w->trueUpper[k]));
     w->shift[k] = relative * (0.5 + 0.5 * draw(&seed));
   }
