@@ -108,7 +108,7 @@ int looksFinished(SimplexWork *w) {
   if (w->rejectedCount > 0) {
     w->state.rejectRounds++;
     if (w->state.rejectRounds < 6) {
-      w->bestObjective = w->stallBest = 1.0e51;
+      w->bestObjective = 1.0e51;
       qrtlplp.Iprobstat = -1;
       return DECIDE_READMIT;
     }

@@ -86,6 +86,7 @@ bool takeOver(SimplexWork *w) {
     for (int i = 1; i <= w->m; i++) w->shift[i] = model->aux[i - 1] / w->varScale[i];
     for (int j = 1; j <= w->n; j++) w->shift[w->m + j] = model->aux[model->Imaxrows + j - 1] / w->varScale[w->m + j];
     applyShifts(w);
+    w->perturbDone |= 1;
     return true;
   }
   return false;
@@ -110,6 +111,7 @@ void keepForNext(SimplexWork *w) {
 
 void dropAux(QRTModel *model) {
   if (model->aux) freeRimVector(model, &model->aux);
+  qrtaddr.aux = nullptr;
   model->auxKind = AUX_NONE;
 }
 
@@ -316,34 +318,34 @@ void zeroInfeasibilities() {
   qrtlplp.Rsumpinf = qrtlplp.Rsumdinf = 0.0;
 }
 
-struct LegResult {
-  int code;          // 0 or SOLVE_FAILED
-  bool violated;     // optimal inside, but outside the tolerances in the caller's units
-};
-
-// A run that only cleans up after the solver's scaling: it starts from the basis of the run before and has a limit of
-// iterations of its own.
+// Why a run happens. One that only cleans up after the solver's scaling starts from the basis of the run before and
+// has a limit of iterations of its own.
 constexpr int LEG_WHOLE = 0, LEG_CLEAN_UP = 1;
 
-// The way from the loop to the model: consistent values, statuses, duals, report.
-void leave(SimplexWork *w, LegResult *leg, int kind) {
+struct LegResult {
+  SimplexWork *work;
+  int code;          // 0 or SOLVE_FAILED
+  bool violated;     // sound inside, but outside the tolerances in the caller's units
+};
+
+// The way from the loop to the model: consistent values, statuses, duals, ray or proof.
+void leave(SimplexWork *w, LegResult *leg) {
   keepForNext(w);
   finalRecomputation(w);
   qrtplsh(w);
-  restoreControls(w);
-  if (w->scaled == 1 && qrtlplp.Iprobstat == 0)
-    leg->violated = largestOutsideViolation(w) > qrtlplp.Rtolpinf || largestOutsideDual(w) > qrtlplp.Rtoldinf;
-  if (leg->violated) return;
-  if (kind == LEG_CLEAN_UP && qrtlplp.Iprobstat != 0) return;
-  if (leg->code == 0) zeroInfeasibilities();
-  finalReport(w);
   qrtinfs(w);
+  restoreControls(w);
+  const int status = qrtlplp.Iprobstat;
+  if (w->scaled == 1 && (status == 0 || status == 1))
+    leg->violated = largestOutsideDual(w) > qrtlplp.Rtoldinf ||
+                    (status == 0 && largestOutsideViolation(w) > qrtlplp.Rtolpinf);
+  if (leg->code == 0) zeroInfeasibilities();
   setSecondStatus();
 }
 
 LegResult runLeg(QRTModel *model, int algorithm, int init, int coreMode, int kind) {
-  LegResult leg = {0, false};
   SimplexWork *w = newWork(model);
+  LegResult leg = {w, 0, false};
   loadProblem(w, kind == LEG_WHOLE);
   saveControls(w);
   setDefaults(w, algorithm, init, coreMode);
@@ -361,47 +363,79 @@ LegResult runLeg(QRTModel *model, int algorithm, int init, int coreMode, int kin
     if (limit < qrtlplp.Imaxiter) qrtlplp.Imaxiter = limit;
   }
   leg.code = majorLoop(w, continued);
-  leave(w, &leg, kind);
+  leave(w, &leg);
   return leg;
 }
 
-// The answer of a run as it stands in the model, to be put back when a clean-up makes it no better.
+// The answer of a run as it stands in model and controls, to be put back when a clean-up makes it no better.
 struct Answer {
-  double *solution, *dual;
+  double *solution, *dual, *aux;
   int *status;
-  double objective;
+  int auxKind, Iprobstat, Iprobstat2, Inumpinf, Inumdinf;
+  double Robjvalue, Rsumpinf, Rsumdinf;
 };
 
 template <class T> T *copyOf(QRTModel *model, const T *vector) {
   const int64_t count = int64_t(model->Imaxrows) + model->Inumcols;
+  if (!vector) return nullptr;
   T *copy = static_cast<T *>(temporaryAllocate(model, count + 1, int64_t(sizeof(T))));
   std::memcpy(copy, vector, size_t(count) * sizeof(T));
   return copy;
 }
 
-void cleanUp(QRTModel *model, int coreMode) {
-  const Answer first = {copyOf(model, model->solution), copyOf(model, model->dual), copyOf(model, model->status),
-                        qrtlplp.Robjvalue};
-  const LegResult leg = runLeg(model, ALGORITHM_PRIMAL, 1, coreMode, LEG_CLEAN_UP);
-  if (leg.code == 0 && qrtlplp.Iprobstat == 0) return;
+Answer takeAnswer(QRTModel *model) {
+  return {copyOf(model, model->solution), copyOf(model, model->dual), copyOf(model, model->aux),
+          copyOf(model, model->status),   model->auxKind,             qrtlplp.Iprobstat,
+          qrtlplp.Iprobstat2,             qrtlplp.Inumpinf,           qrtlplp.Inumdinf,
+          qrtlplp.Robjvalue,              qrtlplp.Rsumpinf,           qrtlplp.Rsumdinf};
+}
+
+void putAnswerBack(QRTModel *model, const Answer &a) {
   const size_t count = size_t(model->Imaxrows) + size_t(model->Inumcols);
-  std::memcpy(model->solution, first.solution, count * sizeof(double));
-  std::memcpy(model->dual, first.dual, count * sizeof(double));
-  std::memcpy(model->status, first.status, count * sizeof(int));
-  qrtlplp.Robjvalue = first.objective;
-  qrtlplp.Iprobstat = 0;
-  zeroInfeasibilities();
-  setSecondStatus();
-  finalReport(nullptr);
+  std::memcpy(model->solution, a.solution, count * sizeof(double));
+  std::memcpy(model->dual, a.dual, count * sizeof(double));
+  std::memcpy(model->status, a.status, count * sizeof(int));
+  if (a.aux) {
+    if (!model->aux) model->aux = newRimVector(model, 0.0);
+    std::memcpy(model->aux, a.aux, count * sizeof(double));
+  } else {
+    dropAux(model);
+  }
+  model->auxKind = a.auxKind;
+  qrtlplp.Iprobstat = a.Iprobstat;
+  qrtlplp.Iprobstat2 = a.Iprobstat2;
+  qrtlplp.Inumpinf = a.Inumpinf;
+  qrtlplp.Inumdinf = a.Inumdinf;
+  qrtlplp.Robjvalue = a.Robjvalue;
+  qrtlplp.Rsumpinf = a.Rsumpinf;
+  qrtlplp.Rsumdinf = a.Rsumdinf;
+}
+
+// A problem its owner has scaled: what the scale factors hide is told.
+void reportUnscaledViolation(const SimplexWork *w) {
+  if (w->scaled != 2 || qrtlplp.Iprobstat != 0) return;
+  int which = 0, count = 0;
+  const double worst = outsideViolation(w, &which, &count);
+  if (!(worst > qrtlplp.Rtolpinf)) return;
+  qrtmesg_no_i2(MSG_SCALED_COUNTS_DIFFER, 0, count);
+  messageI(1, variableNumber(w, which));
+  qrtmesg_no_d1(MSG_UNSCALED_VIOLATION, worst);
 }
 
 }  // namespace
 
 int qrtsslvf(QRTModel *model, int algorithm, int init, int keep, int coreMode) {
   (void)keep;
-  const LegResult leg = runLeg(model, algorithm, init, coreMode, LEG_WHOLE);
-  if (leg.code == 0 && leg.violated) cleanUp(model, coreMode);
-  return leg.code != 0 ? leg.code : qrtlplp.Iprobstat;
+  LegResult leg = runLeg(model, algorithm, init, coreMode, LEG_WHOLE);
+  const int firstCode = leg.code;
+  if (firstCode == 0 && leg.violated) {
+    const Answer first = takeAnswer(model);
+    leg = runLeg(model, ALGORITHM_PRIMAL, 1, coreMode, LEG_CLEAN_UP);
+    if (leg.code != 0 || qrtlplp.Iprobstat < 0 || qrtlplp.Iprobstat > 1) putAnswerBack(model, first);
+  }
+  finalReport(leg.work);
+  reportUnscaledViolation(leg.work);
+  return firstCode != 0 ? firstCode : qrtlplp.Iprobstat;
 }
 
 double nextRandom() {

@@ -77,6 +77,8 @@ void qrtplsh(SimplexWork *w);
 // Largest bound violation of a basic variable, and largest reduced cost of the wrong sign, in the caller's units.
 double largestOutsideViolation(const SimplexWork *w);
 double largestOutsideDual(const SimplexWork *w);
+// The former with the variable that has it and the number of variables beyond Rtolpinf.
+double outsideViolation(const SimplexWork *w, int *which, int *count);
 // Name of variable k as the caller knows it, at most 128 characters, not terminated; returns its length.
 int variableName(const SimplexWork *w, int k, char name[128]);
 // Number of variable k as messages show it: row i as i, column j as Inumrows + j.
@@ -112,8 +114,8 @@ void qrtchdf(SimplexWork *w);
 void recomputeObjective(SimplexWork *w);
 
 // ---- report (report.cpp)
-// The final lines by Iprobstat; w may be null for an optimum.
-void finalReport(SimplexWork *w);
+// The final lines by Iprobstat.
+void finalReport(const SimplexWork *w);
 
 // The core: algorithm 0 the driver chooses, 1 primal; init 0..3. Returns Iprobstat or SOLVE_*.
 int qrtsslvf(QRTModel *model, int algorithm, int init, int keep, int coreMode);

@@ -176,6 +176,10 @@ Fate unboundedColumn(SimplexWork *w, Pass *pass) {
     distrust(w);
     return GO_ON;
   }
+  if (w->priceMode == PRICE_VALUES && std::fabs(w->enterDj) <= qrtlplp.Rtoldinf) {
+    // Nothing stops it, but nothing is gained either: it stays where it is.
+    return GO_ON;
+  }
   p->unboundedVar = w->enterVar;
   qrtlplp.Ifastits = 0;
   if (primalInfeasible()) {
@@ -392,11 +396,19 @@ void switchPricing(SimplexWork *w, const Pass *pass) {
   }
 }
 
+bool isFree(const SimplexWork *w, int k) {
+  return w->lower[k] <= -QRT_INFINITE_TEST && w->upper[k] >= QRT_INFINITE_TEST;
+}
+
 double rangeAhead(const SimplexWork *w) {
   const int k = w->enterVar;
   double range = w->enterDir > 0 ? w->upper[k] - w->value[k] : w->value[k] - w->lower[k];
   const double bound = w->enterDir > 0 ? w->upper[k] : w->lower[k];
-  if (std::fabs(bound) >= QRT_INFINITE_TEST) return 1.0e20;
+  if (std::fabs(bound) >= QRT_INFINITE_TEST) {
+    // A free variable of a values pass rests at zero.
+    if (w->priceMode == PRICE_VALUES && isFree(w, k) && w->value[k] * w->enterDir < 0.0) return std::fabs(w->value[k]);
+    return 1.0e20;
+  }
   if (range < 0.0) range = 0.0;
   return range < 1.0e20 ? range : 1.0e20;
 }

@@ -161,6 +161,7 @@ int exchange(SimplexWork *w, int leavesAtUpper) {
 
 void flip(SimplexWork *w) {
   const int k = w->enterVar;
-  w->value[k] = w->enterDir > 0 ? w->upper[k] : w->lower[k];
+  const double bound = w->enterDir > 0 ? w->upper[k] : w->lower[k];
+  w->value[k] = std::fabs(bound) < QRT_INFINITE_TEST ? bound : 0.0;
   list_setState(w, k, stateOfValue(w, k));
 }

@@ -16,7 +16,7 @@ void progressLine(SimplexWork *w) {
   qrtmesg_no(MSG_PROGRESS_LINE);
 }
 
-void finalReport(SimplexWork *w) {
+void finalReport(const SimplexWork *w) {
   if (qrtlplp.Iprobstat < 0) qrtlplp.Iprobstat = 3;
   if (!(qrtlplp.Iloglevel & LOG_FINAL)) return;
   const int status = qrtlplp.Iprobstat;

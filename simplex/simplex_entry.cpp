@@ -58,7 +58,8 @@ int qrt_primalSimplex(QRTModel *model, int mode) {
 }
 
 int qrt_eitherSimplex(QRTModel *model, int mode) {
-  return objectSolve(model, "qrt_eitherSimplex", ALGORITHM_UNDECIDED, mode);
+  // Random partial pricing is the caller's business only where the algorithm is.
+  return objectSolve(model, "qrt_eitherSimplex", ALGORITHM_UNDECIDED, mode == 2 ? 1 : mode);
 }
 
 }  // extern "C"

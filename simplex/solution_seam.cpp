@@ -266,18 +266,28 @@ double largestOutsideDual(const SimplexWork *w) {
   return worst;
 }
 
-double largestOutsideViolation(const SimplexWork *w) {
+double outsideViolation(const SimplexWork *w, int *which, int *count) {
   double worst = 0.0;
+  *which = *count = 0;
   for (int i = 1; i <= w->m; i++) {
     const int k = w->list[i];
     double over = 0.0;
     if (w->trueUpper[k] < QRT_INFINITE_TEST) over = std::fmax(over, w->value[k] - w->trueUpper[k]);
     if (w->trueLower[k] > -QRT_INFINITE_TEST) over = std::fmax(over, w->trueLower[k] - w->value[k]);
     // Rounding of a large value is no violation.
-    const double outside = over * w->varScale[k] - 1.0e-14 * std::fabs(w->value[k]) * w->varScale[k];
-    worst = std::fmax(worst, outside);
+    const double outside = (over - 1.0e-14 * std::fabs(w->value[k])) * w->varScale[k];
+    if (outside > qrtlplp.Rtolpinf) ++*count;
+    if (outside > worst) {
+      worst = outside;
+      *which = k;
+    }
   }
   return worst;
+}
+
+double largestOutsideViolation(const SimplexWork *w) {
+  int which, count;
+  return outsideViolation(w, &which, &count);
 }
 
 int variableName(const SimplexWork *w, int k, char name[128]) {
