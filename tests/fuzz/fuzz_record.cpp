@@ -24,6 +24,7 @@ std::string soundFile() {
   const std::string path = fuzzFile("sound", "");
   qrts_writeNativeData(stoch, path.c_str());
   qrts_deleteStoch(stoch);
+  fuzzDone();
   std::ifstream in(path, std::ios::binary);
   return std::string(std::istreambuf_iterator<char>(in), {});
 }
@@ -40,21 +41,26 @@ std::string changed(std::string bytes, const uint8_t *data, size_t size) {
   return bytes;
 }
 
-}  // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+// Apart from the strings of the caller: nothing with a destructor may live where a jump arrives.
+void readFile(const char *path) {
   QRTContext *context = fuzzContext();
-  static const std::string sound = soundFile();
-  const bool whole = size > STAMP + 4 && std::memcmp(data + STAMP, "VREC", 4) == 0;
-  const std::string path = whole ? fuzzFile("record", data, size) : fuzzFile("record", changed(sound, data, size));
   static QRTStoch *stoch;
   if (setjmp(fuzzExit) == 0) {
     stoch = qrts_newStoch(context, "", 200);
     fuzzQuiet(qrtse_getBaseModel(stoch));
-    if (qrts_readNativeData(stoch, path.c_str()) == 0 && qrts_getNumNodes(stoch) < 2000) qrts_describeFullModel(stoch, 1);
+    if (qrts_readNativeData(stoch, path) == 0 && qrts_getNumNodes(stoch) < 2000) qrts_describeFullModel(stoch, 1);
   }
   fuzzContext();  // an exit() on the way has disarmed the wrap
   if (setjmp(fuzzExit) == 0) qrts_deleteStoch(stoch);
   fuzzDone();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  static const std::string sound = soundFile();
+  const bool whole = size > STAMP + 4 && std::memcmp(data + STAMP, "VREC", 4) == 0;
+  const std::string path = whole ? fuzzFile("record", data, size) : fuzzFile("record", changed(sound, data, size));
+  readFile(path.c_str());
   return 0;
 }
