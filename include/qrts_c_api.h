@@ -29,7 +29,7 @@ typedef struct QRTTree QRTTree;
 
 /** @brief Creates the library's context, as qrt_initializeContext(). @return the context, null when there is one. */
 QRT_API QRTContext *qrts_initializeContext(void);
-/** @brief Ends the library's use, as qrt_endContext(). Objects should have been deleted before. @return 0. */
+/** @brief Ends the library's use, as qrt_endContext(); objects of the context that are left are deleted. @return 0. */
 QRT_API int qrts_endContext(QRTContext *context);
 /** @brief New empty object within a context.
  *  @param context  the library's context.

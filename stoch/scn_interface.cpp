@@ -26,7 +26,10 @@ template <class T> T leave(T result) {
 extern "C" {
 
 QRTContext *qrts_initializeContext(void) { return qrt_initializeContext(); }
-int qrts_endContext(QRTContext *context) { return qrt_endContext(context); }
+int qrts_endContext(QRTContext *context) {
+  if (context) qrts_deleteObjectsOf(context);
+  return qrt_endContext(context);
+}
 
 QRTStoch *qrts_newStoch(QRTContext *context, const char *name, int maxScenarios) {
   QRTStoch *stoch = qrts_new2Stoch(context, name, maxScenarios);

@@ -228,3 +228,16 @@ int qrts_delete2Stoch(QRTStoch *stoch) {
   free(stoch);
   return 0;
 }
+
+void qrts_deleteObjectsOf(QRTContext *context) {
+  // A submodel goes with its parent. Deleting changes which places are live: begin again after each.
+  for (int64_t k = 0; k < handles.room; ++k) {
+    const void *handle = handles.slots[k];
+    if (!handle || handle == &FORGOTTEN) continue;
+    QRTStoch *stoch = static_cast<QRTStoch *>(const_cast<void *>(handle));
+    if (memcmp(stoch->tag, "SPO", 4) != 0 || stoch->baseModel->context != context) continue;
+    if (stoch->parent && handleLives(stoch->parent)) continue;
+    qrts_delete2Stoch(stoch);
+    k = -1;
+  }
+}

@@ -81,7 +81,7 @@ void fuzzTriple(const std::string &core, const std::string &time, const std::str
   if (setjmp(fuzzExit)) return;
   QRTStoch *stoch = qrts_newStoch(context, "", 200);
   fuzzQuiet(qrtse_getBaseModel(stoch));
-  if (lenient) qrts_setLenientOn(stoch);
+  if (lenient) qrts_setLenientOn(stoch), qrts_setInheritOn(stoch);
   if (qrts_readSMPSData(stoch, core.c_str(), time.c_str(), stochFile.c_str()) > 0 && qrts_getNumNodes(stoch) < 2000)
     qrts_describeFullModel(stoch, 1);
   qrts_deleteStoch(stoch);
