@@ -13,7 +13,6 @@ namespace {
 enum : int { MSG_VALUES_ENDED = 111, MSG_TO_DEVEX_SUCCESS = 137 };
 enum : int { STOP_AT_SWITCH = 1 };
 constexpr double WEIGHT_FLOOR = 1.0e-20;
-constexpr double FIXED_RANGE = 1.0e-12;
 
 // What becomes of the loop after a part of an iteration.
 enum Fate : int { GO_ON, LEAVE };
