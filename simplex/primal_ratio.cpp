@@ -19,7 +19,6 @@
 
 namespace {
 
-constexpr double NO_BREAK = 1.0e50;
 constexpr double LEAST_STEP = 1.0e-12;
 // A step may use up this share of the tolerance: rounding must not carry a row over it.
 constexpr double HARRIS_SHARE = 0.99;
