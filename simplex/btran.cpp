@@ -250,8 +250,3 @@ void qrtbtrn_dense(Factor *factor, double *value) {
   x.count = LIST_UNKNOWN;
   solve(factor, &x, SOLVE_DUALS, 0, 1.0);
 }
-
-void qrtbtn2(Factor *factor, SparseVector *x, SparseVector *y, SolveKind kindOfY) {
-  solve(factor, x, SOLVE_ROW, 0, 1.0);
-  solve(factor, y, kindOfY, 0, 1.0);
-}

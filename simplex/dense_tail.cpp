@@ -26,7 +26,7 @@ QRT_VECTORISE void subtractFour(double *__restrict w, const double *const *colum
 }
 
 typedef double Pair __attribute__((vector_size(16)));
-typedef double UnalignedPair __attribute__((vector_size(16), aligned(8)));
+typedef double UnalignedPair __attribute__((vector_size(16), aligned(8), may_alias));
 
 // Products of four columns with w[0..n). Sums are kept in pairs: the order of additions is fixed, so results do not
 // depend on the compiler.
@@ -55,10 +55,10 @@ double product(const double *w, const double *column, int n) {
 }
 
 // Values of the rows into the work array; gives the first and last step with a value. Row 0 counts as zero.
-bool gather(const double *value, const int32_t *rows, double *w, int size, int *first, int *last) {
+bool gather(const double *value, int stride, const int32_t *rows, double *w, int size, int *first, int *last) {
   int low = size, high = -1;
   for (int t = 0; t < size; t++) {
-    const double v = rows[t] ? value[rows[t]] : 0.0;
+    const double v = rows[t] ? value[int64_t(rows[t]) * stride] : 0.0;
     w[t] = v;
     if (v == 0.0) continue;
     if (low == size) low = t;
@@ -69,9 +69,9 @@ bool gather(const double *value, const int32_t *rows, double *w, int size, int *
   return high >= 0;
 }
 
-void scatter(double *value, const int32_t *rows, const double *w, int from, int to) {
+void scatter(double *value, int stride, const int32_t *rows, const double *w, int from, int to) {
   for (int t = from; t <= to; t++)
-    if (rows[t]) value[rows[t]] = std::fabs(w[t]) <= TINY_VALUE ? 0.0 : w[t];
+    if (rows[t]) value[int64_t(rows[t]) * stride] = std::fabs(w[t]) <= TINY_VALUE ? 0.0 : w[t];
 }
 
 }  // namespace
@@ -89,12 +89,12 @@ void tail_size(FactorArrays *a, int size) {
   a->tailCapacity = needed;
 }
 
-int64_t tail_lower(FactorArrays *a, double *value) {
+int64_t tail_lower(FactorArrays *a, double *value, int stride) {
   const int d = a->tailSize;
   double *w = a->tailWork;
   const double *lower = a->tailLower;
   int first, last;
-  if (!gather(value, a->tailRow, w, d, &first, &last)) return 0;
+  if (!gather(value, stride, a->tailRow, w, d, &first, &last)) return 0;
   int t = first;
   for (; t + 4 <= d; t += 4) {
     const double *column[4];
@@ -108,16 +108,16 @@ int64_t tail_lower(FactorArrays *a, double *value) {
   }
   for (; t < d; t++)
     for (int s = t + 1; s < d; s++) w[s] -= w[t] * lower[int64_t(t) * d + s];
-  scatter(value, a->tailRow, w, first, d - 1);
-  return int64_t(d - first) * (d - first) / 4;
+  scatter(value, stride, a->tailRow, w, first, d - 1);
+  return 1 + int64_t(d - first) * (d - first) / 4;
 }
 
-int64_t tail_lowerTransposed(FactorArrays *a, double *value) {
+int64_t tail_lowerTransposed(FactorArrays *a, double *value, int stride) {
   const int d = a->tailSize;
   double *w = a->tailWork;
   const double *lower = a->tailLower;
   int first, last;
-  if (!gather(value, a->tailRow, w, d, &first, &last)) return 0;
+  if (!gather(value, stride, a->tailRow, w, d, &first, &last)) return 0;
   const int end = last + 1;  // nothing behind the last value comes to life
   int t = end;
   for (; t >= 4; t -= 4) {
@@ -132,17 +132,17 @@ int64_t tail_lowerTransposed(FactorArrays *a, double *value) {
     v[0] -= sum[0] + v[3] * column[0][-1] + v[2] * column[0][-2] + v[1] * column[0][-3];
   }
   for (t--; t >= 0; t--) w[t] -= product(w + t + 1, lower + int64_t(t) * d + t + 1, end - t - 1);
-  scatter(value, a->tailRow, w, 0, last);
-  return int64_t(end) * end / 4;
+  scatter(value, stride, a->tailRow, w, 0, last);
+  return 1 + int64_t(end) * end / 4;
 }
 
-int64_t tail_upper(FactorArrays *a, double *value) {
+int64_t tail_upper(FactorArrays *a, double *value, int stride) {
   const int d = a->tailSize;
   double *w = a->tailWork;
   const double *upper = a->tailUpper;
   const int32_t *rows = a->tailUpperRow;
   int first, last;
-  if (!gather(value, rows, w, d, &first, &last)) return 0;
+  if (!gather(value, stride, rows, w, d, &first, &last)) return 0;
   const auto inverse = [a, rows](int t) { return rows[t] ? a->pivotInverse[rows[t]] : 0.0; };
   int t = last;
   for (; t >= 3; t -= 4) {
@@ -168,17 +168,17 @@ int64_t tail_upper(FactorArrays *a, double *value) {
     w[t] *= inverse(t);
     for (int s = 0; s < t; s++) w[s] -= w[t] * upper[int64_t(t) * d + s];
   }
-  scatter(value, rows, w, 0, last);
-  return int64_t(last + 1) * (last + 1) / 4;
+  scatter(value, stride, rows, w, 0, last);
+  return 1 + int64_t(last + 1) * (last + 1) / 4;
 }
 
-int64_t tail_upperTransposed(FactorArrays *a, double *value) {
+int64_t tail_upperTransposed(FactorArrays *a, double *value, int stride) {
   const int d = a->tailSize;
   double *w = a->tailWork;
   const double *upper = a->tailUpper;
   const int32_t *rows = a->tailUpperRow;
   int first, last;
-  if (!gather(value, rows, w, d, &first, &last)) return 0;
+  if (!gather(value, stride, rows, w, d, &first, &last)) return 0;
   const auto inverse = [a, rows](int t) { return rows[t] ? a->pivotInverse[rows[t]] : 0.0; };
   int t = first;
   for (; t + 4 <= d; t += 4) {
@@ -194,8 +194,8 @@ int64_t tail_upperTransposed(FactorArrays *a, double *value) {
     v[3] = (v[3] - sum[3] - v[0] * column[3][0] - v[1] * column[3][1] - v[2] * column[3][2]) * inverse(t + 3);
   }
   for (; t < d; t++) w[t] = (w[t] - product(w + first, upper + int64_t(t) * d + first, t - first)) * inverse(t);
-  scatter(value, rows, w, first, d - 1);
-  return int64_t(d - first) * (d - first) / 4;
+  scatter(value, stride, rows, w, first, d - 1);
+  return 1 + int64_t(d - first) * (d - first) / 4;
 }
 
 void tail_rowToVector(const FactorArrays *a, int step, SparseVector *x) {

@@ -122,8 +122,8 @@ void qrtbtrn(Factor *factor, SparseVector *x, SolveKind kind);
 void qrtbtrn_row(Factor *factor, int row, double scale, SparseVector *x);
 // BTRAN of a plain array value[1..m].
 void qrtbtrn_dense(Factor *factor, double *value);
-// Two BTRANs, the first of kind SOLVE_ROW.
-void qrtbtn2(Factor *factor, SparseVector *x, SparseVector *y, SolveKind kindOfY);
+// Two BTRANs that share the walk of the factor when both are expected dense: x as by qrtbtrn_row, y as by qrtbtrn.
+void qrtbtn2(Factor *factor, int row, double scale, SparseVector *x, SparseVector *y, SolveKind kindOfY);
 
 // Forrest-Tomlin update: the column kept by the last qrtftrn_ft becomes basic in `row`. pivotValue is that column's
 // entry of `row` after FTRAN; the new diagonal must agree with it. iterationsSinceFactor decides between the results

@@ -96,6 +96,7 @@ struct FactorArrays {
   int32_t *searchList;     // [m] pattern found, in post-order
   double partDensity[SOLVE_KINDS];  // running mean of the density after the first triangular factor
   uint32_t sweeps;         // sweeps over a first factor; every eighth has its result counted
+  double *pairs;           // [2m+2] zero; two vectors side by side, row i's values at [2i] and [2i+1]
   SparseVector work;       // zero; for solves of plain arrays
 
   // ---- the elimination; meaningless between factorisations --------------------------------------------------------
@@ -188,15 +189,15 @@ inline void recordPivot(FactorArrays *a, int row, int c, double value, RowStage 
   }
 }
 
-// ---- the dense tail in solves (dense_tail.cpp): each takes and leaves values by row --------------------------------
+// ---- the dense tail in solves (dense_tail.cpp): each takes and leaves values by row, row i's at [stride * i] ----------
 
 // Room for a tail of `size` rows.
 void tail_size(FactorArrays *a, int size);
 // L, U, and their transposes within the tail. Return the operations done; 0 when no value there was different from zero.
-int64_t tail_lower(FactorArrays *a, double *value);
-int64_t tail_lowerTransposed(FactorArrays *a, double *value);
-int64_t tail_upper(FactorArrays *a, double *value);
-int64_t tail_upperTransposed(FactorArrays *a, double *value);
+int64_t tail_lower(FactorArrays *a, double *value, int stride = 1);
+int64_t tail_lowerTransposed(FactorArrays *a, double *value, int stride = 1);
+int64_t tail_upper(FactorArrays *a, double *value, int stride = 1);
+int64_t tail_upperTransposed(FactorArrays *a, double *value, int stride = 1);
 // Adds the elements of U's row at a step to x, which holds none of these rows.
 void tail_rowToVector(const FactorArrays *a, int step, SparseVector *x);
 // Takes row and column of a step out of U's tail; returns the nonzeros removed.

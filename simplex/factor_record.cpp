@@ -198,6 +198,7 @@ void factor_size(Factor *factor, int m, int nColumns, int nBasic) {
     renewLists(&a->uRows, n);
     renewLists(&a->uColumns, n);
     renewLists(&a->activeRows, n);
+    renew(&a->pairs, 2 * n);
     sparseVector_allocate(&a->work, m);
     a->rowCapacity = m;
   }
@@ -236,6 +237,7 @@ void factor_free(Factor *factor) {
     for (int32_t **block : others) release(block);
     release(&a->columnState);
     release(&a->dense);
+    release(&a->pairs);
     release(&a->tailLower);
     release(&a->tailUpper);
     release(&a->tailWork);
@@ -375,7 +377,7 @@ const char *factor_check(const Factor *factor) {
   for (int i = 1; i <= factor->m; i++) {
     if (!std::isfinite(a->pivotInverse[i]) || a->pivotInverse[i] == 0.0) return "diagonal of U is zero or infinite";
     if (a->mark[i]) return "mark left by a search";
-    if (a->work.value[i] != 0.0) return "work vector not clean";
+    if (a->work.value[i] != 0.0 || a->pairs[2 * i] != 0.0 || a->pairs[2 * i + 1] != 0.0) return "work vector not clean";
   }
   if (a->work.count) return "work vector not empty";
   const int lElements = factor->lCount - a->tailLowerCount;

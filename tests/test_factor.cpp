@@ -167,6 +167,25 @@ class FactorTest : public ::testing::Test {
       }
     }
   }
+  // Every column of the inverse against every row of it: unit vectors reach each corner of the solves.
+  void checkInverse(int m) {
+    std::vector<std::vector<double>> columns;
+    Vector v(m);
+    for (int j = 1; j <= m; j++) {
+      sparseVector_clear(&v.x);
+      sparseVector_add(&v.x, j, 1.0);
+      qrtftrn(factor, &v.x, SOLVE_COLUMN);
+      columns.emplace_back(v.x.value, v.x.value + m + 1);
+    }
+    for (int i = 1; i <= m; i++) {
+      sparseVector_clear(&v.x);
+      qrtbtrn_row(factor, i, 1.0, &v.x);
+      for (int j = 1; j <= m; j++) {
+        const double x = columns[size_t(j - 1)][size_t(i)];
+        ASSERT_NEAR(v.x.value[j], x, 1e-8 * (1.0 + std::fabs(x))) << "row " << i << " column " << j;
+      }
+    }
+  }
   Model randomModel(int m, int n, double share, double scale = 0.0) {
     Model model(m);
     std::uniform_int_distribution<int> anyRow(1, std::max(m, 1));
@@ -347,6 +366,20 @@ TEST_F(FactorTest, DenseTail) {
     ASSERT_EQ(factorise(&model), FACTOR_GOOD);
     EXPECT_GT(factor->denseRows, 100);
     checkSolves(model, 1e-8);
+    checkInverse(m);
+    for (int step = 0; step < 20; step++) {  // rows leave the tail, their columns come back behind it
+      Vector alpha(m);
+      const int enter = 1 + int(unit(random) * m);
+      sparseVector_add(&alpha.x, enter, 1.0);
+      qrtftrn_ft(factor, &alpha.x);
+      const int p = alpha.x.index[alpha.x.count / 2];
+      if (std::fabs(alpha.x.value[p]) < 0.01 || model.basicOfRow[size_t(p)] <= m) continue;
+      if (std::find(model.basicOfRow.begin() + 1, model.basicOfRow.end(), enter) != model.basicOfRow.end()) continue;
+      ASSERT_NE(qrtetsj(factor, p, alpha.x.value[p], 10), UPDATE_FAILED);
+      model.basicOfRow[size_t(p)] = enter;
+    }
+    checkInverse(m);
+    checkSolves(model, 1e-8);
     // dependent columns inside the dense tail
     Model twice = model;
     for (int k = 0; k < 7; k++) {
@@ -392,6 +425,19 @@ TEST_F(FactorTest, LongUpdateSequences) {
         if (step % 2) {  // the BTRAN's part serves the update
           sparseVector_clear(&rho.x);
           qrtbtrn_row(factor, p, step % 4 == 1 ? 1.0 : -2.5, &rho.x);
+          if (step % 4 == 3) {  // two at once, against each by itself
+            Vector one(m), two(m), other(m);
+            other.set(model.column(step % 3 ? m + 1 : 1));
+            two.set(model.column(step % 3 ? m + 1 : 1));
+            qrtbtrn(factor, &other.x, SOLVE_TAU);
+            qrtbtn2(factor, p, -2.5, &one.x, &two.x, SOLVE_TAU);
+            ASSERT_EQ(sparseVector_check(&one.x), nullptr);
+            ASSERT_EQ(sparseVector_check(&two.x), nullptr);
+            for (int i = 1; i <= m; i++) {
+              ASSERT_NEAR(one.x.value[i], rho.x.value[i], 1e-7 * (1.0 + std::fabs(rho.x.value[i])));
+              ASSERT_NEAR(two.x.value[i], other.x.value[i], 1e-7 * (1.0 + std::fabs(other.x.value[i])));
+            }
+          }
           if (step % 10 == 3) {  // another FTRAN in between changes nothing
             alpha.set(model.column(enter > m ? 1 : m + 1));
             qrtftrn(factor, &alpha.x, SOLVE_TAU);
