@@ -151,7 +151,7 @@ void classifyItem(const SmpsReader *reader, const char type[2], Field first, Fie
   item->missing = row ? first : second;
 }
 
-void tellMissing(const SmpsReader *, int rc, Field missing) {
+void tellMissing(int rc, Field missing) {
   const int index = rc == RC_NO_ROW      ? MSG_NO_ROW
                     : rc == RC_NO_COLUMN ? MSG_NO_COLUMN
                     : rc == RC_NO_STAGE  ? MSG_NO_STAGE
@@ -192,7 +192,7 @@ void readDataLine(SmpsReader *reader, const CardLayout *layout, DataLine *data) 
     lenientDataLine(reader, layout, &card, data);
   else
     understandCard(reader, layout, &card, data);
-  if (data->rc >= 300) tellMissing(reader, data->rc, data->missing);
+  if (data->rc >= 300) tellMissing(data->rc, data->missing);
 }
 
 void elementList_add(ElementList *list, int row, int col, double value) {

@@ -52,7 +52,6 @@ struct Explosion {
   double *values;
   QRTTree *tree;
   int sample;
-  int replace;
 };
 
 template <class T> T *allocated(int64_t n) {
@@ -257,7 +256,6 @@ int qrts_explodeTree(QRTStoch *stoch, int replace) {
   Explosion x{};
   x.stoch = stoch;
   x.core = stoch->sdata->core;
-  x.replace = replace;
   int rc = qrts_Cdget(stoch, &x.list);
   if (rc != 0) return rc;
 #ifdef QRT_SELF_CHECKS

@@ -129,7 +129,7 @@ void understandFields(SmpsReader *reader, const SplitLine *split, bool independe
   if (!readValue(reader, probability, &data->probability)) data->rc = RC_BAD_NUMBER;
 }
 
-// A second pair in the fixed columns 40 and 50, which the layout of a data line does not name.
+// Text behind the value: a second pair, or a remark.
 bool lineHasMore(const SmpsReader *reader, const Card *card) {
   const Field value = card->field[2];
   for (const char *p = value.text + value.length; p < reader->file.line + reader->file.length; ++p)

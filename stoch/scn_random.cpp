@@ -121,7 +121,7 @@ int openBlock(SmpsReader *reader, Sections *s, GrowingNames *blocks) {
   if (!known) {
     if (growingNames_add(blocks, card.field[0]) <= 0) return RC_TWICE;
     const int stage = findPeriod(reader, card.field[1]);
-    if (!stage) tellMissing(reader, RC_NO_STAGE, card.field[1]);
+    if (!stage) tellMissing(RC_NO_STAGE, card.field[1]);
     if (!newVariable(s, DIST_BLOCKS, stage)) return RC_NO_STAGE;
   }
   if (!readValue(reader, card.field[2], &probability)) return RC_BAD_NUMBER;

@@ -94,7 +94,7 @@ void classifyItem(const SmpsReader *reader, const char type[2], Field first, Fie
 void classifyBound(const SmpsReader *reader, const char type[2], Field column, Item *item);
 void classifyRightHandSide(const SmpsReader *reader, Field row, Item *item);
 // Issues the warning that belongs to a failed item.
-void tellMissing(const SmpsReader *reader, int rc, Field missing);
+void tellMissing(int rc, Field missing);
 // Stage of the row, or of the column where there is no row, of an item's first element.
 int stageOfElement(const CoreData *core, int row, int col);
 int findPeriod(const SmpsReader *reader, Field name);

@@ -99,7 +99,10 @@ void qrtstofcof(int *rc, SmpsReader *reader, bool *isFree) {
 int qrts_read2SMPSData(QRTStoch *stoch, const char *coreFile, const char *timeFile, const char *stochFile) {
   if (stoch->ifDebug) qrts_debug("qrts_read2SMPSData");
   StochData *sdata = stoch->sdata;
-  if (!sdata) return severe(MSG_BAD_STRUCTURE, "StochData");
+  if (!sdata) {
+    messageC(2, "qrts_read2SMPSData");
+    return severe(MSG_BAD_STRUCTURE, "StochData");
+  }
   if (sdata->file) refuseSecondReading();
   QRTModel *model =
       qrts_create2EmptyModel(stoch->baseModel->context, stoch->baseModel, nullptr, stoch->ifDebug);

@@ -61,7 +61,7 @@ int readScenarioCard(SmpsReader *reader, int scenario, GrowingNames *names, Scen
     }
     text->stage = findPeriod(reader, card.field[3]);
     if (!text->stage) {
-      tellMissing(reader, RC_NO_STAGE, card.field[3]);
+      tellMissing(RC_NO_STAGE, card.field[3]);
       return RC_NO_STAGE;
     }
   }

@@ -104,11 +104,11 @@ int readPeriod(SmpsReader *reader, StageMarks *marks, GrowingNames *periods) {
   int column = findColumn(reader, card.field[0]), row = findRow(reader, card.field[1]);
   if (reader->lenient && column && !row && lenientNoPeriodRow(reader, &card)) row = marks->row;
   if (!column) {
-    tellMissing(reader, RC_NO_COLUMN, card.field[0]);
+    tellMissing(RC_NO_COLUMN, card.field[0]);
     return RC_NO_TIME_COLUMN;
   }
   if (!row) {
-    tellMissing(reader, RC_NO_ROW, card.field[1]);
+    tellMissing(RC_NO_ROW, card.field[1]);
     return RC_NO_TIME_ROW;
   }
   if (column < marks->column) return tellOrder(MSG_COLUMN_ORDER, card.field[2], RC_COLUMN_ORDER);

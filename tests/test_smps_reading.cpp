@@ -470,6 +470,20 @@ TEST(Triples, HeadsAndFilesAreChecked) {
   EXPECT_EXIT(qrts_readSMPSData(triple.object(), "a", "b", "c"), testing::ExitedWithCode(999 & 255), "");
 }
 
+TEST(Triples, AnObjectWithoutContextReadsToo) {
+  Triple triple;
+  triple.write("t.cor", triple.core);
+  triple.write("t.tim", triple.time);
+  triple.write("t.sto", stochFile("SCENARIOS", scenarioCard("S1", "ROOT", 1.0, "STAGE2")));
+  QRTContext *context = qrts_initializeContext();
+  QRTStoch *stoch = qrts_createStoch("alone", 3);
+  EXPECT_EQ(qrts_readSMPSData(stoch, triple.path("t.cor").c_str(), triple.path("t.tim").c_str(), triple.path("t.sto").c_str()), 1);
+  EXPECT_EQ(qrts_getNumNodes(stoch), 3);
+  EXPECT_EQ(qrts_describeFullModel(stoch, 1), 6);
+  EXPECT_EQ(qrts_deleteStoch(stoch), 0);
+  qrts_endContext(context);
+}
+
 // ---- handles
 
 TEST(Handles, AreAnsweredWhateverTheyAre) {
