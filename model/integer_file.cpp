@@ -443,7 +443,7 @@ void installSets(IntegerFile *file) {
 
 }  // namespace
 
-void qrtrdinf(QRTModel *model, const NameTable *columns, int unit) {
+void qrtrdinf(QRTModel *model, const NameTable *columns, int unit, bool silent) {
   if (!qrtfindfile(unit)) return;
   qrt_f_rew(0, unit);
   IntegerFile file;
@@ -455,6 +455,7 @@ void qrtrdinf(QRTModel *model, const NameTable *columns, int unit) {
   file.kind = static_cast<char *>(temporaryAllocate(model, int64_t(columns->count) + 1, 1));
   memset(file.kind, 0, size_t(columns->count) + 1);
   startCards(&file.reader, unit, fileNameLength(columns->length), false);
+  file.reader.silent = silent;
   int kind = CARD_END;
   qrtincd(&file.reader, 2, &kind);
   if (kind == CARD_END) return;

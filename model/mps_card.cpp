@@ -435,7 +435,7 @@ void qrtincd(CardReader *reader, int mode, int *kind) {
       *kind = CARD_SECTION;
       messageI(1, reader->cardNumber);
       messageQ(reader->text, CARD_COLUMNS);
-      qrtmesg_no(MSG_SECTION_CARD);
+      if (!reader->silent) qrtmesg_no(MSG_SECTION_CARD);
       if (sectionBegins(reader, "NAME")) {
         if (reader->sectionState == STATE_START) cutNameCard(reader);
         return;

@@ -197,7 +197,7 @@ int importFile(QRTModel *model, const char *filename, bool freeFormat) {
   qrtmpsf(&rtcod, &data, unit, freeFormat ? OPTION_ORDERED + OPTION_FREE : OPTION_ORDERED, integerUnit);
   if (rtcod == 0) {
     installMpsData(&data);
-    if (hasIntegerData(&data)) qrtrdinf(model, &data.columnTable, integerUnit);
+    if (hasIntegerData(&data)) qrtrdinf(model, &data.columnTable, integerUnit, true);
   }
   qrt_pop(model);
   return rtcod;

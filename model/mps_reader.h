@@ -114,6 +114,7 @@ struct CardReader {
   int32_t cardNumber;     // cards read, comments too
   int32_t binary;         // 1: numbers are packed, see unpackBinary
   int32_t freeByCard;     // 1: the NAME card chose the free format
+  int32_t silent;         // 1: section cards are not shown, as in a file that the user never saw
   double dropBelow;       // numbers below this in size read as 0 outside COLUMNS
   const char *wantedName; // Cname for the end-of-file message, [80]
   // the card
@@ -257,8 +258,8 @@ int tellFailure(const MpsData *data, int failure);  // issues the failure's mess
 // Types, sets and piecewise-linear groups as cards on the unit, which is opened if need be.
 void writeIntegerFile(const MpsData *data, int unit);
 // Reads an integer information file, rewound first, and stores types, bounds and sets in the model, whose columns
-// stand in `columns`. What is wrong with a card is told and the card skipped.
-void qrtrdinf(QRTModel *model, const NameTable *columns, int unit);
+// stand in `columns`. Section cards are shown unless `silent`. What is wrong with a card is told and the card skipped.
+void qrtrdinf(QRTModel *model, const NameTable *columns, int unit, bool silent);
 
 // ---- quadratic sections ----
 

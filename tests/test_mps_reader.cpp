@@ -390,6 +390,7 @@ TEST(MpsMarkers, integersAndSets) {
   const std::string types(import.model->integerTypes, 9);
   EXPECT_EQ(std::string("\1\1\1\1\2\2\2\1\0", 9), types);
   EXPECT_EQ(1, import.count("8 int/SOS variables in 3 set(s)"));
+  EXPECT_EQ(1, import.count("NAME   ")) << "the cards of the inner file are nobody's business";
   const EntityTable *info = entityTable(import.model);
   ASSERT_NE(nullptr, info);
   ASSERT_EQ(3, info->nEntities);
@@ -795,7 +796,7 @@ TEST(MpsMarkers, integerInformationFileOfTheCaller) {
   NameTable columns;
   const std::string names = "A1      A2      AB      B1      ";
   qrtmkhash(import.model, &columns, names.data(), 8, 4, false);
-  qrtrdinf(import.model, &columns, 20);
+  qrtrdinf(import.model, &columns, 20, false);
   qrt_f_close(0, 20);
   qrt_freeSome(import.model, 99999);
   EXPECT_EQ(std::string("\2\1\2\1", 4), std::string(import.model->integerTypes, 4)) << import.log();
