@@ -139,7 +139,7 @@ void applyRepair(SimplexWork *w) {
       w->value[out] = value;
     }
   }
-  if (added > 0) qrtmesg_no_i1(MSG_LOGICALS_ADDED, added);
+  w->addedLogicals += added;
 }
 
 int runFactorisation(SimplexWork *w, int nBasic, const int *basic, int repair) {
@@ -250,6 +250,15 @@ int majorLoop(SimplexWork *w, int continued) {
       refactor = true;
       continue;
     }
+    if (check == CHECK_NEW_BASIS) {
+      w->passNumber = -1;
+      refactor = true;
+      continue;
+    }
+    if (w->addedLogicals > 0) {
+      qrtmesg_no_i1(MSG_LOGICALS_ADDED, w->addedLogicals);
+      w->addedLogicals = 0;
+    }
     int decision = DECIDE_BACKTRACK;
     if (check != CHECK_UNUSABLE) {
       decision = qrtchkp(w, continued);
@@ -338,7 +347,8 @@ void leave(SimplexWork *w, LegResult *leg) {
   const int status = qrtlplp.Iprobstat;
   if (w->scaled == 1 && (status == 0 || status == 1))
     leg->violated = largestOutsideDual(w) > qrtlplp.Rtoldinf ||
-                    (status == 0 && largestOutsideViolation(w) > qrtlplp.Rtolpinf);
+                    (status == 0 && largestOutsideViolation(w) > qrtlplp.Rtolpinf) ||
+                    (status == 1 && qrtlplp.Rsumpinf <= qrtlplp.Rtolpinf);
   if (leg->code == 0) zeroInfeasibilities();
   setSecondStatus();
 }

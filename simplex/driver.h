@@ -52,6 +52,7 @@ enum : int {
   CHECK_GOOD = 0,
   CHECK_REFACTOR = 3,         // factorise again
   CHECK_REFACTOR_TIGHT = 33,  // accuracy lost: factorise again with the tight pivot threshold
+  CHECK_NEW_BASIS = 5,        // basics were thrown out: factorise as the first time, with repair
   CHECK_UNUSABLE = 4          // the factor gives no numbers to go on with
 };
 // What qrtchkp decided.
@@ -91,6 +92,13 @@ void qrtinfs(SimplexWork *w);
 void qrtclbs(SimplexWork *w);
 // Brings every nonbasic inside its bounds and, unless values are to be kept, onto one; sets its state.
 void tidyNonbasics(SimplexWork *w, int cleaning);
+
+// ---- start of a values pass (start_values.cpp)
+// Keeps the values of basics as handed in, before they are recomputed.
+void rememberGivenValues(SimplexWork *w);
+// After the recomputation: structurals whose values it ruined lose their place in the basis (flag only) and all values
+// are again those given. Returns their number; 0: the start is good.
+int throwOutBadStarts(SimplexWork *w);
 
 // ---- one major iteration
 // Factorises the basis in list[1..m]; the first of a solve repairs a singular one. Returns 0, 1 for an unusable

@@ -265,7 +265,13 @@ int qrtchks(SimplexWork *w) {
 #ifdef QRT_SELF_CHECKS
   if (const char *fault = solveState_check(w)) qrtmesg_no_q1(158, fault, -1);
 #endif
+  const bool judgeStart = first && w->startValues && w->priceMode == PRICE_VALUES;
+  if (judgeStart) rememberGivenValues(w);
   recomputeBasics(w);
+  if (judgeStart) {
+    if (throwOutBadStarts(w) > 0) return CHECK_NEW_BASIS;
+    w->startValues = 0;
+  }
   basicsFromRims(w);
   if (!w->finalMode && !(w->largestResidual <= RESIDUAL_LOST)) {
     w->bestObjective = 1.0e51;

@@ -199,7 +199,7 @@ struct SimplexWork {
   int scaled;                // 0 varScale is all 1; 1 factors of the solver; 2 the matrix is scaled by its owner
   int troubleIter;           // iteration at which pivotThreshold was raised
   int forcedPerturbation;    // a negative control asked for a perturbation, not yet applied
-  int addedLogicals;         // brought in by repairs of the first factorisation
+  int addedLogicals;         // brought in by repairs, not yet told
   double entryRtolpinf, entryRtoldinf, entryThreshold, entryPweight, entryDweight;
   int entryImaxiter, entryIfastits, entryIdevexmode;
   double baseDualTolerance;  // max(Rtoldinf on entry, 1e-7)

@@ -487,6 +487,22 @@ TEST_F(Simplex, LimitsStopAndContinue) {
   solveTo(q, v);
 }
 
+// A stop while bounds are perturbed: the model holds true values, and a run that goes on takes the perturbation over.
+TEST_F(Simplex, PerturbedStopContinues) {
+  double v;
+  const Lp p = known(120, 260, 42, &v);
+  QRTModel *q = load(p);
+  qrt_setRprimalPerturbation(q, -1.0e-5);
+  qrt_setImaxiter(q, 30);
+  hear(q, {33, 82});
+  solve(q, 3);
+  EXPECT_EQ(1, timesHeard(33));
+  EXPECT_EQ(1, timesHeard(82));
+  qrt_setImaxiter(q, 99999999);
+  solveTo(q, v, 0);
+  EXPECT_EQ(1, timesHeard(33)) << "perturbed a second time";
+}
+
 TEST_F(Simplex, StopAtFirstFeasiblePoint) {
   double v;
   Lp p = known(100, 220, 43, &v);
