@@ -302,6 +302,7 @@ void qrtbinptcr(int *rc, StochData *sdata, int nStages, const int *rowStages, co
   writeCoreIndex(name, core, file, count);
   file->directory[file->dataWord] = stageGroups_write(core, file, &groups);
   recordFile_save(name, file);
+  selfCheckStore(sdata);
 }
 
 // ---- unpacking ----------------------------------------------------------------------------------------------
@@ -377,6 +378,7 @@ void qrtbingtcd(int *rc, StochData *sdata) {
     unpacked = unpackStage(core, s, &group, unpacked);
   }
   core->blockStart[blockCount(core->nStages)] = unpacked + 1;
+  selfCheckStore(sdata);
   *rc = 0;
 }
 

@@ -42,7 +42,7 @@ static int writeTable(StochData *sdata, const char *file) {
 // The store goes on in the file of the new name. The old handle still writes to the moved file, so it is closed,
 // without removing what it points to, before the new one opens it.
 static int moveStore(StochData *sdata, const char *file) {
-  static const char *const name = "qrts_writeNativeData";
+  static const char *const name = "qrts_write2NativeData";
   if (recordFile_move(sdata->file->name, file) != 0) return saveFault(file);
   std::strcpy(sdata->file->disposition, "SAVE");
   RecordFile *old = sdata->file;
@@ -53,7 +53,7 @@ static int moveStore(StochData *sdata, const char *file) {
 }
 
 int qrts_write2NativeData(QRTStoch *stoch, const char *file) {
-  if (!storable(stoch, file, "qrts_writeNativeData")) return 2;
+  if (!storable(stoch, file, "qrts_write2NativeData")) return 2;
   if (stoch->ownsData == 0) {
     const int rc = qrts_copySdata2newfile(stoch, file);
     announce("Copying stochastic data to", file);
@@ -67,7 +67,7 @@ int qrts_write2NativeData(QRTStoch *stoch, const char *file) {
 }
 
 int qrts_write3NativeData(QRTStoch *stoch, const char *file) {
-  if (!storable(stoch, file, "qrts_writeNativeData")) return 2;
+  if (!storable(stoch, file, "qrts_write3NativeData")) return 2;
   if (stoch->ownsData == 0) {
     const int rc = qrts_copySdata2newfile(stoch, file);
     announce("Copying stochastic data to", file);

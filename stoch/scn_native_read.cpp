@@ -203,7 +203,7 @@ void qrtbingtni(int *rc, StochData *sdata) {
 // ---- the whole ----------------------------------------------------------------------------------------------
 
 int qrts_read2NativeData(QRTStoch *stoch, const char *file, int announce, int temporary) {
-  static const char *const name = "qrts_readNativeData";
+  static const char *const name = "qrts_read2NativeData";
   StochData *sdata = stoch->sdata;
   if (sdata == nullptr) {
     messageC(1, "STOCH");

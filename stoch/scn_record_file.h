@@ -116,6 +116,7 @@ const char *virtualFile_check(VirtualFile *handle);
 
 constexpr int VREC_TAIL_CAPACITY = 1 << 20;
 constexpr int VREC_WINDOW = 1 << 15;
+constexpr int VREC_JUMP_WINDOW = 1 << 12;
 int qrtdiochk(const VirtualFile *handle);                                 // 0 or a code
 int qrtdiowrit(VirtualFile *f, int64_t offset, const void *data, int64_t n);
 int qrtdioread(VirtualFile *f, int64_t offset, void *data, int64_t n);

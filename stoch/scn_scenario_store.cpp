@@ -326,5 +326,6 @@ void qrtbinptsi(int *rc, StochData *sdata) {
   if (*word != 0 && recordFile_length(name, file, *word) >= bytes) recordFile_write(name, file, *word, table->table, bytes);
   else *word = recordFile_append(name, file, table->table, bytes);
   recordFile_save(name, file);
+  selfCheckStore(sdata);
   *rc = 0;
 }

@@ -336,6 +336,12 @@ void qrts_freeSmpsData(SmpsData *smps);
 void qrts_freeIndependent(IndependentData *independent);
 // First broken invariant of the whole store as text, or null. Reads every scenario's place, no node data.
 const char *qrts_store_check(const StochData *sdata);
+#ifdef QRT_SELF_CHECKS
+// Ends the process with the text on stderr when that check finds a fault of the tables in memory.
+void selfCheckStore(const StochData *sdata);
+#else
+inline void selfCheckStore(const StochData *) {}
+#endif
 
 // ---- core (scn_core_store.cpp) ------------------------------------------------------------------------------
 

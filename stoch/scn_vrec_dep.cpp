@@ -124,12 +124,15 @@ int qrtdiowrit(VirtualFile *f, int64_t offset, const void *data, int64_t n) {
   return VREC_OK;
 }
 
-// Fills the window from `offset` on; false when there is no memory for one.
+// Fills the window from `offset` on; false when there is no memory for one. A read that goes on where the last one
+// ended gets the whole window, one that jumps a short piece.
 static bool moveWindow(VirtualFile *f, int64_t offset, int *rc) {
   if (f->window == nullptr) f->window = static_cast<char *>(std::malloc(VREC_WINDOW));
   if (f->window == nullptr) return false;
+  const int64_t end = f->windowStart + f->windowLength;
+  const bool onward = offset >= end && offset < end + VREC_JUMP_WINDOW;
   f->windowLength = 0;
-  const int64_t length = smaller(VREC_WINDOW, f->tailStart - offset);
+  const int64_t length = smaller(onward ? VREC_WINDOW : VREC_JUMP_WINDOW, f->tailStart - offset);
   *rc = readThrough(f, offset, f->window, length);
   if (*rc == VREC_OK) {
     f->windowStart = offset;
