@@ -27,14 +27,17 @@ struct PrimalWork {
   SparseVector tau;         // steepest edge: alpha within the reference framework, then its BTRAN
   // ---- over variables
   SparseVector pivotRow;    // [1..total] rho' a_j for nonbasic j; LIST_UNKNOWN when formed without a list
+  double *pairs;            // [2(m+1)] rho and tau side by side, for columns that need both
   double *basicCost;        // [0..m] cost of the variable basic in row i
   double *costPart;         // [1..total] cost part of the reduced costs, when a weight is worked out
 
-  // ---- attractive nonbasics: a superset, entries are tested when the list is walked
+  // ---- attractive nonbasics, exactly those, with their scores side by side: the choice is one sweep over `score`
   int *candidate;           // [total] variables at 0..candidateCount-1
+  double *score;            // [total] score of candidate[slot] by its reduced cost, weight and state
   int *candidatePlace;      // [1..total] place in `candidate` plus 1, 0: not listed
   int candidateCount;
-  double largestDj;         // of the last walk over the whole list
+  int scoreMode;            // SCORE_* the scores were made with
+  double scoreTolerance;    // and the tolerance
 
   // ---- the matrix by rows with the nonbasic columns first in each row
   int *rowEnd;              // [1..m] row i's nonbasic columns stand at rowStart[i] .. rowEnd[i]-1
@@ -121,15 +124,34 @@ inline bool attractive(uint32_t flags, double dj, double tolerance) {
 
 // ---- primal_scans.cpp: the list of attractive variables and the ways of walking it
 double pricingTolerance(const SimplexWork *w);
-// Lists every attractive nonbasic; sets Inumdinf to their number (qrtprc0).
+enum : int { SCORE_SIZE = 0, SCORE_DEVEX = 1, SCORE_STEEPEST = 2 };  // |dj|; |dj| / weight; dj^2 / weight
+// A free variable counts this much more than a bounded one: once basic it never leaves again.
+constexpr double FREE_PREFERENCE = 5.0;
+// Lists every attractive nonbasic with its score; sets Inumdinf to their number (qrtprc0).
 void candidates_rebuild(SimplexWork *w);
-inline void candidate_add(PrimalWork *p, int k) {
-  if (p->candidatePlace[k]) return;
-  p->candidate[p->candidateCount++] = k;
-  p->candidatePlace[k] = p->candidateCount;
+void candidate_drop(PrimalWork *p, int k);
+// Whatever changed a variable's reduced cost, weight or state says so here; MODE is p->scoreMode.
+template <int MODE> inline void candidate_note(SimplexWork *w, PrimalWork *p, int k) {
+  const double d = w->dj[k];
+  const uint32_t flags = w->flags[k];
+  if (!attractive(flags, d, p->scoreTolerance) || (flags & VAR_BASIC)) {
+    if (p->candidatePlace[k]) candidate_drop(p, k);
+    return;
+  }
+  double size = d < 0.0 ? -d : d;
+  if (MODE == SCORE_DEVEX) size /= w->weight[k];
+  if (MODE == SCORE_STEEPEST) size *= size / w->weight[k];
+  if ((flags & VAR_STATE) == VAR_STATE) size *= FREE_PREFERENCE;
+  int place = p->candidatePlace[k];
+  if (!place) {
+    p->candidate[p->candidateCount++] = k;
+    p->candidatePlace[k] = place = p->candidateCount;
+  }
+  p->score[place - 1] = size;
 }
-// Best of the list by the score in force, dropping entries that are no longer attractive; 0 when none (qrtprc1, qrtprc6).
-int candidates_best(SimplexWork *w);
+void candidate_changed(SimplexWork *w, int k);  // the same by the mode in force
+// Best of the list, 0 when it is empty (qrtprc1, qrtprc5, qrtprc6).
+int candidates_best(const SimplexWork *w);
 // Next variable of a values pass (qrtprc3), random partial choice (qrtprc2), next attractive of those a repair threw
 // out (qrtprc4); 0 when there is none.
 int scan_values(SimplexWork *w);

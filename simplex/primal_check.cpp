@@ -141,6 +141,7 @@ ColumnCheck qrtchdj(SimplexWork *w, int found) {
   if (answer == COLUMN_REFACTOR && w->djState == 8) answer = COLUMN_GOOD;  // both are fresh: the column's is the better one
   if (!attractive(w->flags[k], exact, tolerance)) {
     w->dj[k] = exact;
+    candidate_changed(w, k);
     return answer == COLUMN_GOOD ? COLUMN_NOT_ATTRACTIVE : answer;
   }
   w->enterDir = exact < 0.0 ? 1 : -1;

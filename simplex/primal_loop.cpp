@@ -311,7 +311,7 @@ void carryOn(SimplexWork *w) {
     if (!(w->djState & 4)) multipliers_update(w);
     return;
   }
-  if (steepestEdge()) {
+  if (p->scoreMode == SCORE_STEEPEST) {
     const bool framework = referenceMode() == 2;
     for (int t = 0; t < p->alpha.count; t++) {
       const int i = p->alpha.index[t];
@@ -336,6 +336,7 @@ Fate takeFlip(SimplexWork *w, Pass *pass, double range) {
     return badPivot(w, pass, found == STEP_FLOODED);
   }
   flip(w);
+  candidate_changed(w, w->enterVar);
   qrtlplp.Iiternum++;
   const bool full = w->priceMode == PRICE_FULL && !(w->partialSize & 1023);
   if (p->change.count > 0 && !(w->djState & 4)) {
@@ -364,7 +365,8 @@ Fate takeRow(SimplexWork *w, Pass *pass, const RatioChoice *choice) {
   carryOn(w);
   const int leaving = exchange(w, choice->leavesAtUpper);
   if (p->rowsArePartitioned) rows_exchange(w, w->enterVar, leaving);
-  if (attractive(w->flags[leaving], w->dj[leaving], pricingTolerance(w))) candidate_add(p, leaving);
+  candidate_changed(w, leaving);
+  candidate_changed(w, w->enterVar);
   qrtlplp.Iiternum++;
   w->updateCount++;
   const int etasBefore = w->factor->etaCount;
@@ -418,6 +420,7 @@ Fate iterate(SimplexWork *w, Pass *pass) {
   raiseBest(w);
   if (w->priceMode == PRICE_FULL && p->unboundedVar > 0) {
     w->weight[p->unboundedVar] = WEIGHT_FLOOR;
+    candidate_changed(w, p->unboundedVar);
     p->unboundedVar = 0;
     if (w->priceBase < qrtlplp.Iiternum - 18) w->priceBase = qrtlplp.Iiternum - 18;
   }
@@ -519,7 +522,11 @@ PrimalWork *primalWork(SimplexWork *w) {
   p->basicCost = doubles(w, int64_t(w->m) + 1);
   p->costPart = doubles(w, int64_t(w->total) + 1);
   p->candidate = integers(w, int64_t(w->total) + 1);
+  p->score = doubles(w, int64_t(w->total) + 1);
   p->candidatePlace = integers(w, int64_t(w->total) + 1);
+  // Blocks are aligned to 8 bytes, pairs are read 16 at a time.
+  p->pairs = doubles(w, 2 * (int64_t(w->m) + 1) + 1);
+  if (reinterpret_cast<uintptr_t>(p->pairs) & 8) p->pairs++;
   p->rowEnd = integers(w, int64_t(w->m) + 2);
   p->rowVar = integers(w, int64_t(w->matrixElements) + 1);
   p->rowValue = doubles(w, int64_t(w->matrixElements) + 1);

@@ -23,14 +23,10 @@ void resetWhenDue(SimplexWork *w) {
   qrtrctf(w);
 }
 
-// A negative mode means plain pricing until the first feasible point, then its magnitude.
-int devexModeNow() {
-  return qrtlplp.Idevexmode < 0 && primalInfeasible() ? 0 : referenceMode();
-}
-
 int chooseFull(SimplexWork *w) {
-  if (devexModeNow() != 0) resetWhenDue(w);
+  if (qrtlplp.Idevexmode > 0 || (qrtlplp.Idevexmode < 0 && !primalInfeasible())) resetWhenDue(w);
   if (w->djState & 4) recompute(w);
+  if (w->primal->scoreTolerance != pricingTolerance(w)) candidates_rebuild(w);
   int k = candidates_best(w);
   if (k == 0 && w->djState != 8) {
     // Nothing attractive by updated reduced costs: only fresh ones may say so.

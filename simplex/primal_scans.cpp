@@ -6,70 +6,20 @@
 
 namespace {
 
-// A free variable counts this much more than a bounded one: once basic it never leaves again.
-constexpr double FREE_PREFERENCE = 5.0;
-
 bool isFreeState(uint32_t flags) { return (flags & VAR_STATE) == VAR_STATE; }
 
-void candidate_drop(PrimalWork *p, int slot) {
-  p->candidatePlace[p->candidate[slot]] = 0;
-  const int last = p->candidate[--p->candidateCount];
-  if (slot < p->candidateCount) {
-    p->candidate[slot] = last;
-    p->candidatePlace[last] = slot + 1;
-  }
+int scoreModeNow() {
+  // A negative mode means plain pricing until the first feasible point, then its magnitude.
+  if (qrtlplp.Idevexmode == 0 || (qrtlplp.Idevexmode < 0 && primalInfeasible())) return SCORE_SIZE;
+  return steepestEdge() ? SCORE_STEEPEST : SCORE_DEVEX;
 }
 
-// Scores are compared without division: a variable beats the best score b when |dj| > b * weight. With steepest edge
-// weights are squared norms, and so are scores.
-template <bool SQUARED> int bestOfList(SimplexWork *w, double tolerance) {
+template <int MODE> void noteAll(SimplexWork *w) {
   PrimalWork *p = w->primal;
-  const double *dj = w->dj;
-  double *weight = w->weight;
-  const uint32_t *flags = w->flags;
-  double bestScore = 0.0, largest = 0.0;
-  int best = 0;
-  for (int slot = 0; slot < p->candidateCount;) {
-    const int k = p->candidate[slot];
-    const double d = dj[k];
-    if (!attractive(flags[k], d, tolerance)) {
-      candidate_drop(p, slot);
-      continue;
-    }
-    slot++;
-    double size = std::fabs(d);
-    if (size > largest) largest = size;
-    if (SQUARED) {
-      if (weight[k] < w->weightFloor) weight[k] = w->weightFloor;
-      size *= size;
-    }
-    if (isFreeState(flags[k])) size *= FREE_PREFERENCE;
-    if (size > bestScore * weight[k]) {
-      bestScore = size / weight[k];
-      best = k;
-    }
+  for (int place = w->m + 1; place <= w->partEndLower; place++) {
+    const int k = w->list[place];
+    if (attractive(w->flags[k], w->dj[k], p->scoreTolerance)) candidate_note<MODE>(w, p, k);
   }
-  p->largestDj = largest;
-  return best;
-}
-
-int largestOfList(SimplexWork *w, double tolerance) {
-  PrimalWork *p = w->primal;
-  double bestSize = 0.0;
-  int best = 0;
-  for (int slot = 0; slot < p->candidateCount;) {
-    const int k = p->candidate[slot];
-    if (!attractive(w->flags[k], w->dj[k], tolerance)) {
-      candidate_drop(p, slot);
-      continue;
-    }
-    slot++;
-    double size = std::fabs(w->dj[k]);
-    if (isFreeState(w->flags[k])) size *= FREE_PREFERENCE;
-    if (size > bestSize) bestSize = size, best = k;
-  }
-  p->largestDj = bestSize;
-  return best;
 }
 
 }  // namespace
@@ -82,19 +32,46 @@ void candidates_rebuild(SimplexWork *w) {
   PrimalWork *p = w->primal;
   for (int slot = 0; slot < p->candidateCount; slot++) p->candidatePlace[p->candidate[slot]] = 0;
   p->candidateCount = 0;
-  const double tolerance = pricingTolerance(w);
-  for (int place = w->m + 1; place <= w->partEndLower; place++) {
-    const int k = w->list[place];
-    if (attractive(w->flags[k], w->dj[k], tolerance)) candidate_add(p, k);
-  }
+  p->scoreTolerance = pricingTolerance(w);
+  p->scoreMode = scoreModeNow();
+  if (p->scoreMode == SCORE_STEEPEST)
+    noteAll<SCORE_STEEPEST>(w);
+  else if (p->scoreMode == SCORE_DEVEX)
+    noteAll<SCORE_DEVEX>(w);
+  else
+    noteAll<SCORE_SIZE>(w);
   p->attractiveCount = p->candidateCount;
   qrtlplp.Inumdinf = p->candidateCount;
 }
 
-int candidates_best(SimplexWork *w) {
-  const double tolerance = pricingTolerance(w);
-  if (qrtlplp.Idevexmode == 0) return largestOfList(w, tolerance);
-  return steepestEdge() ? bestOfList<true>(w, tolerance) : bestOfList<false>(w, tolerance);
+void candidate_drop(PrimalWork *p, int k) {
+  const int slot = p->candidatePlace[k] - 1;
+  p->candidatePlace[k] = 0;
+  const int last = --p->candidateCount;
+  if (slot == last) return;
+  p->candidate[slot] = p->candidate[last];
+  p->score[slot] = p->score[last];
+  p->candidatePlace[p->candidate[slot]] = slot + 1;
+}
+
+void candidate_changed(SimplexWork *w, int k) {
+  PrimalWork *p = w->primal;
+  if (p->scoreMode == SCORE_STEEPEST)
+    candidate_note<SCORE_STEEPEST>(w, p, k);
+  else if (p->scoreMode == SCORE_DEVEX)
+    candidate_note<SCORE_DEVEX>(w, p, k);
+  else
+    candidate_note<SCORE_SIZE>(w, p, k);
+}
+
+int candidates_best(const SimplexWork *w) {
+  const PrimalWork *p = w->primal;
+  const double *score = p->score;
+  double best = 0.0;
+  int bestSlot = -1;
+  for (int slot = 0; slot < p->candidateCount; slot++)
+    if (score[slot] > best) best = score[slot], bestSlot = slot;
+  return bestSlot < 0 ? 0 : p->candidate[bestSlot];
 }
 
 int scan_values(SimplexWork *w) {
@@ -157,9 +134,9 @@ const char *candidates_check(const SimplexWork *w) {
     if (p->candidatePlace[k] != slot + 1) return "a candidate does not know its place";
   }
   if (w->djState & 4) return nullptr;
-  const double tolerance = pricingTolerance(w);
-  for (int k = 1; k <= w->total; k++)
-    if (!(w->flags[k] & VAR_BASIC) && attractive(w->flags[k], w->dj[k], tolerance) && !p->candidatePlace[k])
-      return "an attractive variable is not listed";
+  for (int k = 1; k <= w->total; k++) {
+    const bool wanted = !(w->flags[k] & VAR_BASIC) && attractive(w->flags[k], w->dj[k], p->scoreTolerance);
+    if (wanted != (p->candidatePlace[k] != 0)) return "the list does not hold exactly the attractive variables";
+  }
   return nullptr;
 }

@@ -19,6 +19,9 @@ constexpr double OUTSIDE_WEIGHT = 1.0e-12;
 // The list of a pivotal row is given up when it passes this share of all variables: a sweep is cheaper then.
 constexpr double LIST_SHARE = 0.15;
 
+// A vector too full for the row copy to pay.
+bool fullRow(const SimplexWork *w, const SparseVector *rho) { return int64_t(rho->count) * 4 > w->m; }
+
 // Fixed nonbasics never enter, so they stand with the basics behind the end of each row.
 bool inPivotRow(uint32_t flags) { return !(flags & VAR_BASIC) && (flags & VAR_STATE); }
 
@@ -145,7 +148,7 @@ void pivotRow_form(SimplexWork *w, const SparseVector *rho) {
   PrimalWork *p = w->primal;
   SparseVector *row = &p->pivotRow;
   double *out = row->value;
-  if (int64_t(rho->count) * 4 > w->m) {
+  if (fullRow(w, rho)) {
     formByColumns(w, rho, out);
     row->count = LIST_UNKNOWN;
     return;
@@ -175,25 +178,96 @@ void pivotRow_form(SimplexWork *w, const SparseVector *rho) {
   row->count = count;
 }
 
+namespace {
+
+// What one exchange does to the nonbasic j with alpha_rj = a and, for steepest edge, a_j' tau = t.
+template <int MODE> struct Carry {
+  SimplexWork *w;
+  PrimalWork *p;
+  double theta;      // what dj loses per unit of alpha_rj
+  double scale;      // Devex: enterGamma / |pivot|
+  double inverse;    // 1 / pivot
+  double gamma;
+  bool exactNorms;
+  void operator()(int k, double a, double t) const {
+    double *weight = w->weight;
+    if (MODE == SCORE_STEEPEST) {
+      const double r = a * inverse;
+      double x = weight[k] + r * (r * gamma - 2.0 * t);
+      if (exactNorms && x < r * r + 1.0) x = r * r + 1.0;
+      weight[k] = x > w->weightFloor ? x : w->weightFloor;
+    } else if (MODE == SCORE_DEVEX) {
+      const double size = std::fabs(a) * scale;
+      if (weight[k] < size) weight[k] = size;
+    }
+    w->dj[k] -= theta * a;
+    candidate_note<MODE>(w, p, k);
+  }
+};
+
+// A full rho: each column meets rho and tau at once, both from one place in memory.
+typedef double Pair __attribute__((vector_size(16)));
+void carryByPairs(SimplexWork *w, const Carry<SCORE_STEEPEST> &carry) {
+  PrimalWork *p = w->primal;
+  Pair *pairs = reinterpret_cast<Pair *>(p->pairs);
+  const double *rho = p->rho.value, *tau = p->tau.value;
+  for (int i = 1; i <= w->m; i++) pairs[i] = Pair{rho[i], tau[i]};
+  const int *colRow = w->colRow;
+  const double *colValue = w->colValue;
+  for (int place = w->m + 1; place <= w->partEndLower; place++) {
+    const int k = w->list[place];
+    Pair sum;
+    if (k <= w->m) {
+      sum = pairs[k];
+    } else {
+      const int end = w->colStart[k - w->m + 1];
+      sum = Pair{0.0, 0.0};
+      for (int e = w->colStart[k - w->m]; e < end; e++) sum += Pair{colValue[e], colValue[e]} * pairs[colRow[e]];
+    }
+    if (std::fabs(sum[0]) > TINY_VALUE) carry(k, sum[0], sum[1]);
+  }
+}
+
+template <int MODE> void carryRow(SimplexWork *w, const Carry<MODE> &carry) {
+  PrimalWork *p = w->primal;
+  pivotRow_form(w, &p->rho);
+  drainRow(&p->pivotRow, w, [&carry](int k, double a) { carry(k, a, 0.0); });
+}
+template <> void carryRow<SCORE_STEEPEST>(SimplexWork *w, const Carry<SCORE_STEEPEST> &carry) {
+  PrimalWork *p = w->primal;
+  if (fullRow(w, &p->rho)) {
+    carryByPairs(w, carry);
+    return;
+  }
+  pivotRow_form(w, &p->rho);
+  const double *tau = p->tau.value;
+  drainRow(&p->pivotRow, w, [&carry, w, tau](int k, double a) { carry(k, a, columnTimes(w, k, tau)); });
+}
+
+template <int MODE> void changeRow(SimplexWork *w) {
+  PrimalWork *p = w->primal;
+  drainRow(&p->pivotRow, w, [w, p](int k, double a) {
+    w->dj[k] -= a;
+    candidate_note<MODE>(w, p, k);
+  });
+}
+
+}  // namespace
+
 void change_apply(SimplexWork *w) {
   PrimalWork *p = w->primal;
-  const double tolerance = pricingTolerance(w);
-  double *dj = w->dj;
-  const uint32_t *flags = w->flags;
   qrtbtrn(w->factor, &p->change, SOLVE_DUALS);
   pivotRow_form(w, &p->change);
-  drainRow(&p->pivotRow, w, [=](int k, double a) {
-    const double d = dj[k] - a;
-    dj[k] = d;
-    if (attractive(flags[k], d, tolerance)) candidate_add(p, k);
-  });
+  if (p->scoreMode == SCORE_STEEPEST)
+    changeRow<SCORE_STEEPEST>(w);
+  else if (p->scoreMode == SCORE_DEVEX)
+    changeRow<SCORE_DEVEX>(w);
+  else
+    changeRow<SCORE_SIZE>(w);
 }
 
 void weights_update(SimplexWork *w, int djWanted) {
   PrimalWork *p = w->primal;
-  const double tolerance = pricingTolerance(w);
-  double *dj = w->dj, *weight = w->weight;
-  const uint32_t *flags = w->flags;
   const int leaving = w->leaveVar;
   const double pivot = w->pivotValue;
   // The reduced cost that the exchange brings to zero, with the gradient after the step (but for the leaving row,
@@ -204,48 +278,25 @@ void weights_update(SimplexWork *w, int djWanted) {
     if (i != w->leaveRow) enterDj -= p->change.value[i] * p->alpha.value[i];
   }
   const double leaveChange = p->change.value[w->leaveRow];
-  const double theta = enterDj / pivot;
+  const double theta = enterDj / pivot, gamma = w->enterGamma, inverse = 1.0 / pivot, scale = gamma / std::fabs(pivot);
   if (leaveChange != 0.0) p->change.value[w->leaveRow] = CANCELLED_VALUE;
   const int otherChanges = p->change.count - (leaveChange != 0.0 ? 1 : 0);
-
-  pivotRow_form(w, &p->rho);
-  if (!steepestEdge()) {
-    const double scale = w->enterGamma / std::fabs(pivot);
-    if (djWanted)
-      drainRow(&p->pivotRow, w, [=](int k, double a) {
-        const double size = std::fabs(a) * scale;
-        if (weight[k] < size) weight[k] = size;
-        const double d = dj[k] - theta * a;
-        dj[k] = d;
-        if (attractive(flags[k], d, tolerance)) candidate_add(p, k);
-      });
-    else
-      drainRow(&p->pivotRow, w, [=](int k, double a) {
-        const double size = std::fabs(a) * scale;
-        if (weight[k] < size) weight[k] = size;
-      });
-    const double size = w->enterGamma / std::fabs(pivot);
-    const double start = p->leavesReference ? 1.0 : OUTSIDE_WEIGHT;
-    weight[leaving] = size > start ? size : start;
-  } else {
-    const double inverse = 1.0 / pivot, gamma = w->enterGamma;
-    const double *tau = p->tau.value;
-    const bool exact = referenceMode() >= 3;
-    drainRow(&p->pivotRow, w, [=](int k, double a) {
-      const double r = a * inverse;
-      double x = weight[k] + r * (r * gamma - 2.0 * columnTimes(w, k, tau));
-      if (exact && x < r * r + 1.0) x = r * r + 1.0;
-      weight[k] = x;
-      const double d = dj[k] - theta * a;
-      dj[k] = d;
-      if (attractive(flags[k], d, tolerance)) candidate_add(p, k);
-    });
+  const bool exact = referenceMode() >= 3;
+  if (p->scoreMode == SCORE_STEEPEST) {
+    carryRow(w, Carry<SCORE_STEEPEST>{w, p, theta, scale, inverse, gamma, exact});
     const double own = gamma * inverse * inverse;
-    weight[leaving] = exact && own < inverse * inverse + 1.0 ? inverse * inverse + 1.0 : own;
+    w->weight[leaving] = exact && own < inverse * inverse + 1.0 ? inverse * inverse + 1.0 : own > w->weightFloor ? own : w->weightFloor;
+  } else {
+    if (p->scoreMode == SCORE_DEVEX)
+      carryRow(w, Carry<SCORE_DEVEX>{w, p, theta, scale, inverse, gamma, exact});
+    else
+      carryRow(w, Carry<SCORE_SIZE>{w, p, theta, scale, inverse, gamma, exact});
+    const double start = p->leavesReference ? 1.0 : OUTSIDE_WEIGHT;
+    w->weight[leaving] = scale > start ? scale : start;
   }
   if (djWanted && otherChanges > 0) change_apply(w);
-  dj[w->enterVar] = 0.0;
-  dj[leaving] = leaveChange - theta;
+  w->dj[w->enterVar] = 0.0;
+  w->dj[leaving] = leaveChange - theta;
 }
 
 void qrtrctf(SimplexWork *w) {
