@@ -28,6 +28,7 @@ struct PrimalWork {
   // ---- over variables
   SparseVector pivotRow;    // [1..total] rho' a_j for nonbasic j; LIST_UNKNOWN when formed without a list
   double *pairs;            // [2(m+1)] rho and tau side by side, for columns that need both
+  double *tauRow;           // [1..total] tau' a_j, formed only when most columns need it
   double *basicCost;        // [0..m] cost of the variable basic in row i
   double *costPart;         // [1..total] cost part of the reduced costs, when a weight is worked out
 
@@ -207,4 +208,6 @@ double qrtbthd(SimplexWork *w);
 int qrtadjw(SimplexWork *w);
 
 // ---- primal_loop.cpp
+// Between iterations: vectors empty, candidates and rows as they should be. First broken invariant, or null.
+const char *primal_check(const SimplexWork *w);
 PrimalWork *primalWork(SimplexWork *w);

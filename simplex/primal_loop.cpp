@@ -10,7 +10,7 @@
 
 namespace {
 
-enum : int { MSG_VALUES_ENDED = 111, MSG_TO_DEVEX_SUCCESS = 137 };
+enum : int { MSG_VALUES_ENDED = 111, MSG_TO_DEVEX_SUCCESS = 137, MSG_OVERWRITTEN = 158 };
 enum : int { STOP_AT_SWITCH = 1 };
 constexpr double WEIGHT_FLOOR = 1.0e-20;
 
@@ -519,6 +519,7 @@ PrimalWork *primalWork(SimplexWork *w) {
   vector_make(w, &p->change, w->m);
   vector_make(w, &p->tau, w->m);
   vector_make(w, &p->pivotRow, w->total);
+  p->tauRow = doubles(w, int64_t(w->total) + 1);
   p->basicCost = doubles(w, int64_t(w->m) + 1);
   p->costPart = doubles(w, int64_t(w->total) + 1);
   p->candidate = integers(w, int64_t(w->total) + 1);
@@ -540,10 +541,29 @@ PrimalWork *primalWork(SimplexWork *w) {
   return p;
 }
 
+const char *primal_check(const SimplexWork *w) {
+  const PrimalWork *p = w->primal;
+  const SparseVector *vectors[] = {&p->alpha, &p->rho, &p->change, &p->tau, &p->pivotRow};
+  for (const SparseVector *v : vectors) {
+    if (v->count != 0) return "a work vector of the primal is not empty";
+    for (int i = 0; i <= v->size; i++)
+      if (v->value[i] != 0.0) return "a work vector of the primal is not zero";
+  }
+  if (w->priceMode == PRICE_FULL && !(w->partialSize & 1023) && !(w->djState & 4))
+    if (const char *fault = candidates_check(w)) return fault;
+  return rows_check(w);
+}
+
 int qrtsprm(SimplexWork *w) {
   primalWork(w);
   Pass pass{};
   begin(w, &pass);
-  while (iterate(w, &pass) == GO_ON) clearVectors(w->primal);
+  while (iterate(w, &pass) == GO_ON) {
+    clearVectors(w->primal);
+#ifdef QRT_SELF_CHECKS
+    if (qrtlplp.Iiternum % 64 == 0)
+      if (const char *fault = primal_check(w)) qrtmesg_no_q1(MSG_OVERWRITTEN, fault, -1);
+#endif
+  }
   return finish(w, &pass);
 }

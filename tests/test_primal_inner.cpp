@@ -326,7 +326,7 @@ TEST(PrimalIteration, ValuesCountsAndReducedCostsStayTrue) {
       problem.oneIteration();
       if (qrtlplp.Iprobstat != 3) break;
       ASSERT_EQ(nullptr, solveState_check(w));
-      ASSERT_EQ(nullptr, rows_check(w));
+      ASSERT_EQ(nullptr, primal_check(w));
       const std::vector<double> values = problem.value, reduced = problem.dj;
       const int number = qrtlplp.Inumpinf;
       const double sum = qrtlplp.Rsumpinf, objective = qrtlplp.Robjvalue;
