@@ -866,4 +866,3 @@ TEST(MpsPublished, sizesAsTheTableSays) {
 }
 
 }  // namespace
-__attribute__((weak)) void releaseFactor(void *) {}  // reads need no solver

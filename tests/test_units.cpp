@@ -198,4 +198,3 @@ TEST_F(Units, unitNumbersAllowedByKind) {
 }
 
 }  // namespace
-__attribute__((weak)) void releaseFactor(void *) {}  // files need no solver
