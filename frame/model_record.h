@@ -143,7 +143,7 @@ struct QRTModel {
   // State of ours beyond the classic record.
   int32_t indexForm;       // 0: blocks 0-based and names terminated; 1: blocks 1-based; 2: names padded; 3: both
   int32_t matrixVersion;   // grows with every change of the matrix
-  int32_t matrixScaled;    // 1: stored elements are multiplied by scales[i] * scales[Imaxrows + j]
+  int32_t matrixScaled;    // 1: stored elements are multiplied by scales[i] / scales[Imaxrows + j]
   struct CompressInfo *compression;  // what the model was before it was compressed, null while it is whole
 };
 

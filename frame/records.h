@@ -25,6 +25,7 @@ struct QrtLplp {
   double Rslambda, Rslambdalim, Rslambdadelta, RprimalPerturbation, RdualPerturbation;
   // what a simplex run that continues the last one takes over; 0 nothing
   int32_t keptRows, keptCols, keptVersion, keptPriceMode;
+  int32_t startWord;       // what a crash asks of the next run that continues: 0 nothing, 3 to start from the values
   double keptPerturbation; // seed while perturbed bounds lie in the model's aux vector
   double randomSeed;       // seed := seed * 16807 mod 2147483647, restarts at 1e8 with every solve
 };

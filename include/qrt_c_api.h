@@ -615,6 +615,27 @@ QRT_API int qrt_importQuadraticData(QRTModel *model, const char *filename);
 /** @brief Older name of qrt_importQuadraticData(); says so on stderr. */
 QRT_API int qrt_convertQuadratic(QRTModel *model, const char *filename);
 
+/* ---- preparation ---------------------------------------------------------------------------------------- */
+
+/** @brief Scales the matrix, by geometric passes, so that its elements lie near 1.
+ *
+ *  Stored elements become a[i][j] * rowscales[i] / colscales[j], in one column block. Bounds, costs, values and duals
+ *  stay in the caller's units: solves apply the factors on the way in and out. Elements, rows and columns added or
+ *  replaced later are given unscaled and take on the factors of their row and column, 1 for new ones; qrt_getRow() and
+ *  qrt_getColumn() give unscaled values, qrt_blockElement() shows what is stored. Free rows, fixed columns and empty
+ *  ones keep the factor 1.
+ *  @return 0, also with a warning for a model that is scaled already, which stays as it is; 999 after a fatal error. */
+QRT_API int qrt_scale(QRTModel *model);
+/** @brief Puts columns into the all-slack basis where they make rows feasible, keeping the basis triangular.
+ *
+ *  Columns move from their bound to where their row stands at its own; bounds stay as they are. Leaves status words,
+ *  column values and row activities for the next solve. A model with a basic column is left alone.
+ *  @param type 1 care for primal feasibility only, singletons of outstanding cost left out; 2 columns with a cost stay
+ *         out of the basis, so that dual feasibility is not lost; 3 and 4 the same without regard to implied bounds, and
+ *         a following solve in mode 0 starts from the values.
+ *  @return 0; 999 after a fatal error. */
+QRT_API int qrt_crash(QRTModel *model, int type);
+
 /* ---- solvers -------------------------------------------------------------------------------------------- */
 
 /** @brief Primal simplex method from the basis, values and controls the model holds.

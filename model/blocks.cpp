@@ -48,15 +48,13 @@ int commitRecord(QRTModel *model) {
 
 // New elements of a scaled matrix take on the factors of their row and column.
 void scaleBlock(QRTModel *model, const ElementBlock &b) {
-  const double *scales = elementScales(model);
-  if (!scales) return;
-  const double *rowScale = scales + blockRowOffset(model, b);
-  const double *columnScale = scales + model->Imaxrows + blockColumnOffset(model, b);
+  if (!model->matrixScaled) return;
+  const int r0 = blockRowOffset(model, b), c0 = blockColumnOffset(model, b);
   if (isTriples(b)) {
-    for (int e = 0; e < b.count; e++) b.elements[e] *= rowScale[b.rows[e]] * columnScale[b.columns[e]];
+    for (int e = 0; e < b.count; e++) b.elements[e] *= elementFactor(model, b.rows[e] + r0, b.columns[e] + c0);
   } else {
     for (int c = 0; c < b.count; c++)
-      for (int e = b.columns[c]; e < b.columns[c + 1]; e++) b.elements[e] *= rowScale[b.rows[e]] * columnScale[c];
+      for (int e = b.columns[c]; e < b.columns[c + 1]; e++) b.elements[e] *= elementFactor(model, b.rows[e] + r0, c + c0);
   }
 }
 
@@ -247,18 +245,16 @@ int appendRepeatedBlock(QRTModel *model, int source, int rowOffset, int columnOf
   qrt_incrementCount(block->columns);
   qrt_incrementCount(block->elements);
   const int number = commitRecord(model);
-  if (const double *scales = elementScales(model)) {
+  if (model->matrixScaled) {
     // The stored values carry the factors of the source's rows and columns: take them back before the new ones.
     unshareBlock(model, number);
     ElementBlock &b = model->blocks[number];
-    const ElementBlock &from = model->blocks[source];
-    const double *rowScale = scales + blockRowOffset(model, from);
-    const double *columnScale = scales + model->Imaxrows + blockColumnOffset(model, from);
+    const int r0 = blockRowOffset(model, model->blocks[source]), c0 = blockColumnOffset(model, model->blocks[source]);
     if (isTriples(b)) {
-      for (int e = 0; e < b.count; e++) b.elements[e] /= rowScale[b.rows[e]] * columnScale[b.columns[e]];
+      for (int e = 0; e < b.count; e++) b.elements[e] /= elementFactor(model, b.rows[e] + r0, b.columns[e] + c0);
     } else {
       for (int c = 0; c < b.count; c++)
-        for (int e = b.columns[c]; e < b.columns[c + 1]; e++) b.elements[e] /= rowScale[b.rows[e]] * columnScale[c];
+        for (int e = b.columns[c]; e < b.columns[c + 1]; e++) b.elements[e] /= elementFactor(model, b.rows[e] + r0, c + c0);
     }
     scaleBlock(model, b);
   }

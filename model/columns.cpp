@@ -48,10 +48,9 @@ void insertIntoColumn(QRTModel *model, int column, int n, const int *rows, const
   if (n == 0) return;
   int *columns = static_cast<int *>(temporaryAllocate(model, n, sizeof(int)));
   double *values = static_cast<double *>(temporaryAllocate(model, n, sizeof(double)));
-  const double *scales = elementScales(model);
   for (int e = 0; e < n; e++) {
     columns[e] = column;
-    values[e] = scales ? elements[e] * (scales[rows[e]] * scales[model->Imaxrows + column]) : elements[e];
+    values[e] = elements[e] * elementFactor(model, rows[e], column);
   }
   insertElements(model, n, rows, columns, values);
   qrt_freeTemporary(model, values);

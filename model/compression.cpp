@@ -56,8 +56,7 @@ bool canCompress(const QRTModel *model) {
 
 // Value of stored element e of column j without its scale factors.
 double unscaled(const QRTModel *model, const ElementBlock &b, int e, int j) {
-  if (!model->matrixScaled) return b.elements[e];
-  return b.elements[e] / (model->scales[b.rows[e]] * model->scales[model->Imaxrows + j]);
+  return b.elements[e] / elementFactor(model, b.rows[e], j);
 }
 
 template <class T> T *temporary(QRTModel *model, int64_t n) {

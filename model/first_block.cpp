@@ -111,13 +111,10 @@ void appendColumns(QRTModel *model, int firstColumn, int count, const int *start
   b.columns = withRoom(b.columns, int64_t(firstColumn) + count + 1);
   growElements(b, int64_t(old) + n);
   memcpy(b.rows + old, rows + base, sizeof(int) * size_t(n));
-  const double *scales = elementScales(model);
   for (int c = 0; c < count; c++) {
     b.columns[firstColumn + c + 1] = old + starts[c + 1] - base;
-    for (int e = starts[c]; e < starts[c + 1]; e++) {
-      const double factor = scales ? scales[rows[e]] * scales[model->Imaxrows + firstColumn + c] : 1.0;
-      b.elements[old + e - base] = elements[e] * factor;
-    }
+    for (int e = starts[c]; e < starts[c + 1]; e++)
+      b.elements[old + e - base] = elements[e] * elementFactor(model, rows[e], firstColumn + c);
   }
   b.count = b.extent = firstColumn + count;
   touchMatrix(model);

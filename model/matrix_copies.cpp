@@ -57,11 +57,8 @@ QRTVector *vectorOf(QRTModel *model, const QRTMatrixCopy *copy, int k, bool isRo
   QRTVector *vector = static_cast<QRTVector *>(guardedAllocateZero(1, sizeof(QRTVector)));
   memcpy(indices, copy->indices + start, sizeof(int) * size_t(n));
   memcpy(elements, copy->elements + start, sizeof(double) * size_t(n));
-  if (const double *scales = elementScales(model)) {
-    const double own = isRow ? scales[k] : scales[model->Imaxrows + k];
-    const double *other = isRow ? scales + model->Imaxrows : scales;
-    for (int e = 0; e < n; e++) elements[e] /= own * other[indices[e]];
-  }
+  for (int e = 0; e < n; e++)
+    elements[e] /= isRow ? elementFactor(model, k, indices[e]) : elementFactor(model, indices[e], k);
   qrt_makePermanent(model, indices);
   qrt_makePermanent(model, elements);
   vector->count = n;

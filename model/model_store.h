@@ -106,8 +106,11 @@ template <class Visit> void forEachElement(const QRTModel *model, Visit visit) {
 void mapMatrix(QRTModel *model, const int *rowMap, const int *columnMap);
 // The matrix changed: copies of it are stale.
 inline void touchMatrix(QRTModel *model) { model->matrixVersion++; }
-// Factors that stored elements are multiplied by, rows then columns, or null while the matrix is unscaled.
-inline const double *elementScales(const QRTModel *model) { return model->matrixScaled ? model->scales : nullptr; }
+// What the stored element of (row, column) is multiplied by: the factor of its row over that of its column, 1 while
+// the matrix is unscaled.
+inline double elementFactor(const QRTModel *model, int row, int column) {
+  return model->matrixScaled ? model->scales[row] / model->scales[model->Imaxrows + column] : 1.0;
+}
 
 // ---- copies in one order (merge.cpp, matrix_copies.cpp) ------------------------------------------------------
 

@@ -43,12 +43,10 @@ int addRows(QRTModel *model, const char *entry, int n, const double *lower, cons
   if (count == 0) return 0;
   int *rows = static_cast<int *>(temporaryAllocate(model, count, sizeof(int)));
   double *values = static_cast<double *>(temporaryAllocate(model, count, sizeof(double)));
-  const double *scales = elementScales(model);
   for (int k = 0; k < n; k++)
     for (int e = starts[k]; e < starts[k + 1]; e++) {
-      const double factor = scales ? scales[first + k] * scales[model->Imaxrows + columns[e]] : 1.0;
       rows[e - starts[0]] = first + k;
-      values[e - starts[0]] = elements[e] * factor;
+      values[e - starts[0]] = elements[e] * elementFactor(model, first + k, columns[e]);
     }
   insertElements(model, count, rows, columns + starts[0], values);
   qrt_freeTemporary(model, values);
@@ -71,10 +69,9 @@ int replaceRow(QRTModel *model, int row, int n, const int *columns, const double
   if (n == 0) return 0;
   int *rows = static_cast<int *>(temporaryAllocate(model, n, sizeof(int)));
   double *values = static_cast<double *>(temporaryAllocate(model, n, sizeof(double)));
-  const double *scales = elementScales(model);
   for (int e = 0; e < n; e++) {
     rows[e] = row;
-    values[e] = scales ? elements[e] * (scales[row] * scales[model->Imaxrows + columns[e]]) : elements[e];
+    values[e] = elements[e] * elementFactor(model, row, columns[e]);
   }
   insertElements(model, n, rows, columns, values);
   qrt_freeTemporary(model, values);
@@ -159,10 +156,9 @@ int replaceElements(QRTModel *model, int n, const int *rows, const int *columns,
   double *values = static_cast<double *>(temporaryAllocate(model, n, sizeof(double)));
   memset(columnTouched, 0, size_t(model->Inumcols));
   memset(stored, 0, size_t(n));
-  const double *scales = elementScales(model);
   for (int e = 0; e < n; e++) {
     columnTouched[columns[e]] = 1;
-    values[e] = scales ? elements[e] * (scales[rows[e]] * scales[model->Imaxrows + columns[e]]) : elements[e];
+    values[e] = elements[e] * elementFactor(model, rows[e], columns[e]);
   }
   overwrite(model, table, columnTouched, values, stored);
   // What had no place yet is inserted; of a position named twice only the last entry counts.

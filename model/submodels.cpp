@@ -53,8 +53,7 @@ void gatherMatrix(QRTModel *target, QRTModel *source, const int *rows, const int
       const int r = whole->indices[e];
       if (rowMap[r] < 0) continue;
       newRows[count] = rowMap[r];
-      const double factor = source->matrixScaled ? source->scales[r] * source->scales[source->Imaxrows + c] : 1.0;
-      values[count++] = whole->elements[e] / factor;
+      values[count++] = whole->elements[e] / elementFactor(source, r, c);
     }
     starts[j + 1] = count;
   }

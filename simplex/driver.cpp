@@ -327,7 +327,7 @@ void zeroInfeasibilities() {
   qrtlplp.Rsumpinf = qrtlplp.Rsumdinf = 0.0;
 }
 
-// Why a run happens. One that only cleans up after the solver's scaling starts from the basis of the run before and
+// Why a run happens. One that only cleans up after scaling, the solver's or the owner's, starts from the basis of the run before and
 // has a limit of iterations of its own.
 constexpr int LEG_WHOLE = 0, LEG_CLEAN_UP = 1;
 
@@ -345,7 +345,7 @@ void leave(SimplexWork *w, LegResult *leg) {
   qrtinfs(w);
   restoreControls(w);
   const int status = qrtlplp.Iprobstat;
-  if (w->scaled == 1 && (status == 0 || status == 1))
+  if (w->scaled && (status == 0 || status == 1))
     leg->violated = largestOutsideDual(w) > qrtlplp.Rtoldinf ||
                     (status == 0 && largestOutsideViolation(w) > qrtlplp.Rtolpinf) ||
                     (status == 1 && qrtlplp.Rsumpinf <= qrtlplp.Rtolpinf);
@@ -436,12 +436,18 @@ void reportUnscaledViolation(const SimplexWork *w) {
 
 int qrtsslvf(QRTModel *model, int algorithm, int init, int keep, int coreMode) {
   (void)keep;
+  if (init == 0 && qrtlplp.startWord != 0) init = qrtlplp.startWord;
+  qrtlplp.startWord = 0;
   LegResult leg = runLeg(model, algorithm, init, coreMode, LEG_WHOLE);
   const int firstCode = leg.code;
   if (firstCode == 0 && leg.violated) {
     const Answer first = takeAnswer(model);
+    const LegResult scaled = leg;
     leg = runLeg(model, ALGORITHM_PRIMAL, 1, coreMode, LEG_CLEAN_UP);
-    if (leg.code != 0 || qrtlplp.Iprobstat < 0 || qrtlplp.Iprobstat > 1) putAnswerBack(model, first);
+    if (leg.code != 0 || qrtlplp.Iprobstat < 0 || qrtlplp.Iprobstat > 1) {
+      putAnswerBack(model, first);
+      leg = scaled;
+    }
   }
   finalReport(leg.work);
   reportUnscaledViolation(leg.work);

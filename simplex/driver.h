@@ -70,7 +70,7 @@ enum : int { SOLVE_NO_STORAGE = 11, SOLVE_FAILED = 32 };
 
 // ---- seam between the model and the solve (solution_seam.cpp)
 // Arrays of a solve from the model below (qrtaddr); blocks, rims and status words in the caller's form.
-// scaleInside 1 allows factors of the solver's own.
+// scaleInside 1 allows factors: the owner's of a scaled model, else the solver's own; 0 loads in the caller's units.
 void loadProblem(SimplexWork *w, int scaleInside);
 // Values, duals, reduced costs and status words back to the model, in the caller's form (qrtplsh). The last step
 // recomputed must be the final one.

@@ -6,7 +6,8 @@
 //     c, in the sense of Rmaxmin             cost = Rmaxmin * c * varScale, minimised
 //     dual y_i, reduced cost r_j             y_i / ..., dj_j / varScale; the core's sign of y is the caller's negated
 //
-// varScale is what a unit of the inside is worth outside: 1/rowScale for a logical, columnScale for a structural.
+// varScale is what a unit of the inside is worth outside: 1/rowScale for a logical; for a structural columnScale of the
+// solver's own factors (a * rowScale * columnScale), 1/factor of a model its owner scaled (a * row factor / column factor).
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -63,15 +64,24 @@ void allocateArrays(SimplexWork *w) {
   workVector(w, &w->multipliers);
 }
 
-// Factors the elements carry already (a model scaled by its owner), or factors of the solver's own choice.
+// Factors the elements carry already (a model scaled by its owner), or factors of the solver's own choice; without
+// scaleInside neither.
 void setScales(SimplexWork *w, const QRTMatrixCopy *copy, int scaleInside, double *rowScale, double *columnScale) {
   QRTModel *model = w->model;
   for (int i = 0; i < w->m; i++) rowScale[i] = 1.0;
   for (int j = 0; j < w->n; j++) columnScale[j] = 1.0;
   w->scaled = 0;
-  if (const double *owner = elementScales(model)) {
+  if (model->matrixScaled && !scaleInside) {
+    // The owner's factors are taken back: the problem stands in the caller's units.
+    for (int i = 0; i < w->m; i++) rowScale[i] = 1.0 / model->scales[i];
+    for (int j = 0; j < w->n; j++) columnScale[j] = model->scales[model->Imaxrows + j];
+    for (int k = 1; k <= w->total; k++) w->varScale[k] = 1.0;
+    return;
+  }
+  if (model->matrixScaled) {
+    const double *owner = model->scales;
     for (int i = 1; i <= w->m; i++) w->varScale[i] = 1.0 / owner[i - 1];
-    for (int j = 1; j <= w->n; j++) w->varScale[w->m + j] = owner[model->Imaxrows + j - 1];
+    for (int j = 1; j <= w->n; j++) w->varScale[w->m + j] = 1.0 / owner[model->Imaxrows + j - 1];
     w->scaled = 2;
     return;
   }

@@ -481,7 +481,7 @@ TEST_F(Store, scaledMatrixScalesWhatComesInAndUnscalesWhatGoesOut) {
   ASSERT_EQ(0, qrt_loadRimModel(model, 2, nullptr, nullptr, 2, nullptr, nullptr, nullptr));
   model->scales = newRimVector(model, 1.0);
   model->scales[0] = 2.0;
-  model->scales[model->Imaxrows + 1] = 4.0;
+  model->scales[model->Imaxrows + 1] = 0.25;
   model->matrixScaled = 1;
   const int zero[] = {0}, one[] = {1}, both[] = {0, 1};
   const double three[] = {3}, pair[] = {5, 6};

@@ -27,7 +27,27 @@ template <class Visit> void eachElement(QRTModel *model, Visit visit) {
 
 }  // namespace
 
+namespace {
+
+// The stored elements of a scaled model carry its factors; single columns come without them.
+ModelMatrix collectUnscaled(QRTModel *model) {
+  ModelMatrix matrix;
+  const int columns = qrt_getInumcols(model);
+  matrix.start.push_back(0);
+  for (int j = 0; j < columns; ++j) {
+    QRTVector *column = qrt_getColumn(model, j);
+    matrix.row.insert(matrix.row.end(), column->indices, column->indices + column->count);
+    matrix.element.insert(matrix.element.end(), column->elements, column->elements + column->count);
+    qrt_freeVector(column);
+    matrix.start.push_back(int(matrix.row.size()));
+  }
+  return matrix;
+}
+
+}  // namespace
+
 ModelMatrix collectMatrix(QRTModel *model) {
+  if (qrt_colscales(model)) return collectUnscaled(model);
   const size_t columns = size_t(qrt_getInumcols(model));
   ModelMatrix matrix;
   matrix.start.assign(columns + 2, 0);

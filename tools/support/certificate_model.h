@@ -7,13 +7,12 @@
 #include "certificate.h"
 #include "qrt_c_api.h"
 
-// The matrix of a model as one column-ordered copy: the sum of its element blocks.
+// The matrix of a model as one column-ordered copy without scale factors: the sum of its element blocks.
 struct ModelMatrix {
   std::vector<int> start, row;
   std::vector<double> element;
 };
 ModelMatrix collectMatrix(QRTModel *model);
 
-// Judges the outcome that the model holds now. The model must not have been scaled: stored elements count as they
-// stand.
+// Judges the outcome that the model holds now, in the caller's units whether the model was scaled or not.
 Certificate certifyModel(QRTModel *model);

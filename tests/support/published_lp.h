@@ -1,0 +1,22 @@
+// The published linear programs of the data folder, for tests that run through them.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "qrt_c_api.h"
+
+struct PublishedLp {
+  std::string name;
+  bool infeasible = false;
+  double optimum = 0.0;
+  int rows = 0;
+  // Small enough for a test of every build; TAVSTOCH_LONG_TESTS in the environment wants all.
+  bool wanted(int largestRows) const;
+  std::string path() const;
+  // A new model of it, limits of messages as in the context's base model.
+  QRTModel *read(QRTContext *context) const;
+};
+
+// All of them, from the table that comes with the models; none where the folder is not at hand.
+std::vector<PublishedLp> publishedLps();
