@@ -237,7 +237,7 @@ QRT_API void qrts_setMaxsubmodels(QRTStoch *stoch, int v);
 QRT_API int qrts_getMaxiter(QRTStoch *stoch);
 /** @brief Sets it; a negative value is left unstored. */
 QRT_API void qrts_setMaxiter(QRTStoch *stoch, int v);
-/** @brief Scales models before a solve. */
+/** @brief Scales models before a solve (see qrt_scale()). */
 QRT_API void qrts_setScaleOn(QRTStoch *stoch);
 /** @brief Solves models unscaled: the default. */
 QRT_API void qrts_setScaleOff(QRTStoch *stoch);
@@ -245,7 +245,8 @@ QRT_API void qrts_setScaleOff(QRTStoch *stoch);
 QRT_API void qrts_setPresolve(QRTStoch *stoch, int v);
 /** @brief No presolve: the default. */
 QRT_API void qrts_setPresolveOff(QRTStoch *stoch);
-/** @brief Crashes with type 1 to 4; another value is warned of on stdout and taken as 1. */
+/** @brief Crashes before a direct solve with type 1 to 4 (see qrt_crash()); another value is warned of on stdout and
+ *  taken as 1. A crash runs only while qrts_getMaxiter() is 0. */
 QRT_API void qrts_setCrash(QRTStoch *stoch, int v);
 /** @brief No crash: the default. */
 QRT_API void qrts_setCrashOff(QRTStoch *stoch);

@@ -13,6 +13,16 @@ constexpr int UNSUPPORTED_EXIT = 999;
 constexpr int FROM_VALUES = 3;  // the primal starts from the values it finds
 constexpr int FRESH = 1;
 
+// Scaling and crash as the object's options ask; a code of 2 or more is a failure. A crash is for a single solve of the
+// whole: an object with cycles to run keeps the bases that they leave.
+int prepare(QRTStoch *stoch, QRTModel *model) {
+  if (stoch->ifScale) {
+    const int code = qrt_scale(model);
+    if (code >= 2) return code;
+  }
+  return stoch->ifCrash && stoch->maxiter == 0 ? qrt_crash(model, stoch->ifCrash) : 0;
+}
+
 int solveBy(QRTModel *model, int alg) {
   if (alg < ALG_EITHER) {
     printf("\n QRTERROR ! Alg <= -1 not supported.\n");
@@ -34,6 +44,8 @@ int qrts_either2Simplex(QRTStoch *stoch) {
     printf("\n Model has no Data.  Exiting.\n");
     return 1;
   }
+  const int prepared = prepare(stoch, model);
+  if (prepared >= 2) return prepared;
   const int code = solveBy(model, stoch->alg);
   stoch->status = qrt_getIprobstat(model);
   stoch->robjvalue = qrt_getRobjvalue(model);

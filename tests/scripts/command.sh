@@ -53,6 +53,14 @@ for mode in 0 1 2 3; do
   expect 0 "lp mode $mode" lp diet.mps --mode $mode --quiet
   says out '^optimal 17\.142857'
 done
+for way in --scale "--crash 1" "--crash 2" "--scale --crash 3"; do
+  expect 0 "lp $way" lp diet.mps $way --check
+  says out '^objective +17\.14285714'
+  says out '^check +passed'
+  expect 0 "solve $way" solve power.cor power.tim power.sto $way --check
+  says out '^objective +381\.853'
+done
+expect 64 "crash of no type" lp diet.mps --crash 5
 expect 0 "log" lp diet.mps --quiet --log log.txt
 says log.txt 'QRT[0-9]{4}I'
 

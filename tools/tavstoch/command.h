@@ -21,6 +21,7 @@ struct Options {
   std::string logFile;            // the library's messages; empty: kept aside and shown only on a failure
   std::string solutionFile;       // CSV
   int mode = 1;                   // lp: how the simplex starts
+  int crash = 0;                  // type, 0 none
   int maxScenarios = 1000000;
   bool strict = false, inherit = false, maximize = false, scale = false, free = false;
   bool check = false, json = false, quiet = false;

@@ -61,6 +61,8 @@ int runLp(const Options &options) {
   if (options.maximize) qrt_setMaximize(model);
   session.watch(model);
   session.progress.phase("solving");
+  if (options.scale) qrt_scale(model);
+  if (options.crash) qrt_crash(model, options.crash);
   const int code = qrt_eitherSimplex(model, options.mode);
   const double solveSeconds = session.progress.done();
   const int status = qrt_getIprobstat(model);

@@ -23,6 +23,9 @@ void addOutput(CLI::App *app, Options &o) {
 }
 
 void addSolving(CLI::App *app, Options &o) {
+  app->add_flag("--scale", o.scale, "scale the model before the solve");
+  app->add_option("--crash", o.crash, "start from a crash basis: 1 or 3 for feasibility, 2 or 4 keeping dual feasibility")
+      ->check(CLI::Range(1, 4));
   app->add_flag("--maximize", o.maximize, "maximise the objective");
   app->add_option("--solution", o.solutionFile, "write values and duals to this CSV file");
   app->add_flag("--check", o.check, "recompute residuals, violations and the gap from the model alone");
@@ -39,9 +42,6 @@ int main(int argc, char **argv) {
   CLI::App *solve = app.add_subcommand("solve", "solve a stochastic program");
   addTriple(solve, options);
   solve->add_option("--method", options.method, "how to solve")->check(CLI::IsMember({"direct"}))->capture_default_str();
-#ifdef TAVSTOCH_CAN_SCALE
-  solve->add_flag("--scale", options.scale, "scale the equivalent before the solve");
-#endif
   addSolving(solve, options);
   addOutput(solve, options);
   solve->callback([&] { run = runSolve; });

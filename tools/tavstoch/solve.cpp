@@ -117,9 +117,11 @@ int runSolve(const Options &options) {
   if (!model) throw InternalFailure("no model was generated: " + session.complaint());
   session.raiseLimits(model);
   session.watch(model);
-#ifdef TAVSTOCH_CAN_SCALE
   if (options.scale) qrts_setScaleOn(stoch);
-#endif
+  if (options.crash) {
+    qrts_setCrash(stoch, options.crash);
+    qrts_setMaxiter(stoch, 0);  // with cycles to run there would be no crash
+  }
 
   session.progress.phase("solving");
   const int code = qrts_eitherSimplex(stoch);
