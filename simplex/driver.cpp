@@ -327,8 +327,8 @@ void zeroInfeasibilities() {
   qrtlplp.Rsumpinf = qrtlplp.Rsumdinf = 0.0;
 }
 
-// Why a run happens. One that only cleans up after scaling, the solver's or the owner's, starts from the basis of the run before and
-// has a limit of iterations of its own.
+// Why a run happens. One that only cleans up after scaling, the solver's or the owner's, starts from the basis of the
+// run before and has a limit of iterations of its own.
 constexpr int LEG_WHOLE = 0, LEG_CLEAN_UP = 1;
 
 struct LegResult {
