@@ -14,6 +14,7 @@ namespace {
 
 constexpr int MESSAGE_ENTERING_STOCH = 950, MESSAGE_ENTERING_EXTRAS = 951;
 constexpr int NUMBER_ENTERING_MODULE = 317;  // number, not index, of the frame's entry line
+constexpr int NUMBER_CONTROL_CHANGED = 320;
 constexpr int MODULE_SLOT = 9;  // where @M looks for the name in messages of this layer
 constexpr int NAME_LENGTH = 127;
 
@@ -86,10 +87,11 @@ int refuse(const char *structure, const char *function) {
 void takeSettings(QRTModel *model, QRTModel *source, const char *name) {
   qrt_copyModel(model, source);
   if (model->Inumrows || model->Inumcols || model->Inumblocks) clearModelData(model);
+  // The copy brought the source's name along; an import would then look for that problem only. No news to anybody.
+  qrt_messagePrintOff(model, NUMBER_CONTROL_CHANGED);
+  qrt_setCname(model, name ? name : "");
   memcpy(model->messageControl, source->messageControl, QRT_MESSAGE_COUNT * sizeof(MessageControl));
   if (source->logFile && source->logFile != model->logFile) qrt_setLogfileFilePointer(model, source->logFile);
-  // The copy brought the source's name along; an import would then look for that problem only.
-  qrt_setCname(model, name ? name : "");
 }
 
 // ---- creation
