@@ -650,6 +650,9 @@ QRT_API int qrt_crash(QRTModel *model, int type);
  *  @return 0 whenever a status was reached, 11 without storage, 32 after a numerical failure, 999 after a fatal
  *          message. */
 QRT_API int qrt_primalSimplex(QRTModel *model, int mode);
+/** @brief Dual simplex method with bound flipping; a start that is not dual feasible goes through a first phase.
+ *  @param mode as for qrt_primalSimplex(). @return as qrt_primalSimplex(). */
+QRT_API int qrt_dualSimplex(QRTModel *model, int mode);
 /** @brief Simplex method, the library choosing the algorithm. @param mode as for qrt_primalSimplex().
  *  @return as qrt_primalSimplex(). */
 QRT_API int qrt_eitherSimplex(QRTModel *model, int mode);

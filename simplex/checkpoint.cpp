@@ -5,6 +5,7 @@
 
 #include "frame/messages.h"
 #include "simplex/driver.h"
+#include "simplex/dual.h"
 
 namespace {
 
@@ -47,18 +48,30 @@ int afterDecision(SimplexWork *w, int decision) {
   return decision;
 }
 
-int chooseAlgorithm(SimplexWork *w) {
-  // One algorithm so far.
-  w->algorithm = ALGORITHM_PRIMAL;
-  qrtmesg_no(MSG_PRIMAL_CHOSEN);
-  return w->algorithm;
+// Dual where the start is dual feasible or nearly so, and the shape does not speak against it; primal otherwise.
+bool dualSuits(const SimplexWork *w) {
+  const double pinf = qrtlplp.Inumpinf, dinf = qrtlplp.Inumdinf, m = w->m, n = w->n;
+  if (dinf == 0 && n < 3.0 * m) return true;
+  if (pinf == 0) return false;
+  return 4.0 * dinf * n < pinf * m || qrtlplp.Rsumdinf < 0.0001 * qrtlplp.Rsumpinf || (dinf * n < 2.0 * pinf * m && n < 1.5 * m);
+}
+
+void chooseAlgorithm(SimplexWork *w) {
+  // The dual would move boxed variables to their better bound: only what it could not mend counts.
+  const int dinf = qrtlplp.Inumdinf;
+  const double sum = qrtlplp.Rsumdinf;
+  countUnflippable(w);
+  const bool dual = dualSuits(w);
+  qrtlplp.Inumdinf = dinf;
+  qrtlplp.Rsumdinf = sum;
+  w->algorithm = dual ? ALGORITHM_DUAL : ALGORITHM_PRIMAL;
+  qrtmesg_no(dual ? MSG_DUAL_CHOSEN : MSG_PRIMAL_CHOSEN);
 }
 
 int firstCheck(SimplexWork *w, int continued) {
   w->phaseStartIter = qrtlplp.Iiternum;
   w->bestObjective = w->stallBest = w->bestAtRemoval = 1.0e51;
   const bool clean = qrtlplp.Inumpinf == 0 && qrtlplp.Inumdinf == 0 && w->priceMode != PRICE_VALUES;
-  if (w->algorithm == ALGORITHM_UNDECIDED) chooseAlgorithm(w);
   if (clean && !perturbed(w)) return finish(0);
   if (qrtlplp.Iiternum >= qrtlplp.Imaxiter) return finish(3);
   w->enterVar = 0;
@@ -287,8 +300,13 @@ int laterCheck(SimplexWork *w) {
 
 int qrtchkp(SimplexWork *w, int continued) {
   if (qrtlplp.Iprobstat == 3) return DECIDE_GO_ON;
-  confirmStatus(w);
   const bool first = w->state.checkCount < 0;
+  if (first && w->algorithm == ALGORITHM_UNDECIDED) {
+    if (qrtlplp.Inumpinf == 0 && qrtlplp.Inumdinf == 0) w->algorithm = ALGORITHM_PRIMAL;  // nothing to do but to say so
+    else chooseAlgorithm(w);
+  }
+  if (w->algorithm == ALGORITHM_DUAL) return afterDecision(w, dualCheckpoint(w, continued));
+  confirmStatus(w);
   int decision;
   if (first) {
     decision = firstCheck(w, continued);

@@ -10,6 +10,7 @@
 #include "frame/messages.h"
 #include "model/model_store.h"
 #include "simplex/driver.h"
+#include "simplex/dual.h"
 
 namespace {
 
@@ -231,6 +232,19 @@ bool primalPass(SimplexWork *w) {
   return false;
 }
 
+// One pass of the dual loop; true when the solve is to be left.
+bool dualPass(SimplexWork *w) {
+  if (qrtitrx(w, 4) == 3) return true;
+  w->historyCount = 0;
+  w->factorIter = qrtlplp.Iiternum;
+  qrtsdul(w);
+#ifdef QRT_SELF_CHECKS
+  if (const char *fault = solveState_check(w)) qrtmesg_no_q1(158, fault, -1);
+#endif
+  w->passNumber++;
+  return qrtlplp.Iprobstat == 3;
+}
+
 // Returns 0 when Iprobstat tells the end, or SOLVE_FAILED.
 int majorLoop(SimplexWork *w, int continued) {
   bool refactor = true;
@@ -295,7 +309,7 @@ int majorLoop(SimplexWork *w, int continued) {
       qrtlplp.Iprobstat = 3;
       return 0;
     }
-    if (primalPass(w)) return 0;
+    if (w->algorithm == ALGORITHM_DUAL ? dualPass(w) : primalPass(w)) return 0;
     refactor = w->historyCount > 0;
   }
 }
@@ -305,6 +319,7 @@ void finalRecomputation(SimplexWork *w) {
   w->finalMode = 1;
   const int status = qrtlplp.Iprobstat;
   if (w->primalPerturbation != 0.0) removePerturbation(w);
+  dualRelease(w);
   if (!w->factor->valid || w->historyCount > 0 || w->updateCount > 0) {
     if (factorise(w) != 0) runFactorisation(w, w->m, w->basisCopy, 1);
     qrtrsrt(w);

@@ -57,6 +57,8 @@ int qrt_primalSimplex(QRTModel *model, int mode) {
   return objectSolve(model, "qrt_primalSimplex", ALGORITHM_PRIMAL, mode);
 }
 
+int qrt_dualSimplex(QRTModel *model, int mode) { return objectSolve(model, "qrt_dualSimplex", ALGORITHM_DUAL, mode); }
+
 int qrt_eitherSimplex(QRTModel *model, int mode) {
   // Random partial pricing is the caller's business only where the algorithm is.
   return objectSolve(model, "qrt_eitherSimplex", ALGORITHM_UNDECIDED, mode == 2 ? 1 : mode);

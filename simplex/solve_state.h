@@ -18,6 +18,7 @@
 #include "simplex/factor.h"
 
 struct PrimalWork;    // the primal loop's own work, simplex/primal.h
+struct DualWork;      // the dual loop's own work, simplex/dual.h
 struct SimplexWork;
 
 // Bits of SimplexWork::flags. With bits 30 and 29 as a two-bit state: 0 cannot move (fixed or rejected), 1 can increase,
@@ -179,7 +180,8 @@ struct SimplexWork {
   HistoryEntry *history;     // [historyCapacity]
   int historyCount, historyCapacity;
 
-  PrimalWork *primal;        // null at the start of a solve; made by the first primal pass on the temporary chain
+  PrimalWork *primal;        // null at the start of a solve; made by the first pass on the temporary chain
+  DualWork *dual;            // likewise, by the first dual check
 
   // ---- truth behind the working vectors
   double *trueLower, *trueUpper;  // [1..total] bounds without perturbation

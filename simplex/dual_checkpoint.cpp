@@ -1,0 +1,143 @@
+// The checkpoint of the dual (qrtchkp, dual side): phases, the end of shifts, the cutoff, and when to go on in the primal.
+#include <cmath>
+
+#include "frame/messages.h"
+#include "simplex/driver.h"
+#include "simplex/dual.h"
+
+namespace {
+
+constexpr double WEIGHT_FOR_CLEAN_UP = 1.0e-4;   // the basis is nearly optimal: infeasibilities count for more than cost
+constexpr double WEIGHT_FOR_PROOF = 1.0e-30;     // infeasibility alone: the multipliers are the proof
+constexpr int MOST_PHASE_ONES = 2;
+constexpr int MOST_DOUBTS = 20;
+
+int finish(int status) {
+  qrtlplp.Iprobstat = status;
+  return DECIDE_GO_ON;
+}
+
+int goOnInPrimal(SimplexWork *w, double weight) {
+  switchToPrimal(w, weight);
+  return DECIDE_RECHECK;
+}
+
+// No row is infeasible under the present costs: the true ones decide.
+int looksOptimal(SimplexWork *w) {
+  DualWork *d = w->dual;
+  if (w->rejectedCount > 0) {
+    qrtlplp.Iprobstat = -1;
+    if (++w->state.rejectRounds < 6) return DECIDE_READMIT;
+    qrtmesg_no(MSG_COLUMNS_PROHIBITED);
+  }
+  if (!d->costsShifted) return qrtlplp.Inumdinf == 0 ? finish(0) : goOnInPrimal(w, WEIGHT_FOR_CLEAN_UP);
+  if (w->dualPerturbation > qrtlplp.Rtoldinf) {
+    w->state.perturbRounds++;
+    if (qrtlplp.Istopmask & STOP_AT_PERTURBED) return finish(3);
+    qrtmesg_no(MSG_PERTURBATION_ENDED);
+  }
+  return goOnInPrimal(w, WEIGHT_FOR_CLEAN_UP);
+}
+
+// Phase one has no row left to choose: the basis is as dual feasible as any.
+int endPhaseOne(SimplexWork *w) {
+  leavePhaseOne(w);
+  qrtlplp.Iprobstat = -1;
+  return DECIDE_RECHECK;
+}
+
+// Dual infeasibilities that no flip removes.
+int notDualFeasible(SimplexWork *w) {
+  DualWork *d = w->dual;
+  if (d->phaseOneRuns >= MOST_PHASE_ONES) return goOnInPrimal(w, WEIGHT_FOR_CLEAN_UP);
+  enterPhaseOne(w);
+  return DECIDE_RECHECK;
+}
+
+// A status the loop set at a fresh factorisation.
+int statusOfLoop(SimplexWork *w) {
+  DualWork *d = w->dual;
+  if (qrtlplp.Iprobstat == 1) {
+    // The row proves infeasibility; the least sum of infeasibilities and its multipliers come from the primal.
+    qrtlplp.Iprobstat = -1;
+    if (d->phase == 1) leavePhaseOne(w);
+    return goOnInPrimal(w, WEIGHT_FOR_PROOF);
+  }
+  if (qrtlplp.Inumpinf == 0) return looksOptimal(w);
+  if (++w->doubtCount > MOST_DOUBTS) return goOnInPrimal(w, w->entryPweight);
+  qrtlplp.Iprobstat = -1;
+  return DECIDE_GO_ON;
+}
+
+bool perturbationWanted(SimplexWork *w) {
+  if (w->dualPerturbation > qrtlplp.Rtoldinf || w->state.perturbRounds != 0) return false;
+  const int since = qrtlplp.Iiternum - w->state.degenerateBase;
+  if (qrtlplp.Iiternum - w->phaseStartIter < std::fmin(100.0, (w->m + w->n) / 6)) return false;
+  return since > 0 && w->state.degenerateCount >= 0.7 * since;
+}
+
+int firstCheck(SimplexWork *w) {
+  w->phaseStartIter = qrtlplp.Iiternum;
+  w->bestObjective = w->stallBest = w->bestAtRemoval = 1.0e51;
+  w->state = SolveState();
+  w->state.checkCount = -1;
+  w->state.degenerateBase = qrtlplp.Iiternum;
+  if (qrtlplp.Inumpinf == 0 && qrtlplp.Inumdinf == 0) return finish(0);
+  if (qrtlplp.Iiternum >= qrtlplp.Imaxiter) return finish(3);
+  if (qrtlplp.RdualPerturbation < 0.0 && !(w->perturbDone & 2) && qrtlplp.Inumdinf == 0) {
+    w->perturbDone |= 2;
+    qrtmesg_no(MSG_PERTURBED);
+    dualPerturb(w);
+  }
+  return DECIDE_GO_ON;
+}
+
+}  // namespace
+
+void switchToPrimal(SimplexWork *w, double weight) {
+  dualRelease(w);
+  for (int k = 1; k <= w->total; k++) w->weight[k] = 1.0;
+  w->algorithm = ALGORITHM_PRIMAL;
+  qrtlplp.Iprobstat = -1;
+  qrtlplp.Rpweight = std::fmin(qrtlplp.Rpweight, weight);
+  w->bestObjective = w->stallBest = 1.0e51;
+  w->priceBase = -w->priceRefresh;
+  w->priceMode = PRICE_FULL;
+  w->historyCount = 0;
+  w->state.degenerateCount = 0;
+  w->state.degenerateBase = qrtlplp.Iiternum;
+  w->doubtCount = 0;
+  if (w->rejectedCount > 0) qrtuflg(w);
+}
+
+int dualCheckpoint(SimplexWork *w, int continued) {
+  (void)continued;
+  DualWork *d = dualWork(w);
+  if (d->cutOff) {
+    qrtlplp.Iprobstat2 = 11;
+    return finish(1);
+  }
+  const int moved = makeDualFeasible(w);
+  // Flips that repair the outcome of a pass mean that the values are no longer those its status was about.
+  if (moved > 0 && qrtlplp.Iprobstat >= 0) qrtlplp.Iprobstat = -1;
+  if (w->state.checkCount < 0) {
+    const int decision = firstCheck(w);
+    if (qrtlplp.Iprobstat >= 0) return decision;
+    if (qrtlplp.Inumpinf == 0 && d->phase == 2) return goOnInPrimal(w, w->entryPweight);
+  }
+  if (qrtlplp.Iprobstat >= 0) return statusOfLoop(w);
+  if (d->phase == 1) {
+    if (qrtlplp.Inumpinf == 0) return endPhaseOne(w);
+    return w->rejectedCount > 0 && qrtlplp.Iiternum - w->rejectIter > 20 ? DECIDE_READMIT : DECIDE_GO_ON;
+  }
+  if (qrtlplp.Inumdinf > 0) return notDualFeasible(w);
+  if (qrtlplp.Inumpinf == 0) return looksOptimal(w);
+  if (w->rejectedCount > 0 && qrtlplp.Iiternum - w->rejectIter > 20) return DECIDE_READMIT;
+  if (perturbationWanted(w)) {
+    qrtmesg_no(MSG_PERTURBED);
+    dualPerturb(w);
+    w->state.degenerateCount = 0;
+    w->state.degenerateBase = qrtlplp.Iiternum;
+  }
+  return DECIDE_GO_ON;
+}

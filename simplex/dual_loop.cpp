@@ -1,0 +1,242 @@
+// The dual loop between two factorisations (qrtsdul): choose a row, form its pivotal row, find the column, check the
+// pivot, flip and step. It never factorises and believes "no row" and "no column" only at a fresh factorisation.
+#include "simplex/dual.h"
+
+#include <cmath>
+#include <cstring>
+
+#include "frame/guarded_memory.h"
+#include "simplex/driver.h"
+
+namespace {
+
+enum Fate : int { GO_ON, LEAVE };
+
+constexpr double PIVOT_DISAGREES = 1.0e-7;   // relative difference of a pivot by row and by column
+constexpr double WEIGHT_FAR_OFF = 0.25;      // stored over true weight below which the row choice is made again
+constexpr double FRESH_SMALLEST_PIVOT = 1.0e-9;
+constexpr int ROW_CHOICES = 20;
+
+struct Pass {
+  int code;
+  int wanted;   // 1: a factorisation is wanted
+};
+
+int sinceFactor(const SimplexWork *w) { return qrtlplp.Iiternum - w->factorIter; }
+
+Fate refactor(Pass *pass) {
+  pass->code = PASS_REFACTOR;
+  return LEAVE;
+}
+
+// Row r and its inverse row, with a weight that agrees with it; 0 when no row is left.
+int chooseRow(SimplexWork *w) {
+  DualWork *d = w->dual;
+  for (int tries = 0;; tries++) {
+    const int r = qrtczrd(w);
+    if (r == 0) return 0;
+    qrtbtrn_row(w->factor, r, 1.0, &d->rho);
+    double norm = 0.0;
+    for (int t = 0; t < d->rho.count; t++) norm += d->rho.value[d->rho.index[t]] * d->rho.value[d->rho.index[t]];
+    const double stored = d->rowWeight[r];
+    d->rhoNorm = norm > 1.0e-12 ? norm : 1.0e-12;
+    d->rowWeight[r] = d->rhoNorm;
+    // A row that looked better than it is: the choice is made again with what is known now.
+    if (stored >= WEIGHT_FAR_OFF * norm || tries >= ROW_CHOICES) return r;
+    sparseVector_clear(&d->rho);
+  }
+}
+
+void clearPivotRow(SimplexWork *w) { sparseVector_clear(&w->primal->pivotRow); }
+
+Fate rejectRow(SimplexWork *w, Pass *pass) {
+  clearPivotRow(w);
+  if (sinceFactor(w) > 0 && w->updateCount > 0) return refactor(pass);
+  const int k = w->list[w->leaveRow];
+  w->flags[k] |= VAR_REJECTED;
+  w->rejectedCount++;
+  w->rejectIter = qrtlplp.Iiternum;
+  w->accuracyLevel = 2;
+  return GO_ON;
+}
+
+Fate noRow(SimplexWork *w, Pass *pass) {
+  if (sinceFactor(w) > 0) return refactor(pass);
+  if (w->dual->phase == 2) qrtlplp.Iprobstat = 0;
+  return LEAVE;
+}
+
+Fate noColumn(SimplexWork *w, Pass *pass) {
+  clearPivotRow(w);
+  if (sinceFactor(w) > 0) return refactor(pass);
+  qrtlplp.Iprobstat = 1;
+  return LEAVE;
+}
+
+void entersColumn(SimplexWork *w) {
+  DualWork *d = w->dual;
+  const int *row;
+  const double *value;
+  const int length = variableColumn(w, w->enterVar, &row, &value);
+  for (int e = 0; e < length; e++) {
+    d->alpha.index[e] = row[e];
+    d->alpha.value[row[e]] = value[e];
+  }
+  d->alpha.count = length;
+  qrtftrn_ft(w->factor, &d->alpha);
+}
+
+// Is the pivot by column the one the row promised? (qrtchpv)
+bool pivotAgrees(SimplexWork *w) {
+  const double byRow = w->pivotValue, byColumn = w->dual->alpha.value[w->leaveRow];
+  const double size = std::fabs(byColumn);
+  if (size < FRESH_SMALLEST_PIVOT) return false;
+  const double off = std::fabs(byRow - byColumn);
+  if (off <= PIVOT_DISAGREES * (1.0 + size)) return true;
+  if (qrtlplp.Iloglevel & LOG_DETAIL) {
+    messageI(1, w->enterVar);
+    messageD(1, byRow);
+    messageD(2, byColumn);
+    qrtmesg_no(183);
+  }
+  return sinceFactor(w) == 0 && off <= 1.0e-3 * size;
+}
+
+bool pastCutoff(const SimplexWork *w) {
+  const DualWork *d = w->dual;
+  return d->phase == 2 && qrtint3.Rbbcutoff < qrtlplp.Rmaxmin * qrtlplp.Robjvalue && !d->costsShifted &&
+         w->rejectedCount == 0 && qrtlplp.Inumdinf == 0;
+}
+
+Fate housekeeping(SimplexWork *w, Pass *pass) {
+  if (qrtlplp.Iiternum >= qrtlplp.Imaxiter) {
+    qrtlplp.Iprobstat = 3;
+    return LEAVE;
+  }
+  if (qrtlplp.Iiterufreq > 0 && qrtlplp.Iiternum % qrtlplp.Iiterufreq == 0) {
+    const int answer = qrtitrx(w, 1);
+    if (answer == 99 || qrtlplp.Iprobstat == 3) return LEAVE;
+  }
+  if (pastCutoff(w)) {
+    w->dual->cutOff = 1;
+    return LEAVE;
+  }
+  return pass->wanted ? refactor(pass) : GO_ON;
+}
+
+Fate pivot(SimplexWork *w, Pass *pass, int leavesAtUpper) {
+  DualWork *d = w->dual;
+  sparseVector_copy(&d->rho, &d->tau);
+  qrtftrn(w->factor, &d->tau, SOLVE_TAU);
+  dualFlips_apply(w);
+  history_append(w);
+  qrtupsd(w, leavesAtUpper);
+  qrtlplp.Iiternum++;
+  w->updateCount++;
+  const UpdateResult updated = qrtetsj(w->factor, w->leaveRow, d->alpha.value[w->leaveRow], sinceFactor(w));
+  if (updated == UPDATE_FAILED) {
+    qrtbckt(w, 1);
+    return refactor(pass);
+  }
+  if (refactorisationWanted(w, 0) || updated == UPDATE_REFACTOR) pass->wanted = 1;
+  return housekeeping(w, pass);
+}
+
+Fate iterate(SimplexWork *w, Pass *pass) {
+  DualWork *d = w->dual;
+  const int r = chooseRow(w);
+  if (r == 0) return noRow(w, pass);
+  pass->code = PASS_COLUMN_CHOSEN;
+  w->leaveRow = r;
+  w->leaveVar = w->list[r];
+  d->rowLengthSum += d->rho.count;
+  d->rowLengthCount++;
+  const bool above = w->basicValue[r] > w->basicUpper[r];
+  const double bound = above ? w->basicUpper[r] : w->basicLower[r];
+  pivotRow_form(w, &d->rho);
+  switch (qrtczcf(w, above ? 1.0 : -1.0, std::fabs(w->basicValue[r] - bound))) {
+    case DUAL_UNBOUNDED: return noColumn(w, pass);
+    case DUAL_SMALL_PIVOT: return rejectRow(w, pass);
+    default: break;
+  }
+  entersColumn(w);
+  if (!pivotAgrees(w)) return rejectRow(w, pass);
+  return pivot(w, pass, above);
+}
+
+void clearVectors(DualWork *d) {
+  sparseVector_clear(&d->alpha);
+  sparseVector_clear(&d->rho);
+  sparseVector_clear(&d->tau);
+  sparseVector_clear(&d->moved);
+}
+
+void *zeroed(QRTModel *model, int64_t count, size_t size) {
+  void *block = temporaryAllocate(model, count, int64_t(size));
+  std::memset(block, 0, size_t(count) * size);
+  return block;
+}
+
+void makeVector(QRTModel *model, SparseVector *v, int size) {
+  v->size = size;
+  v->count = 0;
+  v->index = static_cast<int *>(zeroed(model, int64_t(size) + 1, sizeof(int)));
+  v->value = static_cast<double *>(zeroed(model, int64_t(size) + 1, sizeof(double)));
+}
+
+// Weights are kept by variable between passes: a factorisation orders the rows anew.
+void gatherWeights(SimplexWork *w) {
+  for (int i = 1; i <= w->m; i++) {
+    const double weight = w->weight[w->list[i]];
+    w->dual->rowWeight[i] = weight > 0.0 ? weight : 1.0;
+  }
+}
+void scatterWeights(SimplexWork *w) {
+  for (int i = 1; i <= w->m; i++) w->weight[w->list[i]] = w->dual->rowWeight[i];
+}
+
+}  // namespace
+
+DualWork *dualWork(SimplexWork *w) {
+  if (w->dual) return w->dual;
+  primalWork(w);  // its row copy and pivotal row serve both
+  DualWork *d = static_cast<DualWork *>(zeroed(w->model, 1, sizeof(DualWork)));
+  makeVector(w->model, &d->alpha, w->m);
+  makeVector(w->model, &d->rho, w->m);
+  makeVector(w->model, &d->tau, w->m);
+  makeVector(w->model, &d->moved, w->m);
+  d->rowWeight = static_cast<double *>(zeroed(w->model, int64_t(w->m) + 1, sizeof(double)));
+  d->misfit = static_cast<double *>(zeroed(w->model, int64_t(w->m) + 1, sizeof(double)));
+  d->row = static_cast<int *>(zeroed(w->model, int64_t(w->m) + 1, sizeof(int)));
+  d->rowPlace = static_cast<int *>(zeroed(w->model, int64_t(w->m) + 1, sizeof(int)));
+  d->breaks = static_cast<DualBreak *>(zeroed(w->model, int64_t(w->total) + 1, sizeof(DualBreak)));
+  d->flips = static_cast<int *>(zeroed(w->model, int64_t(w->total) + 1, sizeof(int)));
+  d->groupEnd = static_cast<int *>(zeroed(w->model, int64_t(w->total) + 2, sizeof(int)));
+  d->phase = 2;
+  w->dual = d;
+  for (int k = 1; k <= w->total; k++) w->weight[k] = 1.0;
+  return d;
+}
+
+int qrtsdul(SimplexWork *w) {
+  DualWork *d = dualWork(w);
+  Pass pass{};
+  pass.code = w->passNumber == 0 ? PASS_FIRST_NO_COLUMN : PASS_NO_COLUMN;
+  gatherWeights(w);
+  dualRows_rebuild(w);
+  rows_partition(w);
+  d->rowLengthSum = 0.0;
+  d->rowLengthCount = d->cutOff = 0;
+  while (iterate(w, &pass) == GO_ON) {
+#ifdef QRT_SELF_CHECKS
+    if (qrtlplp.Iiternum % 50 == 0)
+      if (const char *fault = dualRows_check(w)) qrtmesg_no_q1(158, fault, -1);
+#endif
+    clearVectors(d);
+  }
+  clearVectors(d);
+  scatterWeights(w);
+  basicsToRims(w);
+  w->btranMean = d->rowLengthCount ? d->rowLengthSum / d->rowLengthCount : 0.0;
+  return pass.code;
+}

@@ -1,0 +1,126 @@
+// A dual feasible start: boxed variables to their better bound, and the first phase with artificial bounds.
+//
+// The first phase solves, over the same matrix and costs with a zero right-hand side,
+//
+//     bounds  [-1000, 1000] free    [0, 1] lower only    [-1, 0] upper only    [0, 0] boxed or fixed
+//
+// All variables are boxed there, so every basis can be made dual feasible by flips. At its optimum the objective is the
+// negative sum of dual infeasibilities: a basis with objective zero is dual feasible for the true bounds, and when it is
+// not zero no basis is (Koberstein and Suhl 2007).
+#include "simplex/dual.h"
+
+#include <cmath>
+
+#include "simplex/driver.h"
+
+namespace {
+
+constexpr double FREE_BOX = 1000.0;
+
+bool hasLower(double bound) { return bound > -QRT_INFINITE_TEST; }
+bool hasUpper(double bound) { return bound < QRT_INFINITE_TEST; }
+
+void setState(SimplexWork *w, int k) {
+  w->flags[k] = (w->flags[k] & ~uint32_t(VAR_STATE)) | uint32_t(stateOfValue(w, k)) << VAR_STATE_SHIFT;
+}
+
+// The value of a nonbasic by the sign of its reduced cost; a reduced cost of zero keeps the side it has.
+double valueBySign(const SimplexWork *w, int k) {
+  const double lower = w->lower[k], upper = w->upper[k], d = w->dj[k];
+  if (!hasLower(lower) && !hasUpper(upper)) return 0.0;
+  if (!hasLower(lower)) return upper;
+  if (!hasUpper(upper)) return lower;
+  if (d > qrtlplp.Rtoldinf) return lower;
+  if (d < -qrtlplp.Rtoldinf) return upper;
+  return w->value[k] >= upper ? upper : w->value[k] <= lower ? lower : w->value[k] - lower <= upper - w->value[k] ? lower : upper;
+}
+
+void addColumn(const SimplexWork *w, SparseVector *v, int k, double move) {
+  const int *row;
+  const double *value;
+  const int length = variableColumn(w, k, &row, &value);
+  for (int e = 0; e < length; e++) sparseVector_add(v, row[e], move * value[e]);
+}
+
+void placeNonbasics(SimplexWork *w) {
+  for (int k = 1; k <= w->total; k++) {
+    if (w->flags[k] & VAR_BASIC) continue;
+    w->value[k] = valueBySign(w, k);
+    setState(w, k);
+  }
+  qrtrsrt(w);
+}
+
+}  // namespace
+
+int makeDualFeasible(SimplexWork *w) {
+  DualWork *d = dualWork(w);
+  const double tolerance = qrtlplp.Rtoldinf;
+  int moved = 0;
+  for (int k = 1; k <= w->total; k++) {
+    const uint32_t flags = w->flags[k];
+    if ((flags & (VAR_BASIC | VAR_REJECTED)) || !(flags & VAR_STATE)) continue;
+    const double dj = w->dj[k];
+    if (!((flags & VAR_UP) && dj < -tolerance) && !((flags & VAR_DOWN) && dj > tolerance)) continue;
+    if (!hasLower(w->lower[k]) || !hasUpper(w->upper[k])) continue;
+    const double target = dj > 0.0 ? w->lower[k] : w->upper[k];
+    addColumn(w, &d->moved, k, target - w->value[k]);
+    w->value[k] = target;
+    list_setState(w, k, dj > 0.0 ? 1 : 2);
+    moved++;
+  }
+  if (moved > 0) {
+    qrtftrn(w->factor, &d->moved, SOLVE_RHS);
+    for (int t = 0; t < d->moved.count; t++) {
+      const int i = d->moved.index[t];
+      w->basicValue[i] -= d->moved.value[i];
+    }
+    sparseVector_clear(&d->moved);
+    basicsToRims(w);
+    qrtchpf(w);
+    recomputeObjective(w);
+  }
+  qrtchdf(w);
+  qrtobjv(w);
+  return moved;
+}
+
+void countUnflippable(const SimplexWork *w) {
+  const double tolerance = qrtlplp.Rtoldinf;
+  int count = 0;
+  double sum = 0.0;
+  for (int k = 1; k <= w->total; k++) {
+    const uint32_t flags = w->flags[k];
+    if (flags & VAR_BASIC) continue;
+    const double dj = w->dj[k];
+    if (!((flags & VAR_UP) && dj < -tolerance) && !((flags & VAR_DOWN) && dj > tolerance)) continue;
+    if (hasLower(w->lower[k]) && hasUpper(w->upper[k])) continue;
+    count++;
+    sum += std::fabs(dj);
+  }
+  qrtlplp.Inumdinf = count;
+  qrtlplp.Rsumdinf = sum;
+}
+
+void enterPhaseOne(SimplexWork *w) {
+  DualWork *d = dualWork(w);
+  d->phase = 1;
+  d->phaseOneRuns++;
+  for (int k = 1; k <= w->total; k++) {
+    const bool below = hasLower(w->trueLower[k]), above = hasUpper(w->trueUpper[k]);
+    w->lower[k] = below ? 0.0 : above ? -1.0 : -FREE_BOX;
+    w->upper[k] = above ? 0.0 : below ? 1.0 : FREE_BOX;
+  }
+  placeNonbasics(w);
+}
+
+void leavePhaseOne(SimplexWork *w) {
+  DualWork *d = w->dual;
+  if (!d || d->phase == 2) return;
+  d->phase = 2;
+  for (int k = 1; k <= w->total; k++) {
+    w->lower[k] = w->trueLower[k];
+    w->upper[k] = w->trueUpper[k];
+  }
+  placeNonbasics(w);
+}

@@ -1,0 +1,147 @@
+// The dual ratio test with bound flipping (qrtczcf): how far the reduced costs may go, and which variable stops them.
+//
+// Along the step every nonbasic j whose reduced cost falls towards zero has a break at dist_j / size_j. Beyond it a boxed
+// variable simply goes to its other bound and the dual objective keeps rising, more slowly by size_j * range_j, so the
+// step may pass breaks while its slope stays positive (Maros 2003). Breaks are taken in groups that lie within the
+// dual tolerance of one another (Harris 1973), and within the last groups the largest pivot wins (Koberstein 2005).
+#include "simplex/dual.h"
+
+#include <cmath>
+#include <utility>
+
+namespace {
+
+constexpr double FRESH_PIVOT = 1.0e-9;   // smallest row entry looked at right after a factorisation
+constexpr double LATER_PIVOT = 1.0e-7;   // and when updates have added their noise
+constexpr double TRUSTED_PIVOT = 1.0e-5; // below this only a fresh factor is believed
+constexpr double FREE_PREFERENCE = 10.0;
+constexpr double GOOD_SHARE = 0.1;       // a pivot of this share of the largest is good enough
+
+void addBreak(DualWork *d, const SimplexWork *w, int *count, int k, double a, double sign, double floor) {
+  const double size = std::fabs(a);
+  if (size <= floor) return;
+  const int state = variableState(w->flags[k]);
+  const double along = sign * a, dj = w->dj[k];
+  double dist;
+  if (state == 3) dist = 0.0;
+  else if (state == 1 && along > 0.0) dist = dj;
+  else if (state == 2 && along < 0.0) dist = -dj;
+  else return;
+  DualBreak *b = &d->breaks[(*count)++];
+  b->var = k;
+  b->size = state == 3 ? size * FREE_PREFERENCE : size;
+  b->dist = dist > 0.0 ? dist : 0.0;
+  const double range = infinityRange(w->lower[k], w->upper[k]);
+  b->slope = range >= QRT_INFINITE_TEST ? QRT_INFINITY : size * range;
+}
+
+int collectBreaks(SimplexWork *w, double sign, double floor) {
+  DualWork *d = w->dual;
+  const SparseVector *row = &w->primal->pivotRow;
+  int count = 0;
+  if (row->count >= 0) {
+    for (int t = 0; t < row->count; t++) addBreak(d, w, &count, row->index[t], row->value[row->index[t]], sign, floor);
+  } else {
+    for (int place = w->m + 1; place <= w->partEndLower; place++) {
+      const int k = w->list[place];
+      if (row->value[k] != 0.0) addBreak(d, w, &count, k, row->value[k], sign, floor);
+    }
+  }
+  return count;
+}
+
+// Moves the breaks within `step` from [from, count) to the front; returns the end of those moved. `next` becomes the
+// least relaxed step among the rest, `slope` loses what the moved ones take.
+int takeWithin(DualBreak *breaks, int from, int count, double step, double tolerance, double *slope, double *next) {
+  *next = QRT_INFINITY;
+  int end = from;
+  for (int t = from; t < count; t++) {
+    DualBreak *b = &breaks[t];
+    if (b->dist <= step * b->size) {
+      *slope -= b->slope;
+      std::swap(breaks[end++], *b);
+    } else {
+      const double relaxed = (b->dist + tolerance) / b->size;
+      if (relaxed < *next) *next = relaxed;
+    }
+  }
+  return end;
+}
+
+double leastRelaxed(const DualBreak *breaks, int count, double tolerance) {
+  double least = QRT_INFINITY;
+  for (int t = 0; t < count; t++) {
+    const double relaxed = (breaks[t].dist + tolerance) / breaks[t].size;
+    if (relaxed < least) least = relaxed;
+  }
+  return least;
+}
+
+// A few rounds with steps growing tenfold leave only the breaks that the groups can reach.
+int narrow(DualBreak *breaks, int count, double distance, double tolerance) {
+  double slope = distance, next = leastRelaxed(breaks, count, tolerance);
+  int end = 0;
+  while (end < count && slope > 0.0) end = takeWithin(breaks, end, count, 10.0 * next + 1.0e-7, tolerance, &slope, &next);
+  return end;
+}
+
+// Ends of the groups into groupEnd[1..], groupEnd[0] = 0; returns their number.
+int formGroups(DualWork *d, int count, double distance, double tolerance) {
+  double slope = distance, next = leastRelaxed(d->breaks, count, tolerance);
+  int groups = 0, end = 0;
+  d->groupEnd[0] = 0;
+  while (end < count && slope > 0.0) {
+    end = takeWithin(d->breaks, end, count, next, tolerance, &slope, &next);
+    d->groupEnd[++groups] = end;
+  }
+  return groups;
+}
+
+// The break to stop at: in the latest group with a pivot that compares well with the largest met.
+int chooseBreak(const DualWork *d, int groups, int *group) {
+  double largest = 0.0;
+  for (int t = 0; t < d->groupEnd[groups]; t++)
+    if (d->breaks[t].size > largest) largest = d->breaks[t].size;
+  const double wanted = std::fmin(GOOD_SHARE * largest, 1.0);
+  int fallback = -1, fallbackGroup = 0;
+  for (int g = groups; g >= 1; g--) {
+    int best = -1;
+    for (int t = d->groupEnd[g - 1]; t < d->groupEnd[g]; t++) {
+      const DualBreak &b = d->breaks[t];
+      // Equal pivots fall to the lower number, so that a solve repeats.
+      if (best < 0 || b.size > d->breaks[best].size || (b.size == d->breaks[best].size && b.var < d->breaks[best].var))
+        best = t;
+    }
+    if (best < 0) continue;
+    if (d->breaks[best].size >= wanted) {
+      *group = g;
+      return best;
+    }
+    if (fallback < 0 || d->breaks[best].size > d->breaks[fallback].size) fallback = best, fallbackGroup = g;
+  }
+  *group = fallbackGroup;
+  return fallback;
+}
+
+}  // namespace
+
+DualRatio qrtczcf(SimplexWork *w, double sign, double distance) {
+  DualWork *d = w->dual;
+  const bool fresh = w->updateCount < 10;
+  const double tolerance = w->djTolerance;
+  d->flipCount = 0;
+  int count = collectBreaks(w, sign, fresh ? FRESH_PIVOT : LATER_PIVOT);
+  if (count == 0) return DUAL_UNBOUNDED;
+  count = narrow(d->breaks, count, distance, tolerance);
+  const int groups = formGroups(d, count, distance, tolerance);
+  int group;
+  const int chosen = chooseBreak(d, groups, &group);
+  const int k = d->breaks[chosen].var;
+  const double pivot = w->primal->pivotRow.value[k];
+  if (std::fabs(pivot) < TRUSTED_PIVOT && w->updateCount > 0) return DUAL_SMALL_PIVOT;
+  for (int t = 0; t < d->groupEnd[group - 1]; t++) d->flips[d->flipCount++] = d->breaks[t].var;
+  w->enterVar = k;
+  w->pivotValue = pivot;
+  w->enterDj = w->dj[k];
+  return DUAL_ENTERS;
+}
