@@ -48,6 +48,7 @@ struct DualWork {
   int costsShifted;        // 1: cost differs from the true costs
   int phase;               // 1 artificial bounds, 2 the bounds in force
   int phaseOneRuns;        // first phases of this solve
+  int reachedFeasible;     // 1: the true bounds have seen a dual feasible basis; what gets lost is mended by shifts
   int rowLengthCount;      // pivotal rows of the pass, and their total length
   double rowLengthSum;
   int cutOff;              // 1: the loop left because the objective passed Rbbcutoff
@@ -93,6 +94,9 @@ void leavePhaseOne(SimplexWork *w);
 // ---- dual_costs.cpp
 // Random shifts of the costs of nonbasics that keep reduced costs feasible, against dual degeneracy (qrtprtb, dual side).
 void dualPerturb(SimplexWork *w);
+// Shifts the costs of nonbasics whose reduced costs have the wrong sign until they are zero, those of at most `limit`
+// only; returns the number left.
+int dualShiftInfeasible(SimplexWork *w, double limit);
 // True costs and true bounds back; true when anything differed.
 bool dualRelease(SimplexWork *w);
 

@@ -10,6 +10,7 @@ namespace {
 constexpr double WEIGHT_FOR_CLEAN_UP = 1.0e-4;   // the basis is nearly optimal: infeasibilities count for more than cost
 constexpr double WEIGHT_FOR_PROOF = 1.0e-30;     // infeasibility alone: the multipliers are the proof
 constexpr int MOST_PHASE_ONES = 2;
+constexpr double ROUNDING_DJ = 1.0e-5;           // reduced costs up to this are the rounding of a first phase that succeeded
 constexpr int MOST_DOUBTS = 20;
 
 int finish(int status) {
@@ -46,9 +47,15 @@ int endPhaseOne(SimplexWork *w) {
   return DECIDE_RECHECK;
 }
 
-// Dual infeasibilities that no flip removes.
-int notDualFeasible(SimplexWork *w) {
+// Dual infeasibilities that no flip removes: mended by shifts once there was a feasible basis, else a first phase.
+// Returns DECIDE_GO_ON when they are gone.
+int mendDuals(SimplexWork *w) {
   DualWork *d = w->dual;
+  const double limit = d->reachedFeasible ? QRT_INFINITY : d->phaseOneRuns > 0 ? ROUNDING_DJ : 0.0;
+  if (dualShiftInfeasible(w, limit) == 0) {
+    d->reachedFeasible = 1;
+    return DECIDE_GO_ON;
+  }
   if (d->phaseOneRuns >= MOST_PHASE_ONES) return goOnInPrimal(w, WEIGHT_FOR_CLEAN_UP);
   enterPhaseOne(w);
   return DECIDE_RECHECK;
@@ -130,7 +137,11 @@ int dualCheckpoint(SimplexWork *w, int continued) {
     if (qrtlplp.Inumpinf == 0) return endPhaseOne(w);
     return w->rejectedCount > 0 && qrtlplp.Iiternum - w->rejectIter > 20 ? DECIDE_READMIT : DECIDE_GO_ON;
   }
-  if (qrtlplp.Inumdinf > 0) return notDualFeasible(w);
+  if (qrtlplp.Inumdinf > 0) {
+    const int decision = mendDuals(w);
+    if (decision != DECIDE_GO_ON) return decision;
+  }
+  d->reachedFeasible = 1;
   if (qrtlplp.Inumpinf == 0) return looksOptimal(w);
   if (w->rejectedCount > 0 && qrtlplp.Iiternum - w->rejectIter > 20) return DECIDE_READMIT;
   if (perturbationWanted(w)) {

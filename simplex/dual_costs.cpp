@@ -35,6 +35,31 @@ void dualPerturb(SimplexWork *w) {
   w->bestObjective = 1.0e51;
 }
 
+int dualShiftInfeasible(SimplexWork *w, double limit) {
+  const double tolerance = qrtlplp.Rtoldinf;
+  int left = 0, shifted = 0;
+  for (int k = 1; k <= w->total; k++) {
+    const uint32_t flags = w->flags[k];
+    if (flags & VAR_BASIC) continue;
+    const double dj = w->dj[k];
+    if (!((flags & VAR_UP) && dj < -tolerance) && !((flags & VAR_DOWN) && dj > tolerance)) continue;
+    if (std::fabs(dj) > limit) {
+      left++;
+      continue;
+    }
+    // A little beyond zero, so that the next rounding does not undo it; a free variable has no side to be on.
+    const double past = variableState(flags) == 3 ? 0.0 : tolerance * nextRandom();
+    const double target = dj < 0.0 ? past : -past;
+    w->cost[k] += target - dj;
+    w->dj[k] = target;
+    shifted++;
+  }
+  if (shifted > 0) w->dual->costsShifted = 1;
+  qrtchdf(w);
+  qrtobjv(w);
+  return left;
+}
+
 bool dualRelease(SimplexWork *w) {
   DualWork *d = w->dual;
   if (!d) return false;
