@@ -303,15 +303,7 @@ void carryOn(SimplexWork *w) {
     if (w->priceMode == PRICE_VALUES) distrust(w);
     return;
   }
-  qrtbtrn_row(w->factor, w->leaveRow, 1.0, &p->rho);
-  p->rowLengthSum += p->rho.count;
-  p->rowCount++;
-  if (blocks) {
-    settleTwoCosts(w, leaving);
-    if (!(w->djState & 4)) multipliers_update(w);
-    return;
-  }
-  if (p->scoreMode == SCORE_STEEPEST) {
+  if (!blocks && p->scoreMode == SCORE_STEEPEST) {
     const bool framework = referenceMode() == 2;
     for (int t = 0; t < p->alpha.count; t++) {
       const int i = p->alpha.index[t];
@@ -319,7 +311,16 @@ void carryOn(SimplexWork *w) {
       p->tau.index[p->tau.count++] = i;
       p->tau.value[i] = p->alpha.value[i];
     }
-    qrtbtrn(w->factor, &p->tau, SOLVE_TAU);
+    qrtbtn2(w->factor, w->leaveRow, 1.0, &p->rho, &p->tau, SOLVE_TAU);
+  } else {
+    qrtbtrn_row(w->factor, w->leaveRow, 1.0, &p->rho);
+  }
+  p->rowLengthSum += p->rho.count;
+  p->rowCount++;
+  if (blocks) {
+    settleTwoCosts(w, leaving);
+    if (!(w->djState & 4)) multipliers_update(w);
+    return;
   }
   weights_update(w, !(w->djState & 4));
 }
