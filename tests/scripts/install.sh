@@ -29,6 +29,10 @@ cmake -S "$source/tests/consumer" -B "$work/consumer-build" -DCMAKE_PREFIX_PATH=
 cmake --build "$work/consumer-build" > "$work/log" 2>&1 || { cat "$work/log"; exit 1; }
 "$work/consumer-build/consumer"
 
+# The example that the README shows is the one that is built here.
+sed -n '/^```c$/,/^```$/p' "$source/README.md" | sed '1d;$d' | diff - "$source/examples/power.c" || {
+  echo "README.md shows another examples/power.c"; exit 1; }
+
 for example in "$source"/examples/*.c; do
   [ -e "$example" ] || continue
   name=$(basename "$example" .c)
