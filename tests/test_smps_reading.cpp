@@ -484,32 +484,4 @@ TEST(Triples, AnObjectWithoutContextReadsToo) {
   qrts_endContext(context);
 }
 
-// ---- handles
-
-TEST(Handles, AreAnsweredWhateverTheyAre) {
-  QRTContext *context = qrts_initializeContext();
-  qrt_mset(qrt_newModel(context, ""), 7401, 256, 0, 0, 7454, 0);
-  QRTStoch *deleted = qrts_newStoch(context, "deleted", 3), *left = qrts_newStoch(context, "left", 3);
-  EXPECT_EQ(qrts_deleteStoch(deleted), 0);
-  qrt_makeThisCurrent(qrt_model(context, 0));
-  int anything[8] = {0};
-  QRTStoch *const bad[] = {nullptr, deleted, reinterpret_cast<QRTStoch *>(anything)};
-  for (QRTStoch *stoch : bad) {
-    EXPECT_EQ(qrts_deleteStoch(stoch), 2);
-    EXPECT_EQ(qrts_readSMPSData(stoch, "a", "b", "c"), -1);
-    EXPECT_EQ(qrts_getNumNodes(stoch), -1);
-    EXPECT_EQ(qrts_getNumStages(stoch), 2);
-    EXPECT_EQ(qrtse_getBaseModel(stoch), nullptr);
-    EXPECT_EQ(qrts_getCutPeriod(stoch), 0);
-    qrts_setCutPeriod(stoch, 5);
-    EXPECT_EQ(qrts_messagePrintOff(stoch, 5), -1);
-  }
-  EXPECT_EQ(anything[0], 0);
-  EXPECT_EQ(qrts_getNumStages(left), 0);
-  EXPECT_EQ(qrts_getNumScenarios(left), -1);
-  // The end of the context takes the objects that are left along.
-  EXPECT_EQ(qrts_endContext(context), 0);
-  EXPECT_EQ(qrts_getCutPeriod(left), 0);
-}
-
 }  // namespace
