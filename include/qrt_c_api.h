@@ -615,6 +615,17 @@ QRT_API int qrt_importQuadraticData(QRTModel *model, const char *filename);
 /** @brief Older name of qrt_importQuadraticData(); says so on stderr. */
 QRT_API int qrt_convertQuadratic(QRTModel *model, const char *filename);
 
+/** @brief Writes the model as an MPS file that qrt_importModel() reads. Rows and columns without a name get R0000001,
+ *  C0000001 and so on. Decimal numbers are rounded to 12 characters; binary ones keep every bit. A file of that name is
+ *  replaced once the new one is whole.
+ *  @param filename path; null or empty write "tempfile".  @param format 1 decimal, 2 binary numbers.  @param entries
+ *  pairs of name and number on a card, 1 or 2 (names of more than 12 characters leave room for one).
+ *  @return 0; 200 when the file cannot be opened, 21 when it cannot be written or the model is scaled, both only with
+ *  raised message limits; 999 after a fatal error. */
+QRT_API int qrt_exportModel(QRTModel *model, const char *filename, int format, int entries);
+/** @brief Older name of qrt_exportModel(); says so on stderr. */
+QRT_API int qrt_outMatrix(QRTModel *model, const char *filename, int format, int entries);
+
 /* ---- preparation ---------------------------------------------------------------------------------------- */
 
 /** @brief Scales the matrix, by geometric passes, so that its elements lie near 1.
