@@ -625,6 +625,22 @@ QRT_API int qrt_convertQuadratic(QRTModel *model, const char *filename);
 QRT_API int qrt_exportModel(QRTModel *model, const char *filename, int format, int entries);
 /** @brief Older name of qrt_exportModel(); says so on stderr. */
 QRT_API int qrt_outMatrix(QRTModel *model, const char *filename, int format, int entries);
+/** @brief Writes the basis as cards that qrt_importBasis() reads.
+ *  @param filename path; null or empty write "tempfile".  @param format 1 the basis alone, 2 with the values of basic
+ *  variables and of nonbasic columns that stand at no bound.  @param numbers 1 decimal, 2 binary.
+ *  @return as qrt_exportModel(). */
+QRT_API int qrt_exportBasis(QRTModel *model, const char *filename, int format, int numbers);
+/** @brief Reads a basis: the one named by Cbasis when that is not blank, else the first of the file. Cards that name
+ *  no row or column of the model are skipped; rows not named become basic, columns not named go to the bound nearest
+ *  to zero. A basis of the wrong size is mended by the next solve.
+ *  @param filename path; null or empty read "tempfile".
+ *  @return 0; 200 when the file cannot be opened, 21 when it holds no such basis (the model is left as it was), both
+ *  only with raised message limits; 999 after a fatal error. */
+QRT_API int qrt_importBasis(QRTModel *model, const char *filename);
+/** @brief Older name of qrt_exportBasis(); says so on stderr. */
+QRT_API int qrt_outBasis(QRTModel *model, const char *filename, int format, int numbers);
+/** @brief Older name of qrt_importBasis(); says so on stderr. */
+QRT_API int qrt_inBasis(QRTModel *model, const char *filename);
 
 /* ---- preparation ---------------------------------------------------------------------------------------- */
 

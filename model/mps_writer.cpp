@@ -19,7 +19,7 @@ namespace {
 constexpr double EQUAL = 1.0e-12;
 constexpr int MSG_USING_NAME = 33;
 enum : int { SET_OF_MODEL = 0, SET_OF_OBJECTIVE = 1, SET_OF_RHS = 2, SET_OF_RANGE = 3, SET_OF_BOUND = 4 };
-enum RowKind : char { KIND_FREE, KIND_L, KIND_G, KIND_E, KIND_RANGED };
+enum RowKind : char { KIND_FREE, KIND_L, KIND_G, KIND_E, KIND_RANGED, KIND_RANGED_G };
 enum RunKind : char { RUN_INTEGERS = 1, RUN_S1 = 2, RUN_S2 = 3 };
 
 // One export; arrays on the temporary chain.
@@ -36,11 +36,30 @@ struct Export {
 
 bool finite(double bound) { return std::fabs(bound) < QRT_INFINITE_TEST; }
 
+// The range that gives the one bound from the other exactly as the reader computes it, where there is such a number;
+// `from` is the upper bound (L rows: from - range) or the lower one (G rows: from + range).
+double rangeBetween(double lower, double upper, bool fromUpper, bool *exact) {
+  const double range = upper - lower;
+  const double near[3] = {range, std::nextafter(range, 0.0), std::nextafter(range, QRT_INFINITY)};
+  for (const double r : near)
+    if (fromUpper ? upper - r == lower : lower + r == upper) {
+      *exact = true;
+      return r;
+    }
+  *exact = false;
+  return range;
+}
+
+// A ranged row is an L row, unless only as a G row both its bounds come back to the last bit.
 RowKind kindOf(double lower, double upper) {
   if (!finite(lower) && !finite(upper)) return KIND_FREE;
   if (!finite(lower)) return KIND_L;
   if (!finite(upper)) return KIND_G;
-  return upper - lower <= EQUAL ? KIND_E : KIND_RANGED;
+  if (upper - lower <= EQUAL) return KIND_E;
+  bool asL, asG;
+  rangeBetween(lower, upper, true, &asL);
+  rangeBetween(lower, upper, false, &asG);
+  return !asL && asG ? KIND_RANGED_G : KIND_RANGED;
 }
 
 // A name as it goes to a card: of the model, or made from the number counted from 1.
@@ -126,7 +145,7 @@ void putRows(Export *x) {
   cards_section(&x->cards, "ROWS", nullptr, nullptr);
   qrtoucd(&x->cards, " N  ", nameOf(x->objective), nullptr, nullptr, nullptr, nullptr);
   for (int i = 0; i < model->Inumrows; i++) {
-    static const char heads[][5] = {" N  ", " L  ", " G  ", " E  ", " L  "};
+    static const char heads[][5] = {" N  ", " L  ", " G  ", " E  ", " L  ", " G  "};
     char buffer[40];
     qrtoucd(&x->cards, heads[kindOf(model->lower[i], model->upper[i])], nameFor(x, true, i, buffer), nullptr, nullptr,
             nullptr, nullptr);
@@ -168,7 +187,7 @@ int putRhs(Export *x) {
     cards_pair(&x->cards, "    ", set, nameOf(x->objective), qrtlplp.RobjectiveOffset);
   for (int i = 0; i < model->Inumrows; i++) {
     const RowKind kind = kindOf(model->lower[i], model->upper[i]);
-    ranged += kind == KIND_RANGED;
+    ranged += kind >= KIND_RANGED;
     if (kind == KIND_FREE) continue;
     const double value = kind == KIND_L || kind == KIND_RANGED ? model->upper[i] : model->lower[i];
     char buffer[40];
@@ -178,22 +197,16 @@ int putRhs(Export *x) {
   return ranged;
 }
 
-// The range that the reader subtracts from the upper bound to find the lower one again, where there is such a number.
-double rangeOf(double lower, double upper) {
-  const double range = upper - lower;
-  const double near[3] = {range, std::nextafter(range, 0.0), std::nextafter(range, QRT_INFINITY)};
-  for (const double r : near)
-    if (upper - r == lower) return r;
-  return range;
-}
-
 void putRanges(Export *x) {
   const QRTModel *model = x->model;
   cards_section(&x->cards, "RANGES", nullptr, nullptr);
   for (int i = 0; i < model->Inumrows; i++) {
     char buffer[40];
-    if (kindOf(model->lower[i], model->upper[i]) == KIND_RANGED)
-      cards_pair(&x->cards, "    ", nameOf(x->range), nameFor(x, true, i, buffer), rangeOf(model->lower[i], model->upper[i]));
+    const RowKind kind = kindOf(model->lower[i], model->upper[i]);
+    if (kind < KIND_RANGED) continue;
+    bool exact;
+    const double range = rangeBetween(model->lower[i], model->upper[i], kind == KIND_RANGED, &exact);
+    cards_pair(&x->cards, "    ", nameOf(x->range), nameFor(x, true, i, buffer), range);
   }
   cards_flush(&x->cards);
 }
@@ -234,6 +247,8 @@ void putBounds(Export *x) {
 void putQuadratic(Export *x) {
   const QRTModel *model = x->model;
   if (model->Inumquadraticblocks == 0) return;
+  // A reader of linear programs stops at this card, one of quadratic terms goes on behind it.
+  cards_section(&x->cards, "NAME", nullptr, x->cards.binary ? "BINARY" : nullptr);
   cards_section(&x->cards, "QSECTION", nullptr, nullptr);
   auto put = [x](int row, int column, double value) {
     char first[40], second[40];
