@@ -7,11 +7,13 @@
 //     L   column etas of the elimination: eta e takes lValue * x[lPivotRow[e]] from the rows lIndex.
 //         lStart, lIndex, lValue by eta for FTRAN; a row-ordered copy lRowStart, lRowIndex, lRowValue for BTRAN.
 //     R   row etas, one an update: eta e takes the sum of rValue * x[rIndex] from row rRow[e].
+//         When the elimination ended dense, its last rows form a tail: what L and U hold among them lies in two dense
+//         triangles, tailLower and tailUpper.
 //     U   upper triangular in the order `order`: U[i][j] with i before j. Kept twice, without its diagonal:
 //         by rows (rowStart, rowLen, elemCol, elemValue) for BTRAN, by columns (uColStart, uColLen, uColRow,
 //         uColValue) for FTRAN. The diagonal stands inverted in pivotInverse.
 //     order   the pivot order as a list of rows. An update takes a row out (its place holds 0) and appends it at
-//             the end. A row whose column of U is a unit vector may still be coupled by its row of U.
+//             the end. In it come logicals, singletons, nucleus, dense tail, and the rows that updates have moved.
 //
 // The elimination is right-looking with Markowitz counts and threshold pivoting, after singletons have been peeled
 // off without arithmetic (Suhl and Suhl 1990); the update is that of Forrest and Tomlin (1972); sparse solves find
@@ -46,7 +48,7 @@ enum FactorResult : int32_t {
 enum UpdateResult : int32_t {
   UPDATE_GOOD = 0,
   UPDATE_REFACTOR = 2,     // step kept, the factor is updated: factorise right after this step
-  UPDATE_FAILED = 3        // the step must be undone; the factor is no longer valid
+  UPDATE_FAILED = 3        // the step must be undone; the factor is still that of the basis before it
 };
 
 // Kinds of solves. Each keeps a running mean of its result's density, from which the next one of its kind chooses
@@ -117,8 +119,8 @@ void qrtftrn_dense(Factor *factor, double *value);
 
 // BTRAN: x := B^-T x. As for FTRAN.
 void qrtbtrn(Factor *factor, SparseVector *x, SolveKind kind);
-// BTRAN of `scale` times the unit vector of `row` into x, which comes in empty. The part of it that an update of this row needs is kept,
-// so that a qrtetsj of the same row before any other update saves its own solve.
+// BTRAN of `scale` times the unit vector of `row` into x, which comes in empty. The part of it that an update of this
+// row needs is kept, so that a qrtetsj of the same row before any other update saves its own solve.
 void qrtbtrn_row(Factor *factor, int row, double scale, SparseVector *x);
 // BTRAN of a plain array value[1..m].
 void qrtbtrn_dense(Factor *factor, double *value);
@@ -127,7 +129,8 @@ void qrtbtn2(Factor *factor, int row, double scale, SparseVector *x, SparseVecto
 
 // Forrest-Tomlin update: the column kept by the last qrtftrn_ft becomes basic in `row`. pivotValue is that column's
 // entry of `row` after FTRAN; the new diagonal must agree with it. iterationsSinceFactor decides between the results
-// 2 and 3 when it does not. A factor with no room for another update answers 2 beforehand with the step done.
+// 2 and 3 when it does not. Without a kept column the result is 3. There is always room for one more update: stores
+// grow, and it is for the caller to ask for a new factorisation when updates have made solves dear.
 UpdateResult qrtetsj(Factor *factor, int row, double pivotValue, int iterationsSinceFactor);
 
 // Copy of a factor with all it holds, for repeated duals; free it by factor_free.

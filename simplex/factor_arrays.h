@@ -6,6 +6,15 @@
 
 #include "simplex/factor.h"
 
+enum : int { MSG_OVERWRITTEN = 158 };  // a structure of the factor contradicts itself
+
+// Debug builds look through the whole factor after a factorisation and now and then after an update.
+#ifdef QRT_SELF_CHECKS
+void factor_selfCheck(const Factor *factor);
+#else
+inline void factor_selfCheck(const Factor *) {}
+#endif
+
 // Parallel arrays of indices and (unless the store holds indices only) values.
 struct ElementStore {
   int32_t *index;     // [capacity] owned, guarded

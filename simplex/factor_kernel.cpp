@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "frame/messages.h"
 #include "simplex/factor_arrays.h"
 
 namespace {
@@ -61,13 +62,18 @@ void unlinkColumn(FactorArrays *a, int c) {
   a->columnPrev[c] = NOT_LINKED;
 }
 
-// Takes row i off the list of column c.
+// Takes row i off the list of column c. A row that is not there can only mean that memory was overwritten.
 void removeFromColumn(FactorArrays *a, int c, int i) {
   int32_t *list = a->columnElements.index + a->activeColumns.start[c];
-  const int last = --a->activeColumns.length[c];
+  const int last = a->activeColumns.length[c] - 1;
   int q = 0;
-  while (list[q] != i) q++;
+  while (q <= last && list[q] != i) q++;
+  if (q > last) {
+    qrtmesg_no(MSG_OVERWRITTEN);
+    return;
+  }
   list[q] = list[last];
+  a->activeColumns.length[c] = last;
 }
 
 void addToColumn(FactorArrays *a, int c, int i) {

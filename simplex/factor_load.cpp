@@ -125,6 +125,7 @@ FactorResult qrtlfct(Factor *factor, const BasisMatrix *matrix, int nBasic, cons
   if (factor->repairCount && !repair) return FACTOR_NO_PIVOT;
   qrtshfv(factor);
   factor->valid = 1;
+  factor_selfCheck(factor);
   std::memcpy(basicOfRow + 1, a->basicInRow + 1, size_t(factor->m) * sizeof(int32_t));
   return factor->repairCount ? FACTOR_REPAIRED : FACTOR_GOOD;
 }

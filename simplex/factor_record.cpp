@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "frame/guarded_memory.h"
+#include "frame/messages.h"
 #include "simplex/factor_arrays.h"
 
 namespace {
@@ -419,3 +420,9 @@ double factor_residual(Factor *factor, const BasisMatrix *matrix, const int32_t 
   qrt__free(b);
   return worst;
 }
+
+#ifdef QRT_SELF_CHECKS
+void factor_selfCheck(const Factor *factor) {
+  if (const char *fault = factor_check(factor)) qrtmesg_no_q1(MSG_OVERWRITTEN, fault, -1);
+}
+#endif

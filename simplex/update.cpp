@@ -194,5 +194,6 @@ UpdateResult qrtetsj(Factor *factor, int row, double pivotValue, int iterationsS
   factor->updateCount++;
   a->spikeCount = -1;
   a->keptEtaRow = 0;
+  if (factor->updateCount % 16 == 1) factor_selfCheck(factor);
   return result;
 }
