@@ -44,7 +44,7 @@ static int writeTable(StochData *sdata, const char *file) {
 static int moveStore(StochData *sdata, const char *file) {
   static const char *const name = "qrts_write2NativeData";
   if (recordFile_move(sdata->file->name, file) != 0) return saveFault(file);
-  std::strcpy(sdata->file->disposition, "SAVE");
+  recordFile_setDisposition(sdata->file, "SAVE");
   RecordFile *old = sdata->file;
   sdata->file = nullptr;
   qrts_VRFileFree(name, old);
@@ -62,7 +62,7 @@ int qrts_write2NativeData(QRTStoch *stoch, const char *file) {
   announce("Copying stochastic data to", file);
   if (writeTable(stoch->sdata, file) != 0) return 1;
   if (std::strcmp(file, stoch->sdata->file->name) != 0) return moveStore(stoch->sdata, file);
-  std::strcpy(stoch->sdata->file->disposition, "SAVE");
+  recordFile_setDisposition(stoch->sdata->file, "SAVE");
   return 0;
 }
 

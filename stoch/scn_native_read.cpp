@@ -227,7 +227,7 @@ int qrts_read2NativeData(QRTStoch *stoch, const char *file, int announce, int te
     qrts_VRCheckRt(name, "", VREC_EMPTY_NAME);
     return 1;
   }
-  if (temporary) std::strcpy(sdata->file->disposition, "DELETE");
+  if (temporary) recordFile_setDisposition(sdata->file, "DELETE");
   const struct { void (*read)(int *, StochData *); const char *fault; } pieces[] = {
       {qrtbingtci, "\n Error reading CORE information from KVF file !"},
       {qrtbingtsi, "\n Error reading SCENARIO information from KVF file !"},

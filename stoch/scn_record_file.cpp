@@ -45,9 +45,38 @@ void qrts_VRCheckStop(const char *caller, const RecordFile *file, int rc) {
   if (qrts_VRCheckRt(caller, file ? file->name : "", rc) >= 2) qrts_endProcess(2);
 }
 
+// ---- temporary files ----------------------------------------------------------------------------------------
+
+static RecordFile *temporaries = nullptr;
+
+static void removeTemporaries() {
+  for (const RecordFile *file = temporaries; file != nullptr; file = file->nextTemporary)
+    if (file->process == getpid()) unlink(file->name);
+}
+
+static void unchain(const RecordFile *file) {
+  for (RecordFile **link = &temporaries; *link != nullptr; link = &(*link)->nextTemporary)
+    if (*link == file) {
+      *link = file->nextTemporary;
+      return;
+    }
+}
+
+void recordFile_setDisposition(RecordFile *file, const char *disposition) {
+  static bool registered = false;
+  std::snprintf(file->disposition, sizeof file->disposition, "%s", disposition);
+  unchain(file);
+  if (std::strcmp(disposition, "DELETE") != 0) return;
+  file->process = getpid();
+  file->nextTemporary = temporaries;
+  temporaries = file;
+  if (!registered) registered = std::atexit(removeTemporaries) == 0;
+}
+
 // ---- open and close -----------------------------------------------------------------------------------------
 
 static void freeRecordFile(RecordFile *file) {
+  unchain(file);
   std::free(file->directory);
   std::free(file->name);
   std::free(file);
@@ -95,7 +124,7 @@ RecordFile *qrts_VRFileOpen(const char *caller, const char *name, const char *st
   RecordFile *file = static_cast<RecordFile *>(qrts__alloc(caller, sizeof(RecordFile), 0));
   file->directory = static_cast<int *>(qrts__alloc(caller, DIRECTORY_WORDS * int(sizeof(int)), 0));
   file->name = named ? strdup(name) : recordFile_temporaryName();
-  std::strcpy(file->disposition, temporary ? "DELETE" : "SAVE");
+  recordFile_setDisposition(file, temporary && file->name != nullptr ? "DELETE" : "SAVE");
   file->stampSize = STAMP_BYTES;
   file->stampRecord = 1;
   file->dirWidth = int(sizeof(int));

@@ -131,7 +131,7 @@ int virtualFile_closeStream(VirtualFile *f);
 struct RecordFile {
   char *name;              // owned
   VirtualFile *handle;     // owned
-  char disposition[8];     // "SAVE" or "DELETE": what closing does
+  char disposition[8];     // "SAVE" or "DELETE": what closing does; changed by recordFile_setDisposition()
   int32_t stampSize;       // 128
   int32_t stampRecord;     // 1
   int32_t *directory;      // [dirCount] record numbers, 0 for not yet written; owned
@@ -142,12 +142,16 @@ struct RecordFile {
   int32_t dataWord;        // 1: first record of the core's data
   int32_t scenarioWord;    // 2: scenario table
   int32_t nodeWord;        // 3: node table
+  RecordFile *nextTemporary;  // the open files to be deleted are chained, for a process that ends without closing them
+  int32_t process;            // that opened it: a child that ends must not delete it
 };
 
 // Opens with status "TMP" (removed at the close; null or empty name: a fresh file in /tmp), "OLD" or "NEW".
 // Null for a bad status or a missing name. A failure of the record layer ends the process with code 2.
 // `caller` is the name that messages show as the subroutine.
 RecordFile *qrts_VRFileOpen(const char *caller, const char *name, const char *status);
+// "SAVE" or "DELETE". A file to be deleted goes at the close or when the process that opened it ends by exit().
+void recordFile_setDisposition(RecordFile *file, const char *disposition);
 // Closes by the disposition and frees; null is ignored.
 void qrts_VRFileFree(const char *caller, RecordFile *file);
 // 0 for success; 1 and 2 as they are; else issues the message of the code and answers 2.

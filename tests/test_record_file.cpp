@@ -352,6 +352,20 @@ TEST(RecordFile, DirectoryAndDispositions) {
   qrts_VRFileFree("test", file);
   EXPECT_NE(access(temporary.c_str(), F_OK), 0) << "a temporary file goes at the close";
 
+  // a process that ends without closing leaves none behind, unless it is a child of the one that opened it
+  Scratch name;
+  EXPECT_EXIT(
+      {
+        name.write(qrts_VRFileOpen("test", nullptr, "TMP")->name);
+        std::exit(3);
+      },
+      testing::ExitedWithCode(3), "");
+  EXPECT_NE(access(name.bytes().c_str(), F_OK), 0);
+  file = qrts_VRFileOpen("test", nullptr, "TMP");
+  EXPECT_EXIT(std::exit(4), testing::ExitedWithCode(4), "");
+  EXPECT_EQ(access(file->name, F_OK), 0);
+  qrts_VRFileFree("test", file);
+
   file = qrts_VRFileOpen("test", scratch.path.c_str(), "NEW");
   file->directory[2] = recordFile_append("test", file, "table", 5);
   recordFile_save("test", file);
