@@ -35,6 +35,12 @@ void freeArrays(QRTMatrixCopy *copy) {
   memset(copy, 0, sizeof *copy);
 }
 
+void dropSolverScales(ModelMatrixCopies *copies) {
+  qrt_free(copies->solverScales);
+  copies->solverScales = nullptr;
+  copies->solverScaled = 0;
+}
+
 // The model's record, emptied when it was made of an older matrix.
 ModelMatrixCopies *currentCopies(QRTModel *model) {
   if (!model->rowColumnCopy)
@@ -43,6 +49,7 @@ ModelMatrixCopies *currentCopies(QRTModel *model) {
   if (copies->version != model->matrixVersion || copies->nRows != model->Inumrows || copies->nColumns != model->Inumcols) {
     freeArrays(&copies->row);
     freeArrays(&copies->column);
+    dropSolverScales(copies);
     copies->version = model->matrixVersion;
     copies->nRows = model->Inumrows;
     copies->nColumns = model->Inumcols;
@@ -95,6 +102,7 @@ void releaseMatrixCopies(QRTModel *model) {
   if (!model->rowColumnCopy) return;
   freeArrays(&model->rowColumnCopy->row);
   freeArrays(&model->rowColumnCopy->column);
+  dropSolverScales(model->rowColumnCopy);
   qrt_free(model->rowColumnCopy);
   model->rowColumnCopy = nullptr;
 }

@@ -151,6 +151,9 @@ struct ModelMatrixCopies {
   QRTMatrixCopy column;  // [Inumcols + 1] starts, row numbers
   int32_t version;       // matrixVersion they were made of
   int32_t nRows, nColumns;
+  // factors the simplex chose for the column copy: 0 not looked at yet, 1 none needed, 2 they stand in solverScales
+  int32_t solverScaled;
+  double *solverScales;   // [Inumrows + Inumcols] rows, then columns; guarded
 };
 const QRTMatrixCopy *currentRowCopy(QRTModel *model);
 const QRTMatrixCopy *currentColumnCopy(QRTModel *model);

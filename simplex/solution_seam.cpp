@@ -86,8 +86,20 @@ void setScales(SimplexWork *w, const QRTMatrixCopy *copy, int scaleInside, doubl
     return;
   }
   if (scaleInside) {
-    double *work = array<double>(w, 2 * int64_t(w->m));
-    if (chooseScales(w->m, w->n, copy->starts, copy->indices, copy->elements, rowScale, columnScale, work)) w->scaled = 1;
+    // Factors depend on the matrix alone: a model solved again finds those of the first time.
+    ModelMatrixCopies *kept = model->rowColumnCopy;
+    if (kept->solverScaled == 0) {
+      double *factors = static_cast<double *>(guardedAllocate(int64_t(w->m) + w->n + 1, int64_t(sizeof(double))));
+      double *work = array<double>(w, 2 * int64_t(w->m));
+      const bool chosen = chooseScales(w->m, w->n, copy->starts, copy->indices, copy->elements, factors, factors + w->m, work);
+      kept->solverScales = factors;
+      kept->solverScaled = chosen ? 2 : 1;
+    }
+    if (kept->solverScaled == 2) {
+      std::memcpy(rowScale, kept->solverScales, size_t(w->m) * sizeof(double));
+      std::memcpy(columnScale, kept->solverScales + w->m, size_t(w->n) * sizeof(double));
+      w->scaled = 1;
+    }
   }
   for (int i = 1; i <= w->m; i++) w->varScale[i] = 1.0 / rowScale[i - 1];
   for (int j = 1; j <= w->n; j++) w->varScale[w->m + j] = columnScale[j - 1];
