@@ -51,8 +51,8 @@ int afterDecision(SimplexWork *w, int decision) {
 // Dual where the start is dual feasible or nearly so, and the shape does not speak against it; primal otherwise.
 bool dualSuits(const SimplexWork *w) {
   const double pinf = qrtlplp.Inumpinf, dinf = qrtlplp.Inumdinf, m = w->m, n = w->n;
-  if (dinf == 0 && n < 3.0 * m) return true;
   if (pinf == 0) return false;
+  if (dinf == 0 && n < 3.0 * m) return true;
   return 4.0 * dinf * n < pinf * m || qrtlplp.Rsumdinf < 0.0001 * qrtlplp.Rsumpinf || (dinf * n < 2.0 * pinf * m && n < 1.5 * m);
 }
 

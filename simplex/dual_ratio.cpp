@@ -77,11 +77,15 @@ double leastRelaxed(const DualBreak *breaks, int count, double tolerance) {
   return least;
 }
 
+// A step that reached nothing, because rounding ate the tolerance, is made a little longer.
+double longerStep(double step) { return step * (1.0 + 1.0e-9) + 1.0e-12; }
+
 // A few rounds with steps growing tenfold leave only the breaks that the groups can reach.
 int narrow(DualBreak *breaks, int count, double distance, double tolerance) {
   double slope = distance, next = leastRelaxed(breaks, count, tolerance);
   int end = 0;
-  while (end < count && slope > 0.0) end = takeWithin(breaks, end, count, 10.0 * next + 1.0e-7, tolerance, &slope, &next);
+  while (end < count && slope > 0.0 && next < QRT_INFINITY)
+    end = takeWithin(breaks, end, count, 10.0 * next + 1.0e-7, tolerance, &slope, &next);
   return end;
 }
 
@@ -90,9 +94,12 @@ int formGroups(DualWork *d, int count, double distance, double tolerance) {
   double slope = distance, next = leastRelaxed(d->breaks, count, tolerance);
   int groups = 0, end = 0;
   d->groupEnd[0] = 0;
-  while (end < count && slope > 0.0) {
-    end = takeWithin(d->breaks, end, count, next, tolerance, &slope, &next);
-    d->groupEnd[++groups] = end;
+  while (end < count && slope > 0.0 && next < QRT_INFINITY) {
+    const int before = end;
+    const double step = next;
+    end = takeWithin(d->breaks, end, count, step, tolerance, &slope, &next);
+    if (end > before) d->groupEnd[++groups] = end;
+    else next = longerStep(step);
   }
   return groups;
 }
@@ -136,6 +143,7 @@ DualRatio qrtczcf(SimplexWork *w, double sign, double distance) {
   const int groups = formGroups(d, count, distance, tolerance);
   int group;
   const int chosen = chooseBreak(d, groups, &group);
+  if (chosen < 0) return DUAL_SMALL_PIVOT;  // numbers beyond all reason
   const int k = d->breaks[chosen].var;
   const double pivot = w->primal->pivotRow.value[k];
   if (std::fabs(pivot) < TRUSTED_PIVOT && w->updateCount > 0) return DUAL_SMALL_PIVOT;
