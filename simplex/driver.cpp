@@ -332,8 +332,11 @@ void finalRecomputation(SimplexWork *w) {
   qrtlplp.Iprobstat = status;
 }
 
-void setSecondStatus() {
-  qrtlplp.Iprobstat2 = qrtlplp.Iprobstat == 0 ? 0 : qrtlplp.Iprobstat == 1 ? 3 : -1;
+constexpr int SECOND_STATUS_CUTOFF = 11;
+
+void setSecondStatus(const SimplexWork *w) {
+  const bool cut = w && w->dual && w->dual->cutOff && qrtlplp.Iprobstat == 1;
+  qrtlplp.Iprobstat2 = cut ? SECOND_STATUS_CUTOFF : qrtlplp.Iprobstat == 0 ? 0 : qrtlplp.Iprobstat == 1 ? 3 : -1;
 }
 
 void zeroInfeasibilities() {
@@ -365,7 +368,7 @@ void leave(SimplexWork *w, LegResult *leg) {
                     (status == 0 && largestOutsideViolation(w) > qrtlplp.Rtolpinf) ||
                     (status == 1 && qrtlplp.Rsumpinf <= qrtlplp.Rtolpinf);
   if (leg->code == 0) zeroInfeasibilities();
-  setSecondStatus();
+  setSecondStatus(w);
 }
 
 LegResult runLeg(QRTModel *model, int algorithm, int init, int coreMode, int kind) {

@@ -120,10 +120,9 @@ void switchToPrimal(SimplexWork *w, double weight) {
 int dualCheckpoint(SimplexWork *w, int continued) {
   (void)continued;
   DualWork *d = dualWork(w);
-  if (d->cutOff) {
-    qrtlplp.Iprobstat2 = 11;
-    return finish(1);
-  }
+  if (d->cutOff) return finish(1);
+  // After a proof of infeasibility the check has made the multipliers of the proof: they say nothing about costs.
+  if (qrtlplp.Iprobstat == 1) return statusOfLoop(w);
   const int moved = makeDualFeasible(w);
   // Flips that repair the outcome of a pass mean that the values are no longer those its status was about.
   if (moved > 0 && qrtlplp.Iprobstat >= 0) qrtlplp.Iprobstat = -1;
