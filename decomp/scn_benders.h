@@ -16,6 +16,7 @@
 // Recourse columns theta_j carry sense * z_j; the total has cost `sense` and therefore bounds the program in both senses.
 #pragma once
 
+#include "include/qrts_c_api.h"
 #include "stoch/scn_generation.h"
 #include "stoch/scn_object.h"
 #include "stoch/scn_stoc.h"
@@ -132,9 +133,10 @@ struct DualBound {
   double size;              // sum of the sizes of its terms
   bool needsInfinity;       // a multiplier above the tolerance asks for an infinite bound: D is useless
 };
-// y [rows], d [columns] in the signs above; bounds of the first nReal columns and of all rows. Multipliers up to `tol`
-// in size are left out where they ask for an infinite bound.
-DualBound dualBound(const BoundSet *bounds, int nRows, int nReal, const double *y, const double *d, double tol);
+// Multipliers rowSign * rows[] and d[] in the signs above; bounds of the first nReal columns and of all rows. Multipliers
+// up to `tol` in size are left out where they ask for an infinite bound.
+DualBound dualBound(const BoundSet *bounds, int nRows, int nReal, const double *rows, double rowSign, const double *d,
+                    double tol);
 // Right-hand side of a cut at a proposal: gradientTerm = sum of d_k xhat_k over the virtual columns, value = sense * z
 // (type 0) or the sum of infeasibilities (type 1). -D where it can be had and both forms agree; else the weaker one,
 // which is valid; along a ray only -D holds.
@@ -180,19 +182,15 @@ void qrtbenders_Cgetprop(QRTStoch *sub, double *colUpper, double *colLower);
 void fixVirtualColumns(QRTStoch *sub, const int *nodes, int nNodes, const double *values, double *colUpper, double *colLower);
 void qrtbenders_Cputstat(QRTStoch *model, int code, double value);
 int qrtbenders_Cgetstat(QRTStoch *model, int buffer, int *code, int *seq, double *value);
-// Packs and queues a cut from row duals and reduced costs (type 0) or infeasibility multipliers (type 1): dual are the
-// negated duals, or the negated qrt_rowaux; value as in cutRightHandSide but in the sense of the program.
-void qrtbenders_Cputcut(QRTStoch *sub, int alongRay, int type, double tol, const double *rcost, const double *dual,
+// Packs and queues a cut from reduced costs and row duals (type 0), or from qrt_colaux and qrt_rowaux (type 1), both as
+// the solver left them; value is the objective value or the sum of infeasibilities. The subproblem's weight is applied
+// to type 0 here.
+void qrtbenders_Cputcut(QRTStoch *sub, int alongRay, int type, double tol, const double *rcost, const double *rows,
                         const double *colsol, double value, double sense);
 // Takes the next cut into the master's record; *subId 0: none.
 void qrtbenders_Cgetcut(QRTStoch *master, int *type, int *subId, double *rhs);
 // Collects statuses and cuts; the cuts become rows in one batch. 0 or a store's code.
 int qrtbenders_Cchkslvs(QRTStoch *master);
+// The part of it that takes the cuts (scn_cut_rows.cpp).
+int takeCuts(QRTStoch *master);
 int qrtbenders_Cchkprop(QRTStoch *master);
-// User exits: 11 before each solve of a subproblem, 12 at each gap test.
-extern "C" {
-void QRTSBNDU1(int *cycle, int *solves);
-void QRTSBNDU2(double *gap);
-void qrtsbndu1(int *cycle, int *solves);
-void qrtsbndu2(double *gap);
-}

@@ -199,11 +199,64 @@ QRT_API int qrts_getScenarioDistribution(QRTStoch *stoch, int count, int *ids, d
 
 /* ---- decomposition --------------------------------------------------------------------------------------- */
 
+/** @brief Cuts the tree at a stage into a master and subproblems; a list that exists is deleted first.
+ *  @param stage  from 1; the master holds the stages before it and the first group of subtrees. Groups: as many as
+ *  nodes of the stage, but at most qrts_getMaxsubmodels(). A value below 1 ends the process with exit(0).
+ *  @return number of models; -1 when the cut fails; 0 when the whole model can't be filled; -2 for a bad handle. */
+QRT_API int qrtse_decomposeCutAtStage(QRTStoch *stoch, int stage);
+/** @brief Cuts the tree into connected models of at least so many rows, where the tree allows. @return as above. */
+QRT_API int qrtse_decomposeCutByRowSize(QRTStoch *stoch, int minNumRows);
+/** @brief Cuts the tree into at most so many connected models of about equal size. @return as above. */
+QRT_API int qrtse_decomposeCutByNodeSize(QRTStoch *stoch, int maxsubmodels);
 /** @brief The submodels of a decomposition, owned by the object. @return null with a warning on stdout when there are
  *  none, and for a bad handle. */
 QRT_API QRTStoch **qrts_getSubmodels(QRTStoch *stoch);
 /** @brief Number of submodels, -1 without a decomposition. */
 QRT_API int qrts_getNsubmodels(QRTStoch *stoch);
+
+/** @brief Solves by the L-shaped method: cut at qrts_getCutPeriod(), one cut a subproblem and cycle.
+ *
+ *  Ends when the value of the last proposal and the master's estimate differ by less than qrts_getRelOptimalityGap() of
+ *  their size, or no subproblem has a new cut; then the solution is gathered into the described model, where the getters
+ *  find it, and a simplex solve of the whole follows unless qrts_setFinalSimplexSolverOff(). Afterwards
+ *  qrts_getRelOptimalityGap() shows the gap reached; a later run uses the gap last set. The models of the cut are gone.
+ *  A run that ends at qrts_getMaxiter() leaves as objective value the master's bound, not the value of the point gathered.
+ *  @param mode  1 starts from the solution of the described model, 0 afresh; any other value ends the process with exit(0).
+ *  @return 0; 1 without a valid cut (status 3) or when a model did not solve; a solver's code of 2 or more. */
+QRT_API int qrts_bendersLSolve(QRTStoch *stoch, int mode);
+
+/** @brief What a cycle of a decomposition tells. */
+typedef struct QRTSCycle {
+  int cycle;       /**< from 1 */
+  double lower;    /**< proven bounds on the optimum; -1e31 and 1e31 while there is none */
+  double upper;
+  double gap;      /**< relative, of the method's own test; 1e31 while there is none */
+  int cuts;        /**< added in this cycle */
+  int totalCuts;
+  double seconds;  /**< process time since the method began */
+} QRTSCycle;
+/** @brief Called after each cycle with data that live as long as the call. @return non-zero to end the run there with
+ *  status 3 and the solution gathered. */
+typedef int (*QRTSCycleCallBack)(const QRTSCycle *cycle, void *data);
+/** @brief Registers the function that each cycle of the object is told to, null for none. */
+QRT_API void qrts_setCycleCallBack(QRTStoch *stoch, QRTSCycleCallBack callback, void *data);
+
+/** @brief A user exit; which arguments it gets depends on the exit. */
+typedef int (*QRTSUserExit)(void *first, void *second);
+/** @brief Registers a user exit: *which 11 is told of each solve of a subproblem (int *cycle, int *solves so far), 12 of
+ *  each gap test (double *gap, null). Other numbers store nothing. @return *which. */
+QRT_API int qrts_rgcb(int *which, QRTSUserExit function);
+/** @brief Clears it again. @return *which. */
+QRT_API int qrts_clcb(int *which);
+/** @brief The exits in force while none is registered; they do nothing. An application's functions of these names take
+ *  their place. @return 0. */
+QRT_USER_EXIT int QRTSBNDU1(int *cycle, int *solves);
+QRT_USER_EXIT int QRTSBNDU2(double *gap);
+/** @brief Covers of the two under other names. */
+QRT_API int qrtsbndu1(int *cycle, int *solves);
+QRT_API int qrtsbndu2(double *gap);
+QRT_API int qrtsbndu1_(int *cycle, int *solves);
+QRT_API int qrtsbndu2_(double *gap);
 
 /* ---- options (a bad handle is ignored; getters then give 0) ---------------------------------------------- */
 

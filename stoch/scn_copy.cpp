@@ -108,7 +108,7 @@ static bool copyLists(QRTStoch *target, const QRTStoch *source) {
 
 static void copySettings(QRTStoch *target, const QRTStoch *source) {
   target->nSubmodels = -1;  // the submodels themselves stay with the source
-  target->cutWord = source->cutWord;
+  target->masterModel = source->masterModel;
   target->ifParallel = source->ifParallel;
   target->ifDebug = source->ifDebug;
   target->cutperiod = source->cutperiod;
@@ -122,6 +122,7 @@ static void copySettings(QRTStoch *target, const QRTStoch *source) {
   target->ifLargeBounds = source->ifLargeBounds;
   target->optmaxmin = source->optmaxmin;
   target->reloptgap = source->reloptgap;
+  target->gapAsked = source->gapAsked;
   target->ifFinalSimplex = source->ifFinalSimplex;
   target->robjvalue = source->robjvalue;
   target->lenient = source->lenient;

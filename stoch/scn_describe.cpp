@@ -237,7 +237,9 @@ namespace {
 void makeRoomForCuts(QRTModel *model, const StochModel *smodel, int nSubproblems, int cycles, int *maxRows, int *maxCols,
                      int debug) {
   if (debug) printf("\n row %d nmodels %d maxits %d", smodel->nRows, nSubproblems, cycles);
-  const int64_t rows = smodel->nRows + int64_t(cycles) * nSubproblems;
+  // Most cycles bring far fewer cuts, and the store grows by itself: the room is for a beginning.
+  const int64_t wanted = int64_t(cycles) * nSubproblems, enough = 4 * int64_t(nSubproblems) + 1000;
+  const int64_t rows = smodel->nRows + (wanted < enough ? wanted : enough);
   const int64_t cols = int64_t(smodel->nCols) + nSubproblems + 1;
   *maxRows = rows > MAX_ROWS ? MAX_ROWS : int(rows);
   *maxCols = int(cols);

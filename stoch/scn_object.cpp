@@ -104,12 +104,12 @@ QRTStoch *newRecord(QRTModel *baseModel, QRTStoch *parent, const char *name) {
   stoch->ownsData = -1;
   stoch->parent = parent;
   stoch->nSubmodels = -1;
-  stoch->cutWord = -1;
+  stoch->masterModel = -1;
   stoch->cutperiod = 2;
   stoch->maxsubmodels = 999999;
   stoch->maxiter = 100;
   stoch->optmaxmin = 1.0;
-  stoch->reloptgap = 1e-08;
+  stoch->reloptgap = stoch->gapAsked = 1e-08;
   stoch->status = -1;
   stoch->ifFinalSimplex = 1;
   registerHandle(stoch);

@@ -52,6 +52,7 @@ void qrts_copy2SolverOptions(QRTStoch *target, const QRTStoch *source) {
   target->ifLargeBounds = source->ifLargeBounds;
   target->optmaxmin = source->optmaxmin;
   target->reloptgap = source->reloptgap;
+  target->gapAsked = source->gapAsked;
   if (trace) printOptions("\n ****************** After **********************   ", source, target);
 }
 
@@ -146,7 +147,7 @@ double qrts_getRelOptimalityGap(QRTStoch *stoch) { return handleLives(stoch) ? s
 void qrts_setRelOptimalityGap(QRTStoch *stoch, double v) {
   if (!handleLives(stoch)) return;
   if (v > 1e-16 && v < 1.0)
-    stoch->reloptgap = v;
+    stoch->reloptgap = stoch->gapAsked = v;
   else
     printf("\n Waring ! Invalid 'tolerance' value specified.  Valid range is (0,1). Default setting of 1.0e-08 unchanged.\n");
 }

@@ -40,12 +40,10 @@
 #include <cstdint>
 
 #include "frame/model_record.h"
+#include "include/qrts_c_api.h"
 #include "stoch/scn_record_file.h"
 #include "stoch/scn_tree.h"
 
-// The handles; opaque in the public header.
-typedef struct QRTStoch QRTStoch;
-typedef struct QRTTree QRTTree;
 
 constexpr double SCN_INFINITY = 1.0e31;
 constexpr int SCN_RECORDS_PER_GROUP = 4;   // file records of one node
@@ -219,7 +217,7 @@ struct QRTStoch {
   int *integerMarks;        // [columns of the described model + 1], null without
   int32_t nIntegers;
   int32_t nSubmodels;       // -1 none
-  int32_t cutWord;          // -1
+  int32_t masterModel;      // of a submodel: the model (from 1) of its parent in the list, 0 for the root; -1 else
   int32_t nNodeList;
   int *nodeList;            // nodes of a submodel
   QRTStoch **submodels;
@@ -232,6 +230,9 @@ struct QRTStoch {
   // State of ours.
   int32_t lenient;          // 1: read files as the world writes them
   int32_t inherit;          // 1: a scenario takes over its ancestor's items for the stages it owns
+  double gapAsked;          // the gap last asked for; reloptgap shows the one reached once a decomposition has run
+  QRTSCycleCallBack cycleCallBack;  // told of each cycle, or null
+  void *cycleData;          // what it gets back
 };
 
 // ---- views --------------------------------------------------------------------------------------------------

@@ -1,0 +1,34 @@
+// The public functions of decomposition: each passes the entry frame and hands on.
+#include "decomp/scn_benders.h"
+#include "frame/messages.h"
+
+namespace {
+template <class Call> int framed(QRTStoch *stoch, const char *function, int sign, Call call) {
+  const int frame = qrts_CEnter(stoch, function);
+  const int result = frame > 0 ? sign * frame : call();
+  flushLogs();
+  return result;
+}
+}  // namespace
+
+extern "C" {
+
+int qrtse_decomposeCutAtStage(QRTStoch *stoch, int stage) {
+  return framed(stoch, __func__, -1, [=] { return qrts_decompose2CutAtStage(stoch, stage, 0); });
+}
+int qrtse_decomposeCutByRowSize(QRTStoch *stoch, int minNumRows) {
+  return framed(stoch, __func__, -1, [=] { return qrts_decompose2CutByRowSize(stoch, minNumRows, 0); });
+}
+int qrtse_decomposeCutByNodeSize(QRTStoch *stoch, int maxsubmodels) {
+  return framed(stoch, __func__, -1, [=] { return qrts_decompose2CutByNodeSize(stoch, maxsubmodels, 0); });
+}
+int qrts_bendersLSolve(QRTStoch *stoch, int mode) {
+  return framed(stoch, __func__, 1, [=] { return qrts_benders2LSolve(stoch, mode); });
+}
+void qrts_setCycleCallBack(QRTStoch *stoch, QRTSCycleCallBack callback, void *data) {
+  if (!handleLives(stoch)) return;
+  stoch->cycleCallBack = callback;
+  stoch->cycleData = data;
+}
+
+}  // extern "C"
