@@ -280,7 +280,10 @@ int visitSub(BendersRun *run, int i) {
     return 0;
   }
   if (!alongRay && status == 0 && fabs(run->total) < SCN_INFINITY) addCompensated(run, valueOf(sub));
-  const bool unmoved = qrt_getIiternum(lp) == before && run->lastStatus[i] == 0 && !methodOf(sub)->slave->lastCutAlongRay;
+  // Without iterations the multipliers are those of the solve before; their cut is known if it was sent then.
+  BendersSlave *slave = methodOf(sub)->slave;
+  if (qrt_getIiternum(lp) != before) slave->cutIsCurrent = 0;
+  const bool unmoved = slave->cutIsCurrent && run->lastStatus[i] == 0 && !slave->lastCutAlongRay;
   if (status == 0 && !alongRay && run->cycle >= 2 && (unmoved || cutIsNoise(run, i, valueOf(sub)))) {
     qrtbenders_Cputstat(sub, 0, valueOf(sub));
     return 0;

@@ -109,6 +109,7 @@ struct BendersSlave {
   int32_t cutRejected;
   int32_t seq;              // of the proposal read
   int32_t realCols;         // columns of real nodes; virtual ones follow
+  int32_t cutIsCurrent;     // 1: the last cut is that of the present basis
   int32_t lastCutAlongRay;  // 1: the multipliers of the last cut belong to a solve along a ray
   double weight;            // costs are divided by it while the method runs, duals and values multiplied
 };

@@ -143,6 +143,7 @@ void qrtbenders_Cputcut(QRTStoch *sub, int alongRay, int type, double tol, const
   memcpy(data, &rhs, sizeof rhs);
   memcpy(data + 8, &type, sizeof type);
   slave->lastCutAlongRay = alongRay;
+  slave->cutIsCurrent = 1;
   slave->cutRejected = qrtput_Cbuffer(ownerOf(sub), slave->cut->bufferId, data, slave->cut->size) < 1;
 }
 
