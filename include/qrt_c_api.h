@@ -683,6 +683,15 @@ QRT_API int qrt_dualSimplex(QRTModel *model, int mode);
 /** @brief Simplex method, the library choosing the algorithm. @param mode as for qrt_primalSimplex().
  *  @return as qrt_primalSimplex(). */
 QRT_API int qrt_eitherSimplex(QRTModel *model, int mode);
+/** @brief User exit of the primal simplex, called for every choice of a leaving variable. The library's own does
+ *  nothing; a program that defines a function of this name replaces it and may change the choice. The answer is
+ *  checked: a row without a pivot, or a bound that is not there, gives message 173 and the library's choice stands.
+ *  Vectors are in the solver's working form, scaled and with row activities negated.
+ *  @param enteringVariable row i as i, column j as rows + j, from 1.  @param numberRows rows.
+ *  @param column [numberRows + 1] the entering column in terms of the basis, by row position from 1; not to be changed.
+ *  @param row in and out: row position that leaves, 0 when the entering variable goes to its other bound.
+ *  @param bound in and out: 0 the leaving variable stops at its lower bound, 2 at its upper one. */
+QRT_API void QRTCZRU(int enteringVariable, int numberRows, const double *column, int *row, int *bound);
 
 #ifdef __cplusplus
 }

@@ -191,6 +191,9 @@ ColumnCheck qrtchdj(SimplexWork *w, int found);
 // the entering variable's bound ahead, 1e20 for none.
 RatioResult qrtczrp(SimplexWork *w, double range, RatioChoice *choice);
 
+// ---- primal_exit.cpp: the user's exit may replace the leaving row; what it answers is checked, bad answers are told
+RatioResult qrtczru(SimplexWork *w, RatioResult found, RatioChoice *choice);
+
 // ---- primal_step.cpp (qrtupsp)
 enum StepResult : int { STEP_GOOD = 0, STEP_UNDONE = 1, STEP_FLOODED = 3 };
 // Moves the basic values along alpha by `step` times enterDir, brings counts, sums, objective and merit up to date and

@@ -441,6 +441,7 @@ Fate iterate(SimplexWork *w, Pass *pass) {
     w->enterDir = -w->enterDir;
     ratio = qrtczrp(w, rangeAhead(w), &choice);
   }
+  ratio = qrtczru(w, ratio, &choice);
   Fate fate;
   switch (ratio) {
     case RATIO_NONE: return unboundedColumn(w, pass);

@@ -10,6 +10,12 @@
 #include "frame/guarded_memory.h"
 #include "simplex/primal.h"
 
+// The exit of this program: what the test at hand wants of it.
+static void (*wantedExit)(const double *column, int *row, int *bound) = nullptr;
+extern "C" void QRTCZRU(int, int, const double *column, int *row, int *bound) {
+  if (wantedExit) wantedExit(column, row, bound);
+}
+
 namespace {
 
 const double NONE = 1.0e31;
@@ -236,6 +242,37 @@ TEST(PrimalRatio, RefusesPivotsBelowTheFloor) {
   c.problem.work.enterDj = -1.0e-9;
   c.row(1, 1.0e-9, 0.0, 0.0, NONE);
   EXPECT_EQ(RATIO_SMALL_PIVOT, c.run(1.0e20, &choice));
+}
+
+TEST(PrimalExit, ReplacesTheRowAndIsCheckedBeforeItIsBelieved) {
+  struct {
+    void (*exit)(const double *, int *, int *);
+    int row, atUpper;
+    double step;
+  } const cases[] = {
+      {[](const double *, int *row, int *bound) { *row = 2, *bound = 0; }, 2, 0, 2.0},
+      {[](const double *, int *row, int *) { *row = 3; }, 1, 0, 1.0},              // no pivot there
+      {[](const double *, int *row, int *) { *row = 17; }, 1, 0, 1.0},             // no such row
+      {[](const double *, int *row, int *bound) { *row = 2, *bound = 2; }, 1, 0, 1.0},  // no such bound
+  };
+  for (const auto &c : cases) {
+    RatioCase test(3);
+    test.row(1, 1.0, 1.0, 0.0, NONE);
+    test.row(2, 2.0, 4.0, 0.0, NONE);
+    RatioChoice choice;
+    SimplexWork *w = &test.problem.work;
+    const SparseVector *alpha = &w->primal->alpha;
+    const RatioResult found = qrtczrp(w, 1.0e20, &choice);
+    ASSERT_EQ(RATIO_ROW, found);
+    wantedExit = c.exit;
+    EXPECT_EQ(RATIO_ROW, qrtczru(w, found, &choice));
+    wantedExit = nullptr;
+    EXPECT_EQ(c.row, choice.row);
+    EXPECT_EQ(c.atUpper, choice.leavesAtUpper);
+    EXPECT_NEAR(c.step, choice.step, 1.0e-12);
+    EXPECT_EQ(2, alpha->count);
+    sparseVector_clear(&w->primal->alpha);
+  }
 }
 
 // A random feasible problem whose logicals start inside their bounds.
