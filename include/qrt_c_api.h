@@ -642,6 +642,22 @@ QRT_API int qrt_outBasis(QRTModel *model, const char *filename, int format, int 
 /** @brief Older name of qrt_importBasis(); says so on stderr. */
 QRT_API int qrt_inBasis(QRTModel *model, const char *filename);
 
+/** @brief Writes the model as a binary file: controls, names, statuses, values, duals, bounds, costs, matrix, scale
+ *  factors, integer and quadratic data, or what of them Imodelmask names (bits 1 controls, 2 selection lists, 4 names,
+ *  8 statuses, 16 values, 32 duals, 64 lower and 128 upper bounds, 256 costs, 512 matrix, 1024 scale factors, 2048 marks
+ *  of presolve, 4096 integer data; 0 all). The file is for the same kind of machine. A file of that name is replaced
+ *  once the new one is whole.
+ *  @param filename path; null or empty write "tempfile".
+ *  @return 0; 200 when the file cannot be opened, 21 when it cannot be written, both only with raised message limits;
+ *  999 after a fatal error. */
+QRT_API int qrt_saveModel(QRTModel *model, const char *filename);
+/** @brief Reads what qrt_saveModel() wrote, as far as Imodelmask asks for it (0 all); the rest of the model stays. An
+ *  empty model takes the size of the file, another must have the same capacities.
+ *  @param filename path; null or empty read "tempfile".
+ *  @return 0; 200 when the file cannot be opened, 21 when it is no such file, is cut off or does not fit (the model is
+ *  left as it was), both only with raised message limits; 999 after a fatal error. */
+QRT_API int qrt_restoreModel(QRTModel *model, const char *filename);
+
 /* ---- preparation ---------------------------------------------------------------------------------------- */
 
 /** @brief Scales the matrix, by geometric passes, so that its elements lie near 1.

@@ -215,6 +215,8 @@ void qrt_decompressLong(const CompressInfo *info, const int *small, int *whole);
 
 // Frees rims, blocks, names, copies and integer data, and makes the model empty (sizes and capacities 0).
 void clearModelData(QRTModel *model);
+// Frees all quadratic blocks.
+void dropQuadratic(QRTModel *model);
 // First broken invariant of the store as text, or null; walks everything.
 const char *model_check(const QRTModel *model);
 // At the seams of debug builds: a broken invariant ends the process with its text.

@@ -31,7 +31,9 @@ void freeBlock(void **home) {
   *home = nullptr;
 }
 
-void freeQuadratic(QRTModel *model) {
+}  // namespace
+
+void dropQuadratic(QRTModel *model) {
   for (int k = 0; k < model->Inumquadraticblocks; k++) {
     ElementBlock *block = model->quadraticBlocks[k].block;
     qrt_free(block->rows);
@@ -43,6 +45,8 @@ void freeQuadratic(QRTModel *model) {
   model->quadraticBlocks = nullptr;
   model->Inumquadraticblocks = 0;
 }
+
+namespace {
 
 void freeSensitivity(QRTModel *model) {
   BoundSensitivity *s = model->boundSensitivity;
@@ -346,7 +350,7 @@ void releaseModelData(QRTModel *model) {
   dropAllBlocks(model);
   qrt_free(model->blocks);
   model->blocks = nullptr;
-  freeQuadratic(model);
+  dropQuadratic(model);
   freeSensitivity(model);
   for (auto member : doubleRims) freeRimVector(model, &(model->*member));
   qrt_free(rimAllocation(model, model->status));
