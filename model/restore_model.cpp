@@ -96,6 +96,14 @@ bool recordsFit(const SavedModel *s) {
          h[HEAD_QPQP] == QPQP_BYTES && h[HEAD_INT] == INT_BYTES;
 }
 
+// Without records of its own a file that is laid over a model has the model's numbers, else all that there is room for.
+void takeSizesOfModel(SavedModel *s) {
+  const QRTModel *m = s->model;
+  if (m->Inumrows == 0 && m->Inumcols == 0) return;
+  s->rows = m->Inumrows;
+  s->columns = m->Inumcols;
+}
+
 void getRecords(SavedModel *s) {
   s->lplp = getArray<char>(s, s->head[HEAD_LPLP]);
   s->conv = getArray<char>(s, s->head[HEAD_CONV]);
@@ -104,6 +112,7 @@ void getRecords(SavedModel *s) {
   if (s->cut) return;
   if (!recordsFit(s)) {
     s->lplp = s->conv = s->bcom = s->qpqp = nullptr;  // of another build: passed over
+    takeSizesOfModel(s);
     return;
   }
   int32_t facts[FACT_COUNT];
@@ -181,7 +190,7 @@ bool soundBlock(const SavedModel *s, const BlockRead &b, int rows) {
 
 bool soundIntegers(const SavedModel *s) {
   const SavedIntegers &i = s->integers;
-  if (i.typeBytes != 0 && i.typeBytes != s->columns) {
+  if (i.typeBytes > s->columns) {
     qrtmesg_no_i2(MSG_INTEGER_SIZES, s->integerCounts[0], s->integerCounts[1]);
     return false;
   }
@@ -403,11 +412,7 @@ int readSave(SavedModel *s) {
     qrtmesg_no(MSG_CAPACITIES_DIFFER);
     return NOT_READ;
   }
-  // Without records of its own a file that is laid over a model has the model's numbers.
-  if (!empty && !(s->mask & SAVE_RECORDS)) {
-    s->rows = m->Inumrows;
-    s->columns = m->Inumcols;
-  }
+  if (!(s->mask & SAVE_RECORDS)) takeSizesOfModel(s);
   if (!s->cut) getSections(s);
   if (s->cut) {
     qrtmesg_no_i2(MSG_READ_ERROR, -1, UNIT_IMPORT);

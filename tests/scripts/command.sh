@@ -60,6 +60,13 @@ for way in --scale "--crash 1" "--crash 2" "--scale --crash 3"; do
   expect 0 "solve $way" solve power.cor power.tim power.sto $way --check
   says out '^objective +381\.853'
 done
+for way in "" --binary "--pairs 1"; do
+  expect 0 "convert $way" convert diet.mps other.mps $way
+  expect 0 "lp of what was converted" lp other.mps --quiet
+  says out '^optimal 17\.142857'
+done
+expect 65 "convert without a target folder" convert diet.mps absent/other.mps
+says err '^tavstoch: .*other'
 expect 64 "crash of no type" lp diet.mps --crash 5
 expect 0 "log" lp diet.mps --quiet --log log.txt
 says log.txt 'QRT[0-9]{4}I'

@@ -21,6 +21,9 @@ struct Options {
   std::string logFile;            // the library's messages; empty: kept aside and shown only on a failure
   std::string solutionFile;       // CSV
   int mode = 1;                   // lp: how the simplex starts
+  std::string target;             // convert: the file to write
+  int pairs = 2;                  // convert: pairs of name and number on a card
+  bool binary = false;            // convert: numbers with every bit
   int crash = 0;                  // type, 0 none
   int maxScenarios = 1000000;
   bool strict = false, inherit = false, maximize = false, scale = false, free = false;
@@ -30,3 +33,4 @@ struct Options {
 int runSolve(const Options &options);
 int runLp(const Options &options);
 int runInfo(const Options &options);
+int runConvert(const Options &options);

@@ -60,6 +60,15 @@ int main(int argc, char **argv) {
   addOutput(info, options);
   info->callback([&] { run = runInfo; });
 
+  CLI::App *convert = app.add_subcommand("convert", "write a linear program in another form of MPS file");
+  convert->add_option("FILE", options.mps, "MPS file")->required();
+  convert->add_option("TARGET", options.target, "file to write")->required();
+  convert->add_flag("--free", options.free, "FILE is in the free format");
+  convert->add_flag("--binary", options.binary, "write binary numbers, which keep every bit");
+  convert->add_option("--pairs", options.pairs, "pairs of name and number on a card")->check(CLI::Range(1, 2))->capture_default_str();
+  addOutput(convert, options);
+  convert->callback([&] { run = runConvert; });
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError &error) {
