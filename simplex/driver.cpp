@@ -245,72 +245,80 @@ bool dualPass(SimplexWork *w) {
   return qrtlplp.Iprobstat == 3;
 }
 
+// The factor belongs to another basis than the list, or carries updates.
+bool factorIsStale(const SimplexWork *w) { return !w->factor->valid || w->historyCount > 0 || w->updateCount > 0; }
+
+// What the check asks for before any decision; true when the basis must be factorised first.
+bool checkWantsFactor(SimplexWork *w, int check) {
+  if (check == CHECK_NEW_BASIS) {
+    w->passNumber = -1;
+    return true;
+  }
+  if (check != CHECK_REFACTOR && check != CHECK_REFACTOR_TIGHT) return false;
+  if (check == CHECK_REFACTOR_TIGHT) {
+    w->pivotThreshold = 0.9;
+    w->troubleIter = qrtlplp.Iiternum;
+  }
+  w->enterVar = 0;
+  return true;
+}
+
+// What becomes of the major loop after a step of it.
+enum Course : int { ITERATE, CHECK_AGAIN, FACTORISE_AGAIN, ENDED, FAILED };
+
+Course actOnDecision(SimplexWork *w, int decision) {
+  switch (decision) {
+    case DECIDE_GO_ON: return qrtlplp.Iprobstat >= 0 ? ENDED : ITERATE;
+    case DECIDE_LEAVE: return FAILED;
+    case DECIDE_RECHECK: return CHECK_AGAIN;
+    case DECIDE_BACKTRACK: return qrtbackup(w) != 0 ? FAILED : FACTORISE_AGAIN;
+    case DECIDE_PERTURB: qrtprtb(w); return CHECK_AGAIN;
+    case DECIDE_READMIT: qrtuflg(w); return CHECK_AGAIN;
+    default: return factorIsStale(w) ? FACTORISE_AGAIN : CHECK_AGAIN;
+  }
+}
+
+Course iterate(SimplexWork *w) {
+  qrtchke(w);
+  if (qrtlplp.Iprobstat >= 0) return ENDED;
+  if (stalled(w)) return FAILED;
+  if (qrtlplp.Iiternum >= qrtlplp.Imaxiter) {
+    qrtlplp.Iprobstat = 3;
+    return ENDED;
+  }
+  if (w->algorithm == ALGORITHM_DUAL ? dualPass(w) : primalPass(w)) return ENDED;
+  return factorIsStale(w) ? FACTORISE_AGAIN : CHECK_AGAIN;
+}
+
+Course checkAndDecide(SimplexWork *w, int *continued) {
+  const int check = qrtchks(w);
+  if (checkWantsFactor(w, check)) return FACTORISE_AGAIN;
+  if (w->addedLogicals > 0) {
+    qrtmesg_no_i1(MSG_LOGICALS_ADDED, w->addedLogicals);
+    w->addedLogicals = 0;
+  }
+  int decision = DECIDE_BACKTRACK;
+  if (check != CHECK_UNUSABLE) {
+    decision = qrtchkp(w, *continued);
+    *continued = 0;
+  }
+  if (w->pivotThreshold > w->entryThreshold && qrtlplp.Iiternum - w->troubleIter > 500)
+    w->pivotThreshold = w->entryThreshold;
+  return actOnDecision(w, decision);
+}
+
 // Returns 0 when Iprobstat tells the end, or SOLVE_FAILED.
 int majorLoop(SimplexWork *w, int continued) {
-  bool refactor = true;
+  Course course = FACTORISE_AGAIN;
   for (;;) {
-    if (refactor && factorise(w) != 0) {
+    if (course == FACTORISE_AGAIN && factorise(w) != 0) {
       if (qrtbackup(w) != 0) return SOLVE_FAILED;
       continue;
     }
-    refactor = false;
-    const int check = qrtchks(w);
-    if (check == CHECK_REFACTOR || check == CHECK_REFACTOR_TIGHT) {
-      if (check == CHECK_REFACTOR_TIGHT) {
-        w->pivotThreshold = 0.9;
-        w->troubleIter = qrtlplp.Iiternum;
-      }
-      w->enterVar = 0;
-      refactor = true;
-      continue;
-    }
-    if (check == CHECK_NEW_BASIS) {
-      w->passNumber = -1;
-      refactor = true;
-      continue;
-    }
-    if (w->addedLogicals > 0) {
-      qrtmesg_no_i1(MSG_LOGICALS_ADDED, w->addedLogicals);
-      w->addedLogicals = 0;
-    }
-    int decision = DECIDE_BACKTRACK;
-    if (check != CHECK_UNUSABLE) {
-      decision = qrtchkp(w, continued);
-      continued = 0;
-    }
-    if (w->pivotThreshold > w->entryThreshold && qrtlplp.Iiternum - w->troubleIter > 500)
-      w->pivotThreshold = w->entryThreshold;
-    switch (decision) {
-      case DECIDE_GO_ON:
-        if (qrtlplp.Iprobstat >= 0) return 0;
-        break;
-      case DECIDE_LEAVE:
-        return SOLVE_FAILED;
-      case DECIDE_RECHECK:
-        continue;
-      case DECIDE_BACKTRACK:
-        if (qrtbackup(w) != 0) return SOLVE_FAILED;
-        refactor = true;
-        continue;
-      case DECIDE_PERTURB:
-        qrtprtb(w);
-        continue;
-      case DECIDE_READMIT:
-        qrtuflg(w);
-        continue;
-      default:
-        refactor = w->historyCount > 0;
-        continue;
-    }
-    qrtchke(w);
-    if (qrtlplp.Iprobstat >= 0) return 0;
-    if (stalled(w)) return SOLVE_FAILED;
-    if (qrtlplp.Iiternum >= qrtlplp.Imaxiter) {
-      qrtlplp.Iprobstat = 3;
-      return 0;
-    }
-    if (w->algorithm == ALGORITHM_DUAL ? dualPass(w) : primalPass(w)) return 0;
-    refactor = w->historyCount > 0;
+    course = checkAndDecide(w, &continued);
+    if (course == ITERATE) course = iterate(w);
+    if (course == ENDED) return 0;
+    if (course == FAILED) return SOLVE_FAILED;
   }
 }
 
@@ -320,7 +328,7 @@ void finalRecomputation(SimplexWork *w) {
   const int status = qrtlplp.Iprobstat;
   if (w->primalPerturbation != 0.0) removePerturbation(w);
   dualRelease(w);
-  if (!w->factor->valid || w->historyCount > 0 || w->updateCount > 0) {
+  if (factorIsStale(w)) {
     if (factorise(w) != 0) runFactorisation(w, w->m, w->basisCopy, 1);
     qrtrsrt(w);
   }
