@@ -4,28 +4,10 @@
 // branches of the walk are taken once. It pays when both results are dense; else each goes its own sparse way.
 #include <cmath>
 
-#include "simplex/factor_arrays.h"
+#include "simplex/pair_walk.h"
 #include "simplex/solve_choice.h"
 
 namespace {
-
-typedef double Pair __attribute__((vector_size(16)));
-// In memory: guarded blocks are aligned for doubles only, and the same places are read as doubles too.
-typedef double StoredPair __attribute__((vector_size(16), aligned(8), may_alias));
-
-// Expected density of each from which the walk is shared.
-constexpr double SHARE_DENSITY = 0.15;
-
-inline bool bothTiny(Pair v) {
-  return std::fabs(v[0]) <= TINY_VALUE && std::fabs(v[1]) <= TINY_VALUE;
-}
-
-inline void subtractAlong(StoredPair *value, const int32_t *index, const double *element, int start, int end, Pair v) {
-  for (int p = start; p < end; p++) {
-    const double e = element[p];
-    value[index[p]] -= v * Pair{e, e};
-  }
-}
 
 int64_t upperPart(const FactorArrays *a, StoredPair *value, int from, int end) {
   int64_t elements = 0;
@@ -98,23 +80,6 @@ int spread(FactorArrays *a, SparseVector *y, int first) {
     if (a->orderPosition[row] < first) first = a->orderPosition[row];
   }
   return first;
-}
-
-void gatherPair(FactorArrays *a, int m, SparseVector *x, SparseVector *y) {
-  int xCount = 0, yCount = 0;
-  for (int i = 1; i <= m; i++) {
-    const double u = a->pairs[2 * i], v = a->pairs[2 * i + 1];
-    a->pairs[2 * i] = a->pairs[2 * i + 1] = 0.0;
-    const bool keepX = std::fabs(u) > TINY_VALUE, keepY = std::fabs(v) > TINY_VALUE;
-    x->value[i] = keepX ? u : 0.0;
-    y->value[i] = keepY ? v : 0.0;
-    x->index[xCount] = i;
-    xCount += keepX;
-    y->index[yCount] = i;
-    yCount += keepY;
-  }
-  x->count = xCount;
-  y->count = yCount;
 }
 
 }  // namespace

@@ -114,6 +114,8 @@ void qrtftrn(Factor *factor, SparseVector *x, SolveKind kind);
 // The same for an entering column; the vector between R and U (the spike) is kept for the next qrtetsj. Later plain
 // FTRANs do not disturb it.
 void qrtftrn_ft(Factor *factor, SparseVector *x);
+// Two FTRANs that share the walk of the factor when both are expected dense: x as by qrtftrn_ft, y as by qrtftrn.
+void qrtftn2(Factor *factor, SparseVector *x, SparseVector *y, SolveKind kindOfY);
 // FTRAN of a plain array value[1..m].
 void qrtftrn_dense(Factor *factor, double *value);
 

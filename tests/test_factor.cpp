@@ -414,6 +414,20 @@ TEST_F(FactorTest, LongUpdateSequences) {
         alpha.set(model.column(enter));
         qrtftrn_ft(factor, &alpha.x);
         ASSERT_EQ(sparseVector_check(&alpha.x), nullptr);
+        if (step % 5 == 2) {  // the same column, now with another beside it; its spike serves the update
+          Vector again(m), beside(m), other(m);
+          again.set(model.column(enter));
+          beside.set(model.column(m + 1));
+          other.set(model.column(m + 1));
+          qrtftrn(factor, &other.x, SOLVE_TAU);
+          qrtftn2(factor, &again.x, &beside.x, SOLVE_TAU);
+          ASSERT_EQ(sparseVector_check(&again.x), nullptr);
+          ASSERT_EQ(sparseVector_check(&beside.x), nullptr);
+          for (int i = 1; i <= m; i++) {
+            ASSERT_NEAR(again.x.value[i], alpha.x.value[i], 1e-7 * (1.0 + std::fabs(alpha.x.value[i])));
+            ASSERT_NEAR(beside.x.value[i], other.x.value[i], 1e-7 * (1.0 + std::fabs(other.x.value[i])));
+          }
+        }
         int p = 0;
         for (int k = 0; k < alpha.x.count; k++) {
           const int i = alpha.x.index[k];
