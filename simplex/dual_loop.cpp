@@ -73,6 +73,7 @@ Fate noColumn(SimplexWork *w, Pass *pass) {
   return LEAVE;
 }
 
+// The entering column, and beside it the inverse row's own FTRAN for the weights.
 void entersColumn(SimplexWork *w) {
   DualWork *d = w->dual;
   const int *row;
@@ -83,7 +84,8 @@ void entersColumn(SimplexWork *w) {
     d->alpha.value[row[e]] = value[e];
   }
   d->alpha.count = length;
-  qrtftrn_ft(w->factor, &d->alpha);
+  sparseVector_copy(&d->rho, &d->tau);
+  qrtftn2(w->factor, &d->alpha, &d->tau, SOLVE_TAU);
 }
 
 // Is the pivot by column the one the row promised? (qrtchpv)
@@ -126,8 +128,6 @@ Fate housekeeping(SimplexWork *w, Pass *pass) {
 
 Fate pivot(SimplexWork *w, Pass *pass, int leavesAtUpper) {
   DualWork *d = w->dual;
-  sparseVector_copy(&d->rho, &d->tau);
-  qrtftrn(w->factor, &d->tau, SOLVE_TAU);
   dualFlips_apply(w);
   history_append(w);
   qrtupsd(w, leavesAtUpper);
