@@ -58,6 +58,7 @@ int mendDuals(SimplexWork *w) {
   }
   if (d->phaseOneRuns >= MOST_PHASE_ONES) return goOnInPrimal(w, WEIGHT_FOR_CLEAN_UP);
   enterPhaseOne(w);
+  if (w->state.checkCount < 0) w->state.checkCount = 0;  // the first check is behind: its shortcuts are for the true bounds
   return DECIDE_RECHECK;
 }
 
@@ -120,6 +121,9 @@ void switchToPrimal(SimplexWork *w, double weight) {
 int dualCheckpoint(SimplexWork *w, int continued) {
   (void)continued;
   DualWork *d = dualWork(w);
+  // The dual starts from a basis, whatever values came with it.
+  w->priceMode = PRICE_FULL;
+  w->startValues = 0;
   if (d->cutOff) return finish(1);
   // After a proof of infeasibility the check has made the multipliers of the proof: they say nothing about costs.
   if (qrtlplp.Iprobstat == 1) return statusOfLoop(w);

@@ -53,20 +53,32 @@ void placeNonbasics(SimplexWork *w) {
 
 }  // namespace
 
+namespace {
+
+// Where nonbasic k ought to stand: a boxed variable on the side of its reduced cost, others on the bound they have.
+double properValue(const SimplexWork *w, int k) {
+  const double lower = w->lower[k], upper = w->upper[k], dj = w->dj[k], tolerance = qrtlplp.Rtoldinf;
+  const bool below = hasLower(lower), above = hasUpper(upper);
+  if (!below && !above) return w->value[k];
+  if (!above) return lower;
+  if (!below) return upper;
+  if (dj > tolerance) return lower;
+  if (dj < -tolerance) return upper;
+  return valueBySign(w, k);
+}
+
+}  // namespace
+
 int makeDualFeasible(SimplexWork *w) {
   DualWork *d = dualWork(w);
-  const double tolerance = qrtlplp.Rtoldinf;
   int moved = 0;
   for (int k = 1; k <= w->total; k++) {
-    const uint32_t flags = w->flags[k];
-    if ((flags & (VAR_BASIC | VAR_REJECTED)) || !(flags & VAR_STATE)) continue;
-    const double dj = w->dj[k];
-    if (!((flags & VAR_UP) && dj < -tolerance) && !((flags & VAR_DOWN) && dj > tolerance)) continue;
-    if (!hasLower(w->lower[k]) || !hasUpper(w->upper[k])) continue;
-    const double target = dj > 0.0 ? w->lower[k] : w->upper[k];
-    addColumn(w, &d->moved, k, target - w->value[k]);
+    if ((w->flags[k] & (VAR_BASIC | VAR_REJECTED)) || !(w->flags[k] & VAR_STATE)) continue;
+    const double target = properValue(w, k), move = target - w->value[k];
+    if (move == 0.0) continue;
+    addColumn(w, &d->moved, k, move);
     w->value[k] = target;
-    list_setState(w, k, dj > 0.0 ? 1 : 2);
+    list_setState(w, k, stateOfValue(w, k));
     moved++;
   }
   if (moved > 0) {

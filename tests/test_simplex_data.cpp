@@ -64,9 +64,9 @@ struct PublishedLp : ::testing::TestWithParam<int> {
     EXPECT_LT(code, 2) << p.name;
     return q;
   }
-  static void judge(QRTModel *q, const Published &p, int mode) {
+  static void judge(QRTModel *q, const Published &p, int mode, int (*solve)(QRTModel *, int) = qrt_primalSimplex) {
     SCOPED_TRACE(p.name + " in mode " + std::to_string(mode));
-    ASSERT_EQ(0, qrt_primalSimplex(q, mode));
+    ASSERT_EQ(0, solve(q, mode));
     ASSERT_EQ(p.status == "OPTIMAL" ? 0 : 1, qrt_getIprobstat(q));
     if (p.status == "OPTIMAL") { EXPECT_NEAR(p.optimum, qrt_getRobjvalue(q), 1e-6 * std::max(1.0, std::fabs(p.optimum))); }
     EXPECT_EQ("", firstFault(certifyModel(q), 1e-6));
@@ -104,5 +104,20 @@ TEST_P(PublishedLp, StatusAndOptimum) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, PublishedLp, ::testing::Values(1, 2, 3));
+
+// The same models by the dual, and by the library's own choice.
+using PublishedLpDual = PublishedLp;
+TEST_P(PublishedLpDual, StatusAndOptimum) {
+  const std::vector<Published> models = table();
+  if (models.empty()) GTEST_SKIP() << "no published models in '" << folder() << "'";
+  for (const Published &p : models) {
+    if (!wanted(p)) continue;
+    QRTModel *q = read(p);
+    judge(q, p, 1, GetParam() == 1 ? qrt_dualSimplex : qrt_eitherSimplex);
+    qrt_deleteModel(q);
+    if (HasFatalFailure()) return;
+  }
+}
+INSTANTIATE_TEST_SUITE_P(Methods, PublishedLpDual, ::testing::Values(1, 2));
 
 }  // namespace

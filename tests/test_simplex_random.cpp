@@ -2,6 +2,7 @@
 // by its certificate. Faults it would catch: a wrong status at a degenerate, empty or free corner, a basis that does
 // not survive changes, a proof or ray that is none.
 #include <cmath>
+#include <ostream>
 #include <random>
 #include <string>
 #include <vector>
@@ -110,7 +111,14 @@ void changeData(QRTModel *q, Draw &d) {
   qrt_free(u), qrt_free(c);
 }
 
-struct RandomLp : ::testing::Test {
+using Solver = int (*)(QRTModel *, int);
+struct Method {
+  const char *name;
+  Solver solve;
+};
+void PrintTo(const Method &method, std::ostream *out) { *out << method.name; }
+
+struct RandomLp : ::testing::TestWithParam<Method> {
   static QRTContext *context;
   static void SetUpTestSuite() {
     context = qrt_initializeContext();
@@ -128,7 +136,7 @@ struct RandomLp : ::testing::Test {
     for (int solves = d.whole(1, 3); solves > 0; solves--) {
       const bool limited = d.chance(0.15);
       qrt_setImaxiter(q, limited ? qrt_getIiternum(q) + d.whole(0, 10) : 99999999);
-      ASSERT_EQ(0, qrt_primalSimplex(q, d.whole(0, 3)));
+      ASSERT_EQ(0, GetParam().solve(q, d.whole(0, 3)));
       const int status = qrt_getIprobstat(q);
       ASSERT_TRUE(status >= 0 && status <= (limited ? 3 : 2)) << "status " << status;
       seen[status]++;
@@ -141,10 +149,15 @@ struct RandomLp : ::testing::Test {
 };
 QRTContext *RandomLp::context = nullptr;
 
-TEST_F(RandomLp, EveryStatusProvesItself) {
+TEST_P(RandomLp, EveryStatusProvesItself) {
   for (unsigned seed = 0; seed < 1500 && !HasFatalFailure(); seed++) run(seed, 8);
   for (unsigned seed = 5000; seed < 5150 && !HasFatalFailure(); seed++) run(seed, 40);
   for (int status = 0; status < 4; status++) EXPECT_GT(seen[status], 50) << "the draw no longer covers status " << status;
 }
+
+INSTANTIATE_TEST_SUITE_P(Methods, RandomLp,
+                         ::testing::Values(Method{"primal", qrt_primalSimplex}, Method{"dual", qrt_dualSimplex},
+                                           Method{"either", qrt_eitherSimplex}),
+                         [](const auto &information) { return std::string(information.param.name); });
 
 }  // namespace
