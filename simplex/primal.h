@@ -53,6 +53,7 @@ struct PrimalWork {
   double *savedValue;         // [m+1] basic values before the step, in the order of alpha's list
   uint32_t *savedStatus;      // [m+1] and states
   double enterCostPart, enterInfeasiblePart;  // the two parts of the entering variable's reduced cost
+  int weightKind;             // SCORE_DEVEX or SCORE_STEEPEST: what the weights are; 0 before the first framework
   int leavesReference;        // 1: the leaving variable is in the reference framework
 
   // ---- partial pricing

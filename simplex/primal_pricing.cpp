@@ -15,11 +15,15 @@ void recompute(SimplexWork *w) {
 
 void resetWhenDue(SimplexWork *w) {
   const int now = qrtlplp.Iiternum;
-  if (now >= w->priceBase + w->priceRefresh) w->resetWanted = 1;
+  const int kind = steepestEdge() ? SCORE_STEEPEST : SCORE_DEVEX;
+  // Norms and squared norms are not each other's continuation: a change of mode starts anew at once.
+  const bool otherKind = w->primal->weightKind != 0 && w->primal->weightKind != kind;
+  if (now >= w->priceBase + w->priceRefresh || otherKind) w->resetWanted = 1;
   if (w->resetWanted <= 0) return;
   const int patience = steepestEdge() ? 20 : w->m < 5000 ? 50 : w->m / 100;
-  if (now - w->priceBase < patience) return;
+  if (now - w->priceBase < patience && !otherKind) return;
   if (steepestEdge()) w->weightFloor = 0.1;
+  w->primal->weightKind = kind;
   qrtrctf(w);
 }
 
