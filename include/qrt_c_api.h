@@ -678,6 +678,12 @@ QRT_API int qrt_scale(QRTModel *model);
  *         a following solve in mode 0 starts from the values.
  *  @return 0; 999 after a fatal error. */
 QRT_API int qrt_crash(QRTModel *model, int type);
+/** @brief Scales, builds a starting basis and solves in one call; the caller's controls are back afterwards.
+ *  @param options the strategy in bits 0 to 3: 0 the library chooses the method, 1 primal, 2 dual without a crash; other
+ *         strategies are refused as a bad parameter. Bit 16: no perturbation at the start; bit 32: no scaling. There is no
+ *         presolve in this call, so bit 256, which would skip it, changes nothing. A model that was scaled stays scaled.
+ *  @return 0 when the run ended with a status (qrt_getIprobstat()), else as qrt_primalSimplex(). */
+QRT_API int qrt_simplex(QRTModel *model, int options);
 
 /* ---- solvers -------------------------------------------------------------------------------------------- */
 

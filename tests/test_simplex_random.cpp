@@ -118,6 +118,9 @@ struct Method {
 };
 void PrintTo(const Method &method, std::ostream *out) { *out << method.name; }
 
+// The meta driver by its three strategies, the last one also without scaling.
+int metaDriver(QRTModel *model, int mode) { return qrt_simplex(model, mode < 3 ? mode : 2 + 32); }
+
 struct RandomLp : ::testing::TestWithParam<Method> {
   static QRTContext *context;
   static void SetUpTestSuite() {
@@ -157,7 +160,7 @@ TEST_P(RandomLp, EveryStatusProvesItself) {
 
 INSTANTIATE_TEST_SUITE_P(Methods, RandomLp,
                          ::testing::Values(Method{"primal", qrt_primalSimplex}, Method{"dual", qrt_dualSimplex},
-                                           Method{"either", qrt_eitherSimplex}),
+                                           Method{"either", qrt_eitherSimplex}, Method{"meta", metaDriver}),
                          [](const auto &information) { return std::string(information.param.name); });
 
 }  // namespace
