@@ -55,7 +55,7 @@ struct Save : ::testing::Test {
     qrt_markAsInteger(q, 2);
     const int set[] = {0, 4};
     qrt_addSOS2Set(q, 3, 2, set, nullptr, nullptr);
-    qrt_addElementInformationBlock(q, 3, set, columns, values);
+    qrt_addElementInformationBlock(q, 2, set, columns, values);
     qrt_setRobjectiveOffset(q, 12.25);
     qrt_setImaxiter(q, 777);
     qrt_setRtolint(q, 1e-5);
