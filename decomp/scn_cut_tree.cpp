@@ -105,12 +105,15 @@ int leafOfScenario(const Growth *g, int scenario) {
   return g->stoch->smodel->nodeMap[g->stoch->sdata->scenarios->table[scenario - 1].lastNode - 1];
 }
 
-// The leaf of the scenario that made node c; when that leaf has no probability, another leaf below c.
+// The leaf of the scenario that made node c, which is the oldest below it; when it has no probability, the oldest left.
 int leafBelow(const Growth *g, int c) {
   const int scenario = g->nodes[c - 1].scenario;
   int leaf = scenario > 0 ? leafOfScenario(g, scenario) : 0;
-  if (leaf == 0)
-    for (leaf = c; g->nodes[leaf - 1].firstChild;) leaf = g->nodes[leaf - 1].firstChild;
+  if (leaf != 0) return leaf;
+  for (leaf = c; g->nodes[leaf - 1].firstChild != 0;) {
+    leaf = g->nodes[leaf - 1].firstChild;
+    while (g->nodes[leaf - 1].next > 0) leaf = g->nodes[leaf - 1].next;
+  }
   return leaf;
 }
 
