@@ -228,11 +228,11 @@ QRT_API int qrts_bendersLSolve(QRTStoch *stoch, int mode);
 /** @brief What a cycle of a decomposition tells. */
 typedef struct QRTSCycle {
   int cycle;       /**< from 1 */
-  double lower;    /**< proven bounds on the optimum; -1e31 and 1e31 while there is none */
-  double upper;
+  double lower;    /**< proven lower bound on the optimum; -1e31 while there is none */
+  double upper;    /**< proven upper bound; 1e31 while there is none */
   double gap;      /**< relative, of the method's own test; 1e31 while there is none */
   int cuts;        /**< added in this cycle */
-  int totalCuts;
+  int totalCuts;   /**< since the method began */
   double seconds;  /**< process time since the method began */
 } QRTSCycle;
 /** @brief Called after each cycle with data that live as long as the call. @return non-zero to end the run there with
@@ -251,11 +251,15 @@ QRT_API int qrts_clcb(int *which);
 /** @brief The exits in force while none is registered; they do nothing. An application's functions of these names take
  *  their place. @return 0. */
 QRT_USER_EXIT int QRTSBNDU1(int *cycle, int *solves);
+/** @brief The exit told of each gap test; see QRTSBNDU1(). @return 0. */
 QRT_USER_EXIT int QRTSBNDU2(double *gap);
-/** @brief Covers of the two under other names. */
+/** @brief Cover of QRTSBNDU1(). */
 QRT_API int qrtsbndu1(int *cycle, int *solves);
+/** @brief Cover of QRTSBNDU2(). */
 QRT_API int qrtsbndu2(double *gap);
+/** @brief Cover of QRTSBNDU1(). */
 QRT_API int qrtsbndu1_(int *cycle, int *solves);
+/** @brief Cover of QRTSBNDU2(). */
 QRT_API int qrtsbndu2_(double *gap);
 
 /* ---- options (a bad handle is ignored; getters then give 0) ---------------------------------------------- */
