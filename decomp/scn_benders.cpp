@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr int CONTINUE = 0, FROM_VALUES = 3;
+constexpr int FROM_VALUES = 3;
 constexpr int UNSUPPORTED_EXIT = 999;
 constexpr int SIMPLEX_LOG[] = {16, 48, 129, 132, 133, 134};  // message numbers
 constexpr int MERGE_NUMBER = 57;
