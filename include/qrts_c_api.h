@@ -127,6 +127,30 @@ QRT_API int qrts_readNativeData(QRTStoch *stoch, const char *file);
 /** @brief Saves core and scenarios under a name. An object that owns its data moves its file there and goes on working
  *  with it; one that shares them writes a new file. @return 0; 1 or 2 on failure. */
 QRT_API int qrts_writeNativeData(QRTStoch *stoch, const char *file);
+/** @brief Writes the program as an SMPS triple in fixed format, every scenario explicit, rows and columns in stage order.
+ *
+ *  Names read from files are kept, cut to 8 characters; where that makes two the same, and for programs that came by calls, they
+ *  are R0000001, C0000001, STG00001, SCEN0001 and so on. Numbers of the stoch file have six digits, differences up to 1e-06
+ *  are left out. Weights are those given, or those of qrts_generateSamples() when it came later. The format has one
+ *  value for both sides of a row, no integer marks here, and no quadratic objective: message 501 tells what is lost.
+ *  @param type  1 to 3, without further effect.
+ *  @param mode  1: values in force, under REPLACE. Else differences from the core, under ADD.
+ *  @param core,time,sto  files; what stands there is removed first.
+ *  @return 0; 2 after a message, also for a disk that is full; or the code of qrt_exportModel() when the core can't be
+ *  written. Files already written then remain. */
+QRT_API int qrts_outMatrixSMPS(QRTStoch *stoch, int type, int mode, const char *core, const char *time, const char *sto);
+/** @brief Writes the described model as one MPS file (qrt_exportModel() with format 1, two pairs a card).
+ *  @return 1 after a line on stdout when nothing is described or the name is null; 2 for a bad handle; else as
+ *  qrt_exportModel(). */
+QRT_API int qrts_outMatrixMPS(QRTStoch *stoch, const char *file);
+/** @brief Replaces the probabilities of the scenarios by relative frequencies in `count` uniform draws by rand().
+ *
+ *  The given probabilities take no part, and a scenario not drawn gets 0. rand() is never seeded here: srand() makes
+ *  draws repeatable. Models described later see the new probabilities; the native file keeps the given weights, and a
+ *  scenario added later brings all of them back.
+ *  @param count  number of draws; up to 0: nothing happens.  @param flag  0; else nothing happens.
+ *  @return 0; 2 for a bad handle or without data. */
+QRT_API int qrts_generateSamples(QRTStoch *stoch, int count, int flag);
 
 /* ---- sizes ----------------------------------------------------------------------------------------------- */
 

@@ -6,7 +6,9 @@
 
 #include "frame/messages.h"
 #include "stoch/scn_object.h"
+#include "stoch/scn_sampling.h"
 #include "stoch/scn_smps.h"
+#include "stoch/scn_smps_writer.h"
 
 namespace {
 // Every framed call ends here: its lines reach the log before the caller goes on.
@@ -92,6 +94,11 @@ int qrts_setCoreProblemType(QRTStoch *stoch, int type) {
 }
 int qrts_readNativeData(QRTStoch *stoch, const char *file) { QRTS_FORWARD(stoch, 2, qrts_read2NativeData(stoch, file, 1, 0)); }
 int qrts_writeNativeData(QRTStoch *stoch, const char *file) { QRTS_FORWARD(stoch, 2, qrts_write2NativeData(stoch, file)); }
+int qrts_outMatrixSMPS(QRTStoch *stoch, int type, int mode, const char *core, const char *time, const char *sto) {
+  QRTS_FORWARD(stoch, 2, qrts_out2MatrixSMPS(stoch, type, mode, core, time, sto));
+}
+int qrts_outMatrixMPS(QRTStoch *stoch, const char *file) { QRTS_FORWARD(stoch, 2, qrts_out2MatrixMPS(stoch, file)); }
+int qrts_generateSamples(QRTStoch *stoch, int count, int flag) { QRTS_FORWARD(stoch, 2, qrts_generate2Samples(stoch, count, flag)); }
 
 int qrts_getNumScenarios(QRTStoch *stoch) { QRTS_FORWARD(stoch, -1, qrts_get2Numleaf(stoch)); }
 int qrts_getNumNodes(QRTStoch *stoch) { QRTS_FORWARD(stoch, -1, qrts_get2Numnodes(stoch)); }

@@ -89,14 +89,25 @@ void Triple::write(const char *name, const std::string &text) const {
 
 int Triple::read(int maxScenarios) {
   release();
+  context = qrts_initializeContext();
+  return readIn(context, maxScenarios);
+}
+
+int Triple::readInto(const Triple &host, int maxScenarios) {
+  release();
+  return readIn(host.context, maxScenarios);
+}
+
+int Triple::readIn(QRTContext *library, int maxScenarios) {
   write("t.cor", core);
   write("t.tim", time);
   write("t.sto", stoch);
   logStream = fopen(path("log").c_str(), "w+");
-  context = qrts_initializeContext();
-  qrt_setLogfileFilePointer(qrt_baseModel(context), logStream);
-  qrt_mset(qrt_baseModel(context), 7401, 256, 0, 0, 7454, 0);
-  held = qrts_newStoch(context, "triple", maxScenarios);
+  if (context) {
+    qrt_setLogfileFilePointer(qrt_baseModel(context), logStream);
+    qrt_mset(qrt_baseModel(context), 7401, 256, 0, 0, 7454, 0);
+  }
+  held = qrts_newStoch(library, "triple", maxScenarios);
   qrt_setLogfileFilePointer(qrtse_getBaseModel(held), logStream);
   qrt_mset(qrtse_getBaseModel(held), 7401, 256, 0, 0, 7454, 0);
   if (lenient) qrts_setLenientOn(held);

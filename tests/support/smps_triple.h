@@ -19,6 +19,9 @@ class Triple {
   std::string core, time, stoch;
   // Reads the present texts into a new object of its own, whose severe messages are let pass.
   int read(int maxScenarios);
+  // The same within the context of another triple, which must outlive this one: there is one context at a time.
+  int readInto(const Triple &host, int maxScenarios);
+  QRTContext *library() const { return context; }
   QRTStoch *object() const { return held; }
   bool lenient = false, inherit = false;
   // The log of the last reading holds a message of this number; how often.
@@ -27,6 +30,7 @@ class Triple {
 
  private:
   void release();
+  int readIn(QRTContext *library, int maxScenarios);
   std::string folder;
   QRTStoch *held = nullptr;
   QRTContext *context = nullptr;
