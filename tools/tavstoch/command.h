@@ -20,6 +20,10 @@ struct Options {
   std::string method = "direct";
   std::string logFile;            // the library's messages; empty: kept aside and shown only on a failure
   std::string solutionFile;       // CSV
+  std::string cut;                // lshaped: "stage:K"; empty for the library's own choice
+  double gap = 1e-8;              // relative gap at which a decomposition stops
+  int cycles = 100;
+  bool noFinal = false;           // end a decomposition without a simplex solve of the whole
   int mode = 1;                   // lp: how the simplex starts
   std::string target;             // convert: the file to write
   int pairs = 2;                  // convert: pairs of name and number on a card

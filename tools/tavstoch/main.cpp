@@ -41,7 +41,11 @@ int main(int argc, char **argv) {
 
   CLI::App *solve = app.add_subcommand("solve", "solve a stochastic program");
   addTriple(solve, options);
-  solve->add_option("--method", options.method, "how to solve")->check(CLI::IsMember({"direct"}))->capture_default_str();
+  solve->add_option("--method", options.method, "how to solve")->check(CLI::IsMember({"direct", "lshaped"}))->capture_default_str();
+  solve->add_option("--cut", options.cut, "lshaped: stage:K cuts the tree at stage K (default 2)");
+  solve->add_option("--gap", options.gap, "lshaped: relative gap to stop at")->check(CLI::Range(1.1e-16, 0.999))->capture_default_str();
+  solve->add_option("--cycles", options.cycles, "lshaped: most cycles")->check(CLI::Range(1, 2147483646))->capture_default_str();
+  solve->add_flag("--no-final", options.noFinal, "lshaped: no simplex solve of the whole at the end");
   addSolving(solve, options);
   addOutput(solve, options);
   solve->callback([&] { run = runSolve; });

@@ -57,6 +57,8 @@ Session::Session(const Options &options) : progress(options.quiet), log_(options
     for (int number : {scenarioAdded, earlierStageElements, nodeSize}) qrt_mset(base, number, 0, -1, 0, 0, 0);
 }
 
+bool Session::stopAsked() { return interrupted != 0; }
+
 Session::~Session() {
   qrts_endContext(context_);
   std::signal(SIGINT, SIG_DFL);

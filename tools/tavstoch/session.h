@@ -26,6 +26,8 @@ public:
   void raiseLimits(QRTModel *model) const;
   // Lets the user see and stop the iterations of a model.
   void watch(QRTModel *model);
+  // The user has asked to stop.
+  static bool stopAsked();
   // From here on a failure is the library's (70), not that of a file (65).
   void filesAreRead() { reading_ = false; }
   bool reading() const { return reading_; }

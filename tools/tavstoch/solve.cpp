@@ -10,6 +10,7 @@
 #include <unordered_set>
 
 #include "command.h"
+#include "decompose.h"
 #include "failure.h"
 #include "report.h"
 #include "stoch_program.h"
@@ -124,7 +125,10 @@ int runSolve(const Options &options) {
   }
 
   session.progress.phase("solving");
-  const int code = qrts_eitherSimplex(stoch);
+  CycleHistory history;
+  history.lines = words ? out : nullptr;
+  const bool decomposed = options.method == "lshaped";
+  const int code = decomposed ? solveByCycles(options, program, history) : qrts_eitherSimplex(stoch);
   const double solveSeconds = session.progress.done();
   const int status = qrts_getStatus(stoch);
   if (code >= 2 || statusExitCode(status) == EXIT_INTERNAL) {
@@ -138,6 +142,12 @@ int runSolve(const Options &options) {
                                  {"stages", stages}, {"scenarios", scenarios}, {"nodes", nodes}, {"strayings", strayings}};
   json.update(describeOutcome(model, status, objective, constant));
   json["seconds"] = {{"read", program.readSeconds()}, {"generate", generateSeconds}, {"solve", solveSeconds}};
+  if (decomposed) {
+    json["gap"] = qrts_getRelOptimalityGap(stoch);
+    json["cycles"] = nlohmann::ordered_json::array();
+    for (const QRTSCycle &c : history.cycles)
+      json["cycles"].push_back({{"lower", c.lower}, {"upper", c.upper}, {"gap", c.gap}, {"cuts", c.cuts}, {"seconds", c.seconds}});
+  }
   if (words) printOutcome(out, model, status, objective, constant, solveSeconds);
 
   if (status == 0 || status == 5 || status == 3) {
