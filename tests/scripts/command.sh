@@ -41,6 +41,16 @@ grep -q QRT out && fail "messages of the library in the JSON"
 [ "$(wc -l < solution.csv)" = $((1 + 6 + 3 * 19)) ] || fail "solution.csv has $(wc -l < solution.csv) lines"
 awk -F, 'NF != 6 { exit 1 }' solution.csv || fail "solution.csv: fields"
 grep -q '^1,1,column,PLANT1,' solution.csv || fail "solution.csv: names"
+expect 0 "solve by cycles" solve power.cor power.tim power.sto --method lshaped --cut stage:2 --no-final --check
+says out '^cycle +[0-9]+ +bounds +381\.8533333 +381\.8533333'
+says out '^objective +381\.853'
+says out '^ +mean +381\.853'
+expect 0 "solve by cycles as JSON" solve power.cor power.tim power.sto --method lshaped --gap 1e-6 --cycles 50 --json
+says out '"cuts":'
+expect 65 "a cut the method does not know" solve power.cor power.tim power.sto --method lshaped --cut rows:5
+says err '^tavstoch: --cut rows:5'
+expect 65 "a cut below the last stage" solve power.cor power.tim power.sto --method lshaped --cut stage:3
+expect 64 "no gap at all" solve power.cor power.tim power.sto --method lshaped --gap 0
 expect 0 "info" info power.cor power.tim power.sto
 says out '^scenarios +3'
 says out '^equivalent +23 rows, 40 columns'
