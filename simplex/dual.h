@@ -77,9 +77,11 @@ const char *dualRows_check(const SimplexWork *w);
 DualRatio qrtczcf(SimplexWork *w, double sign, double distance);
 
 // ---- dual_step.cpp
-// Moves flipped variables, steps primal and dual, carries the weights on and exchanges; false when the step was refused
-// and left no trace (the caller rejects the row or refactorises).
+// v := v + move * column of variable k.
+void column_addTo(const SimplexWork *w, SparseVector *v, int k, double move);
+// Moves the variables in `flips` to their other bound, and the basic values after them.
 void dualFlips_apply(SimplexWork *w);
+// Steps primal and dual along alpha and pivotRow, carries the weights on, exchanges enterVar and the variable of leaveRow.
 void qrtupsd(SimplexWork *w, int leavesAtUpper);
 
 // ---- dual_phase.cpp

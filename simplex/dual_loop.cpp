@@ -3,9 +3,7 @@
 #include "simplex/dual.h"
 
 #include <cmath>
-#include <cstring>
 
-#include "frame/guarded_memory.h"
 #include "simplex/driver.h"
 
 namespace {
@@ -171,19 +169,6 @@ void clearVectors(DualWork *d) {
   sparseVector_clear(&d->moved);
 }
 
-void *zeroed(QRTModel *model, int64_t count, size_t size) {
-  void *block = temporaryAllocate(model, count, int64_t(size));
-  std::memset(block, 0, size_t(count) * size);
-  return block;
-}
-
-void makeVector(QRTModel *model, SparseVector *v, int size) {
-  v->size = size;
-  v->count = 0;
-  v->index = static_cast<int *>(zeroed(model, int64_t(size) + 1, sizeof(int)));
-  v->value = static_cast<double *>(zeroed(model, int64_t(size) + 1, sizeof(double)));
-}
-
 // Weights are kept by variable between passes: a factorisation orders the rows anew.
 void gatherWeights(SimplexWork *w) {
   for (int i = 1; i <= w->m; i++) {
@@ -200,18 +185,18 @@ void scatterWeights(SimplexWork *w) {
 DualWork *dualWork(SimplexWork *w) {
   if (w->dual) return w->dual;
   primalWork(w);  // its row copy and pivotal row serve both
-  DualWork *d = static_cast<DualWork *>(zeroed(w->model, 1, sizeof(DualWork)));
-  makeVector(w->model, &d->alpha, w->m);
-  makeVector(w->model, &d->rho, w->m);
-  makeVector(w->model, &d->tau, w->m);
-  makeVector(w->model, &d->moved, w->m);
-  d->rowWeight = static_cast<double *>(zeroed(w->model, int64_t(w->m) + 1, sizeof(double)));
-  d->misfit = static_cast<double *>(zeroed(w->model, int64_t(w->m) + 1, sizeof(double)));
-  d->row = static_cast<int *>(zeroed(w->model, int64_t(w->m) + 1, sizeof(int)));
-  d->rowPlace = static_cast<int *>(zeroed(w->model, int64_t(w->m) + 1, sizeof(int)));
-  d->breaks = static_cast<DualBreak *>(zeroed(w->model, int64_t(w->total) + 1, sizeof(DualBreak)));
-  d->flips = static_cast<int *>(zeroed(w->model, int64_t(w->total) + 1, sizeof(int)));
-  d->groupEnd = static_cast<int *>(zeroed(w->model, int64_t(w->total) + 2, sizeof(int)));
+  DualWork *d = static_cast<DualWork *>(workZeroed(w, 1, sizeof(DualWork)));
+  workVector_make(w, &d->alpha, w->m);
+  workVector_make(w, &d->rho, w->m);
+  workVector_make(w, &d->tau, w->m);
+  workVector_make(w, &d->moved, w->m);
+  d->rowWeight = workDoubles(w, int64_t(w->m) + 1);
+  d->misfit = workDoubles(w, int64_t(w->m) + 1);
+  d->row = workIntegers(w, int64_t(w->m) + 1);
+  d->rowPlace = workIntegers(w, int64_t(w->m) + 1);
+  d->breaks = static_cast<DualBreak *>(workZeroed(w, int64_t(w->total) + 1, sizeof(DualBreak)));
+  d->flips = workIntegers(w, int64_t(w->total) + 1);
+  d->groupEnd = workIntegers(w, int64_t(w->total) + 2);
   d->phase = 2;
   w->dual = d;
   for (int k = 1; k <= w->total; k++) w->weight[k] = 1.0;

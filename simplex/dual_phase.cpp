@@ -35,13 +35,6 @@ double valueBySign(const SimplexWork *w, int k) {
   return w->value[k] >= upper ? upper : w->value[k] <= lower ? lower : w->value[k] - lower <= upper - w->value[k] ? lower : upper;
 }
 
-void addColumn(const SimplexWork *w, SparseVector *v, int k, double move) {
-  const int *row;
-  const double *value;
-  const int length = variableColumn(w, k, &row, &value);
-  for (int e = 0; e < length; e++) sparseVector_add(v, row[e], move * value[e]);
-}
-
 void placeNonbasics(SimplexWork *w) {
   for (int k = 1; k <= w->total; k++) {
     if (w->flags[k] & VAR_BASIC) continue;
@@ -76,7 +69,7 @@ int makeDualFeasible(SimplexWork *w) {
     if ((w->flags[k] & (VAR_BASIC | VAR_REJECTED)) || !(w->flags[k] & VAR_STATE)) continue;
     const double target = properValue(w, k), move = target - w->value[k];
     if (move == 0.0) continue;
-    addColumn(w, &d->moved, k, move);
+    column_addTo(w, &d->moved, k, move);
     w->value[k] = target;
     list_setState(w, k, stateOfValue(w, k));
     moved++;

@@ -8,14 +8,6 @@ namespace {
 constexpr double LEAST_WEIGHT = 1.0e-4;
 constexpr double FIXED_RANGE = 1.0e-12;
 
-// Adds move * column of k to `v`.
-void addColumn(const SimplexWork *w, SparseVector *v, int k, double move) {
-  const int *row;
-  const double *value;
-  const int length = variableColumn(w, k, &row, &value);
-  for (int e = 0; e < length; e++) sparseVector_add(v, row[e], move * value[e]);
-}
-
 // x_B := x_B - v, with the infeasibilities of the rows touched.
 void subtractFromBasics(SimplexWork *w, const SparseVector *v) {
   for (int t = 0; t < v->count; t++) {
@@ -86,6 +78,13 @@ void exchangeBasics(SimplexWork *w, int leavesAtUpper, double step) {
 
 }  // namespace
 
+void column_addTo(const SimplexWork *w, SparseVector *v, int k, double move) {
+  const int *row;
+  const double *value;
+  const int length = variableColumn(w, k, &row, &value);
+  for (int e = 0; e < length; e++) sparseVector_add(v, row[e], move * value[e]);
+}
+
 void dualFlips_apply(SimplexWork *w) {
   DualWork *d = w->dual;
   if (d->flipCount == 0) return;
@@ -95,7 +94,7 @@ void dualFlips_apply(SimplexWork *w) {
     const bool up = variableState(w->flags[k]) == 1;
     const double target = up ? w->upper[k] : w->lower[k], move = target - w->value[k];
     gain += w->dj[k] * move;
-    addColumn(w, &d->moved, k, move);
+    column_addTo(w, &d->moved, k, move);
     w->value[k] = target;
     list_setState(w, k, up ? 2 : 1);
   }

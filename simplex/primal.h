@@ -212,6 +212,11 @@ double qrtbthd(SimplexWork *w);
 int qrtadjw(SimplexWork *w);
 
 // ---- primal_loop.cpp
+// Work memory of a solve, zeroed, on the temporary chain; the dual's comes from here, too.
+void *workZeroed(SimplexWork *w, int64_t count, size_t size);
+double *workDoubles(SimplexWork *w, int64_t count);
+int *workIntegers(SimplexWork *w, int64_t count);
+void workVector_make(SimplexWork *w, SparseVector *v, int size);
 // Between iterations: vectors empty, candidates and rows as they should be. First broken invariant, or null.
 const char *primal_check(const SimplexWork *w);
 PrimalWork *primalWork(SimplexWork *w);

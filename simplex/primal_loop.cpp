@@ -457,20 +457,6 @@ Fate iterate(SimplexWork *w, Pass *pass) {
   return fate;
 }
 
-void *zeroed(QRTModel *model, int64_t count, size_t size) {
-  void *block = temporaryAllocate(model, count, int64_t(size));
-  std::memset(block, 0, size_t(count) * size);
-  return block;
-}
-double *doubles(SimplexWork *w, int64_t count) { return static_cast<double *>(zeroed(w->model, count, sizeof(double))); }
-int *integers(SimplexWork *w, int64_t count) { return static_cast<int *>(zeroed(w->model, count, sizeof(int))); }
-void vector_make(SimplexWork *w, SparseVector *v, int size) {
-  v->size = size;
-  v->count = 0;
-  v->index = integers(w, int64_t(size) + 1);
-  v->value = doubles(w, int64_t(size) + 1);
-}
-
 void begin(SimplexWork *w, Pass *pass) {
   PrimalWork *p = w->primal;
   pass->entryMode = w->priceMode;
@@ -513,32 +499,46 @@ int finish(SimplexWork *w, Pass *pass) {
 
 }  // namespace
 
+void *workZeroed(SimplexWork *w, int64_t count, size_t size) {
+  void *block = temporaryAllocate(w->model, count, int64_t(size));
+  std::memset(block, 0, size_t(count) * size);
+  return block;
+}
+double *workDoubles(SimplexWork *w, int64_t count) { return static_cast<double *>(workZeroed(w, count, sizeof(double))); }
+int *workIntegers(SimplexWork *w, int64_t count) { return static_cast<int *>(workZeroed(w, count, sizeof(int))); }
+void workVector_make(SimplexWork *w, SparseVector *v, int size) {
+  v->size = size;
+  v->count = 0;
+  v->index = workIntegers(w, int64_t(size) + 1);
+  v->value = workDoubles(w, int64_t(size) + 1);
+}
+
 PrimalWork *primalWork(SimplexWork *w) {
   if (w->primal) return w->primal;
-  PrimalWork *p = static_cast<PrimalWork *>(zeroed(w->model, 1, sizeof(PrimalWork)));
-  vector_make(w, &p->alpha, w->m);
-  vector_make(w, &p->rho, w->m);
-  vector_make(w, &p->change, w->m);
-  vector_make(w, &p->tau, w->m);
-  vector_make(w, &p->pivotRow, w->total);
-  p->tauRow = doubles(w, int64_t(w->total) + 1);
-  p->basicCost = doubles(w, int64_t(w->m) + 1);
-  p->costPart = doubles(w, int64_t(w->total) + 1);
-  p->candidate = integers(w, int64_t(w->total) + 1);
-  p->score = doubles(w, int64_t(w->total) + 1);
-  p->candidatePlace = integers(w, int64_t(w->total) + 1);
+  PrimalWork *p = static_cast<PrimalWork *>(workZeroed(w, 1, sizeof(PrimalWork)));
+  workVector_make(w, &p->alpha, w->m);
+  workVector_make(w, &p->rho, w->m);
+  workVector_make(w, &p->change, w->m);
+  workVector_make(w, &p->tau, w->m);
+  workVector_make(w, &p->pivotRow, w->total);
+  p->tauRow = workDoubles(w, int64_t(w->total) + 1);
+  p->basicCost = workDoubles(w, int64_t(w->m) + 1);
+  p->costPart = workDoubles(w, int64_t(w->total) + 1);
+  p->candidate = workIntegers(w, int64_t(w->total) + 1);
+  p->score = workDoubles(w, int64_t(w->total) + 1);
+  p->candidatePlace = workIntegers(w, int64_t(w->total) + 1);
   // Blocks are aligned to 8 bytes, pairs are read 16 at a time.
-  p->pairs = doubles(w, 2 * (int64_t(w->m) + 1) + 1);
+  p->pairs = workDoubles(w, 2 * (int64_t(w->m) + 1) + 1);
   if (reinterpret_cast<uintptr_t>(p->pairs) & 8) p->pairs++;
-  p->rowEnd = integers(w, int64_t(w->m) + 2);
-  p->rowVar = integers(w, int64_t(w->matrixElements) + 1);
-  p->rowValue = doubles(w, int64_t(w->matrixElements) + 1);
+  p->rowEnd = workIntegers(w, int64_t(w->m) + 2);
+  p->rowVar = workIntegers(w, int64_t(w->matrixElements) + 1);
+  p->rowValue = workDoubles(w, int64_t(w->matrixElements) + 1);
   std::memcpy(p->rowVar, w->rowVar, size_t(w->matrixElements) * sizeof(int));
   std::memcpy(p->rowValue, w->rowValue, size_t(w->matrixElements) * sizeof(double));
-  p->window = static_cast<Breakpoint *>(zeroed(w->model, int64_t(w->m) + 1, sizeof(Breakpoint)));
-  p->changedRow = integers(w, int64_t(w->m) + 1);
-  p->savedValue = doubles(w, int64_t(w->m) + 1);
-  p->savedStatus = static_cast<uint32_t *>(zeroed(w->model, int64_t(w->m) + 1, sizeof(uint32_t)));
+  p->window = static_cast<Breakpoint *>(workZeroed(w, int64_t(w->m) + 1, sizeof(Breakpoint)));
+  p->changedRow = workIntegers(w, int64_t(w->m) + 1);
+  p->savedValue = workDoubles(w, int64_t(w->m) + 1);
+  p->savedStatus = static_cast<uint32_t *>(workZeroed(w, int64_t(w->m) + 1, sizeof(uint32_t)));
   w->primal = p;
   return p;
 }
