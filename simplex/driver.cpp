@@ -355,7 +355,9 @@ void zeroInfeasibilities() {
 
 // Why a run happens. One that only cleans up after scaling, the solver's or the owner's, starts from the basis of the
 // run before and has a limit of iterations of its own.
-constexpr int LEG_WHOLE = 0, LEG_CLEAN_UP = 1;
+// An infeasibility whose proof fails outside the scaling proves nothing: the problem is solved again without it and without
+// that limit.
+constexpr int LEG_WHOLE = 0, LEG_CLEAN_UP = 1, LEG_AGAIN = 2;
 
 struct LegResult {
   SimplexWork *work;
@@ -466,11 +468,14 @@ int qrtsslvf(QRTModel *model, int algorithm, int init, int keep, int coreMode) {
   qrtlplp.startWord = 0;
   LegResult leg = runLeg(model, algorithm, init, coreMode, LEG_WHOLE);
   const int firstCode = leg.code;
-  if (firstCode == 0 && leg.violated) {
+  // A run that stopped at the cutoff has no answer to clean up.
+  if (firstCode == 0 && leg.violated && qrtlplp.Iprobstat2 != SECOND_STATUS_CUTOFF) {
     const Answer first = takeAnswer(model);
     const LegResult scaled = leg;
-    leg = runLeg(model, ALGORITHM_PRIMAL, 1, coreMode, LEG_CLEAN_UP);
-    if (leg.code != 0 || qrtlplp.Iprobstat < 0 || qrtlplp.Iprobstat > 1) {
+    const bool unproved = first.Iprobstat == 1;
+    leg = runLeg(model, ALGORITHM_PRIMAL, 1, coreMode, unproved ? LEG_AGAIN : LEG_CLEAN_UP);
+    const int status = qrtlplp.Iprobstat;
+    if (leg.code != 0 || status < 0 || (status > 1 && !unproved)) {
       putAnswerBack(model, first);
       leg = scaled;
     }
