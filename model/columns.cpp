@@ -5,6 +5,7 @@
 #include "frame/entry_frame.h"
 #include "frame/guarded_memory.h"
 #include "frame/messages.h"
+#include "model/edit_entry.h"
 #include "model/first_block.h"
 #include "model/removal.h"
 
@@ -95,25 +96,14 @@ int deleteColumns(QRTModel *model, int n, const int *which) {
 
 }  // namespace
 
-#define COLUMN_ENTRY(signature, work)               \
-  extern "C" int signature {                        \
-    qrt_enter(model, __func__, 1);                  \
-    QRT_JUMP_FRAME(model, qrt_disaster(model));     \
-    const int result = work;                        \
-    selfCheckModel(model);                          \
-    QRT_END_FRAME();                                \
-    qrt_leave(model);                               \
-    return result;                                  \
-  }
-
-COLUMN_ENTRY(qrt_addColumns(QRTModel *model, int n, const double *lower, const double *upper, const double *objective,
+MODEL_ENTRY(qrt_addColumns(QRTModel *model, int n, const double *lower, const double *upper, const double *objective,
                             const int *starts, const int *rows, const double *elements),
              addColumns(model, "qrt_addColumns entry", n, lower, upper, objective, starts, rows, elements))
-COLUMN_ENTRY(qrt_addOneColumn(QRTModel *model, double lower, double upper, double objective, int n, const int *rows,
+MODEL_ENTRY(qrt_addOneColumn(QRTModel *model, double lower, double upper, double objective, int n, const int *rows,
                               const double *elements),
              addOneColumn(model, lower, upper, objective, n, rows, elements))
-COLUMN_ENTRY(qrt_addColumnElements(QRTModel *model, int n, const int *rows, const double *elements),
+MODEL_ENTRY(qrt_addColumnElements(QRTModel *model, int n, const int *rows, const double *elements),
              addColumnElements(model, n, rows, elements))
-COLUMN_ENTRY(qrt_replaceColumn(QRTModel *model, int column, int n, const int *rows, const double *elements),
+MODEL_ENTRY(qrt_replaceColumn(QRTModel *model, int column, int n, const int *rows, const double *elements),
              replaceColumn(model, column, n, rows, elements))
-COLUMN_ENTRY(qrt_deleteColumns(QRTModel *model, int n, const int *which), deleteColumns(model, n, which))
+MODEL_ENTRY(qrt_deleteColumns(QRTModel *model, int n, const int *which), deleteColumns(model, n, which))

@@ -5,6 +5,7 @@
 #include "frame/entry_frame.h"
 #include "frame/guarded_memory.h"
 #include "frame/messages.h"
+#include "model/edit_entry.h"
 #include "model/first_block.h"
 #include "model/removal.h"
 
@@ -184,25 +185,14 @@ int replaceElements(QRTModel *model, int n, const int *rows, const int *columns,
 
 }  // namespace
 
-#define ROW_ENTRY(signature, work)                  \
-  extern "C" int signature {                        \
-    qrt_enter(model, __func__, 1);                  \
-    QRT_JUMP_FRAME(model, qrt_disaster(model));     \
-    const int result = work;                        \
-    selfCheckModel(model);                          \
-    QRT_END_FRAME();                                \
-    qrt_leave(model);                               \
-    return result;                                  \
-  }
-
-ROW_ENTRY(qrt_addRows(QRTModel *model, int n, const double *lower, const double *upper, const int *starts,
+MODEL_ENTRY(qrt_addRows(QRTModel *model, int n, const double *lower, const double *upper, const int *starts,
                       const int *columns, const double *elements),
           addRows(model, "qrt_addRows entry", n, lower, upper, starts, columns, elements))
-ROW_ENTRY(qrt_addOneRow(QRTModel *model, double lower, double upper, int n, const int *columns,
+MODEL_ENTRY(qrt_addOneRow(QRTModel *model, double lower, double upper, int n, const int *columns,
                         const double *elements),
           addOneRow(model, lower, upper, n, columns, elements))
-ROW_ENTRY(qrt_replaceRow(QRTModel *model, int row, int n, const int *columns, const double *elements),
+MODEL_ENTRY(qrt_replaceRow(QRTModel *model, int row, int n, const int *columns, const double *elements),
           replaceRow(model, row, n, columns, elements))
-ROW_ENTRY(qrt_deleteRows(QRTModel *model, int n, const int *which), deleteRows(model, n, which))
-ROW_ENTRY(qrt_replaceElements(QRTModel *model, int n, const int *rows, const int *columns, const double *elements),
+MODEL_ENTRY(qrt_deleteRows(QRTModel *model, int n, const int *which), deleteRows(model, n, which))
+MODEL_ENTRY(qrt_replaceElements(QRTModel *model, int n, const int *rows, const int *columns, const double *elements),
           replaceElements(model, n, rows, columns, elements))

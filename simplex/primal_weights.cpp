@@ -72,15 +72,6 @@ template <class Visit> void drainRow(SparseVector *row, const SimplexWork *w, Vi
   row->count = 0;
 }
 
-// tau' a_k for one variable.
-double columnTimes(const SimplexWork *w, int k, const double *vector) {
-  if (k <= w->m) return vector[k];
-  const int j = k - w->m;
-  double sum = 0.0;
-  for (int e = w->colStart[j]; e < w->colStart[j + 1]; e++) sum += w->colValue[e] * vector[w->colRow[e]];
-  return sum;
-}
-
 // Weights 1 + |B^-1 a_j|^2 for every structural: one FTRAN each, worth it only when asked for by the control.
 void exactNorms(SimplexWork *w) {
   PrimalWork *p = w->primal;

@@ -64,14 +64,6 @@ void recomputeBasics(SimplexWork *w) {
   if (largest > RESIDUAL_TO_TELL) qrtmesg_no_d1(MSG_LARGEST_RESIDUAL, largest);
 }
 
-double columnTimes(const SimplexWork *w, int k, const double *y) {
-  if (k <= w->m) return y[k];
-  double sum = 0.0;
-  const int j = k - w->m;
-  for (int e = w->colStart[j]; e < w->colStart[j + 1]; e++) sum += w->colValue[e] * y[w->colRow[e]];
-  return sum;
-}
-
 double basicGradient(const SimplexWork *w, int i, double costWeight, double infeasibilityWeight) {
   double g = costWeight * w->cost[w->list[i]];
   if (w->basicStatus[i] & ROW_ABOVE) g += infeasibilityWeight;

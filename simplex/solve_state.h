@@ -256,6 +256,15 @@ void computeReducedCosts(SimplexWork *w, double costWeight, double infeasibility
 // Column of variable k: entries to `row` and `value`, returns their number (at most m).
 int variableColumn(const SimplexWork *w, int k, const int **row, const double **value);
 
+// y' a_k for a vector over the rows.
+inline double columnTimes(const SimplexWork *w, int k, const double *y) {
+  if (k <= w->m) return y[k];
+  double sum = 0.0;
+  const int j = k - w->m;
+  for (int e = w->colStart[j]; e < w->colStart[j + 1]; e++) sum += w->colValue[e] * y[w->colRow[e]];
+  return sum;
+}
+
 // Copies flags of row i's variable, bounds and value into entry i of the basic vectors.
 void basicsFromRims(SimplexWork *w);
 // The reverse for the values.
