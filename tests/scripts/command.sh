@@ -63,6 +63,14 @@ for mode in 0 1 2 3; do
   expect 0 "lp mode $mode" lp diet.mps --mode $mode --quiet
   says out '^optimal 17\.142857'
 done
+for algorithm in primal dual either; do
+  expect 0 "lp by $algorithm" lp diet.mps --algorithm $algorithm --check --log told.log
+  says out '^objective +17\.14285714'
+  says out '^check +passed'
+  # Only the library's own choice is told.
+  if [ $algorithm = either ]; then says told.log "algorithm has been chosen"; else ! grep -q "algorithm has been chosen" told.log || fail "lp by $algorithm chose for itself"; fi
+done
+expect 64 "an algorithm of no kind" lp diet.mps --algorithm barrier
 for way in --scale "--crash 1" "--crash 2" "--scale --crash 3"; do
   expect 0 "lp $way" lp diet.mps $way --check
   says out '^objective +17\.14285714'

@@ -25,6 +25,7 @@ struct Options {
   int cycles = 100;
   bool noFinal = false;           // end a decomposition without a simplex solve of the whole
   int mode = 1;                   // lp: how the simplex starts
+  std::string algorithm = "either";  // lp
   std::string target;             // convert: the file to write
   int pairs = 2;                  // convert: pairs of name and number on a card
   bool binary = false;            // convert: numbers with every bit

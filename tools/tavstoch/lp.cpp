@@ -42,6 +42,12 @@ void writeSolution(const std::string &path, QRTModel *model) {
   if (std::ferror(file.get())) throw BadInput(path + ": cannot be written");
 }
 
+int solveBy(const std::string &algorithm, QRTModel *model, int mode) {
+  if (algorithm == "primal") return qrt_primalSimplex(model, mode);
+  if (algorithm == "dual") return qrt_dualSimplex(model, mode);
+  return qrt_eitherSimplex(model, mode);
+}
+
 }  // namespace
 
 int runLp(const Options &options) {
@@ -63,7 +69,7 @@ int runLp(const Options &options) {
   session.progress.phase("solving");
   if (options.scale) qrt_scale(model);
   if (options.crash) qrt_crash(model, options.crash);
-  const int code = qrt_eitherSimplex(model, options.mode);
+  const int code = solveBy(options.algorithm, model, options.mode);
   const double solveSeconds = session.progress.done();
   const int status = qrt_getIprobstat(model);
   if (code >= 2 || statusExitCode(status) == EXIT_INTERNAL) {

@@ -55,6 +55,8 @@ int main(int argc, char **argv) {
   lp->add_flag("--free", options.free, "free format");
   lp->add_option("--mode", options.mode, "0 go on, 1 full pricing, 2 partial pricing first, 3 from given values")
       ->check(CLI::Range(0, 3))->capture_default_str();
+  lp->add_option("--algorithm", options.algorithm, "primal, dual, or either: the library's own choice")
+      ->check(CLI::IsMember({"primal", "dual", "either"}))->capture_default_str();
   addSolving(lp, options);
   addOutput(lp, options);
   lp->callback([&] { run = runLp; });
