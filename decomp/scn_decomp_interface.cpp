@@ -1,5 +1,6 @@
 // The public functions of decomposition: each passes the entry frame and hands on.
 #include "decomp/scn_benders.h"
+#include "decomp/scn_parametric.h"
 #include "frame/messages.h"
 
 namespace {
@@ -24,6 +25,16 @@ int qrtse_decomposeCutByNodeSize(QRTStoch *stoch, int maxsubmodels) {
 }
 int qrts_bendersLSolve(QRTStoch *stoch, int mode) {
   return framed(stoch, __func__, 1, [=] { return qrts_benders2LSolve(stoch, mode); });
+}
+int qrtse_solveParametricModel(QRTStoch *stoch, double *parobj, double *parrowlower, double *parrowupper, double *parcollower,
+                               double *parcolupper, int mask, int (*fn)(QRTModel *model)) {
+  const ParametricDirection direction = {parobj, parrowlower, parrowupper, parcollower, parcolupper};
+  return framed(stoch, __func__, 1, [=] { return qrts_Cspar(stoch, direction, mask, fn); });
+}
+int qrts_solveParametricCoreModel(QRTStoch *stoch, double *cdelta, double *lrdelta, double *urdelta, double *lcdelta,
+                                  double *ucdelta, int mask, int (*fn)(QRTModel *model)) {
+  const ParametricDirection core = {cdelta, lrdelta, urdelta, lcdelta, ucdelta};
+  return framed(stoch, __func__, 1, [=] { return qrts_CsparCore(stoch, core, mask, fn); });
 }
 void qrts_setCycleCallBack(QRTStoch *stoch, QRTSCycleCallBack callback, void *data) {
   if (!handleLives(stoch)) return;

@@ -265,6 +265,31 @@ typedef int (*QRTSCycleCallBack)(const QRTSCycle *cycle, void *data);
 /** @brief Registers the function that each cycle of the object is told to, null for none. */
 QRT_API void qrts_setCycleCallBack(QRTStoch *stoch, QRTSCycleCallBack callback, void *data);
 
+/** @brief Traces the optimum of the described model while costs and bounds move along given directions.
+ *
+ *  The described model is solved at Rslambda with its rim moved by Rslambda times the directions, and again after each
+ *  step of Rslambdadelta up to Rslambdalim, which belongs to the range. The three controls are those of the described
+ *  model (qrtse_getCurrentModel()), which takes them from the base model when it is described; without a described model
+ *  the whole tree is described and loaded first. While `fn` runs, qrt_getRslambda() tells the present value; afterwards it is as
+ *  before. The rim stays where the last step left it; absent bounds stay absent.
+ *  @param parobj,parcollower,parcolupper  [columns of the described model] changes per unit of lambda.
+ *  @param parrowlower,parrowupper  [rows of the described model].
+ *  @param mask  which of them move, a sum: 1 parobj, 2 parrowlower, 4 parrowupper, 8 parcollower, 16 parcolupper; the
+ *  others may be null. 0 does nothing.
+ *  @param fn  called after each solve with the described model, whose status at this lambda may be any; a result of 2 or
+ *  more ends the run. Null prints lambda and status on stdout; then the step must be above 0.
+ *  @return 0; 2 after a message (a selected vector that is null, a mask that is no such sum, a step that never ends);
+ *  else the code of 2 or more of the solve or the call-back that ended the run. */
+QRT_API int qrtse_solveParametricModel(QRTStoch *stoch, double *parobj, double *parrowlower, double *parrowupper,
+                                       double *parcollower, double *parcolupper, int mask, int (*fn)(QRTModel *model));
+/** @brief The same with directions given once over the core and spread to every node: costs weighted by the node's
+ *  probability, bounds as they are.
+ *  @param cdelta,lcdelta,ucdelta  [columns of the core], in the order in which the core was given.
+ *  @param lrdelta,urdelta  [rows of the core].
+ *  @param mask  1 cdelta, 2 lrdelta, 4 urdelta, 8 lcdelta, 16 ucdelta.  @param fn  as above.  @return as above. */
+QRT_API int qrts_solveParametricCoreModel(QRTStoch *stoch, double *cdelta, double *lrdelta, double *urdelta, double *lcdelta,
+                                          double *ucdelta, int mask, int (*fn)(QRTModel *model));
+
 /** @brief A user exit; which arguments it gets depends on the exit. */
 typedef int (*QRTSUserExit)(void *first, void *second);
 /** @brief Registers a user exit: *which 11 is told of each solve of a subproblem (int *cycle, int *solves so far), 12 of

@@ -58,6 +58,12 @@ void resizeRims(QRTModel *model, int rows, int cols, int maxRows, int maxCols, i
 // Allocates an optional rim vector (rimLength entries, cleared to `value`); the pointer to keep in the model.
 double *newRimVector(const QRTModel *model, double value);
 void freeRimVector(const QRTModel *model, double **vector);
+// Copies the change vectors of a parametric run into the model, in place of those it has; null for one that is not
+// wanted. The first within a frame of its own (0, or 999 after a fatal error), the second within the caller's.
+int qrt_loadParametricData(QRTModel *model, const double *objective, const double *rowLower, const double *rowUpper,
+                           const double *colLower, const double *colUpper);
+void installParametricData(QRTModel *model, const double *objective, const double *rowLower, const double *rowUpper,
+                           const double *colLower, const double *colUpper);
 // Value and status word of a nonbasic column at the bound nearest to zero.
 double startValue(double lower, double upper, uint32_t *status);
 

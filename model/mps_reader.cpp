@@ -135,20 +135,9 @@ void installMatrix(MpsData *data) {
 }
 
 void installChanges(MpsData *data) {
-  QRTModel *model = data->model;
-  const size_t rows = size_t(data->m), columns = size_t(data->n);
-  const int at = model->Imaxrows;
-  if (data->costChange) {
-    model->objectiveDelta = newRimVector(model, 0);
-    if (columns) memcpy(model->objectiveDelta + at, data->costChange, columns * 8);
-  }
-  if (!data->lowerChange) return;
-  model->lowerDelta = newRimVector(model, 0);
-  model->upperDelta = newRimVector(model, 0);
-  memcpy(model->lowerDelta, data->lowerChange, rows * 8);
-  memcpy(model->upperDelta, data->upperChange, rows * 8);
-  memcpy(model->lowerDelta + at, data->lowerChange + rows, columns * 8);
-  memcpy(model->upperDelta + at, data->upperChange + rows, columns * 8);
+  const double *lower = data->lowerChange, *upper = data->upperChange;
+  installParametricData(data->model, data->costChange, lower, upper, lower ? lower + data->m : nullptr,
+                        upper ? upper + data->m : nullptr);
 }
 
 void installControls(MpsData *data) {

@@ -72,6 +72,34 @@ void freeRimVector(const QRTModel *model, double **vector) {
   *vector = nullptr;
 }
 
+namespace {
+// Gives one vector of changes its two parts; an absent part is 0, and a vector without parts is not there.
+void installChange(QRTModel *model, double **home, const double *rowPart, const double *columnPart) {
+  if (*home) freeRimVector(model, home);
+  if (!rowPart && !columnPart) return;
+  *home = newRimVector(model, 0.0);
+  if (rowPart && model->Inumrows) memcpy(*home, rowPart, size_t(model->Inumrows) * sizeof(double));
+  if (columnPart && model->Inumcols) memcpy(*home + model->Imaxrows, columnPart, size_t(model->Inumcols) * sizeof(double));
+}
+}  // namespace
+
+void installParametricData(QRTModel *model, const double *objective, const double *rowLower, const double *rowUpper,
+                           const double *colLower, const double *colUpper) {
+  installChange(model, &model->objectiveDelta, nullptr, objective);
+  installChange(model, &model->lowerDelta, rowLower, colLower);
+  installChange(model, &model->upperDelta, rowUpper, colUpper);
+}
+
+int qrt_loadParametricData(QRTModel *model, const double *objective, const double *rowLower, const double *rowUpper,
+                           const double *colLower, const double *colUpper) {
+  qrt_enter(model, "qrt_loadParametricData", 0);
+  QRT_JUMP_FRAME(model, qrt_disaster(model));
+  installParametricData(model, objective, rowLower, rowUpper, colLower, colUpper);
+  QRT_END_FRAME();
+  qrt_leave(model);
+  return 0;
+}
+
 double startValue(double lower, double upper, uint32_t *status) {
   if (lower >= 0.0) {
     *status = STATUS_AT_LOWER;

@@ -78,6 +78,32 @@ for way in --scale "--crash 1" "--crash 2" "--scale --crash 3"; do
   expect 0 "solve $way" solve power.cor power.tim power.sto $way --check
   says out '^objective +381\.853'
 done
+
+# Parametric: a table that begins at the plain optimum; every line is a solve of its own.
+cat > line.csv <<'END'
+# a dearer first plant, and demand that grows
+objective, PLANT1, 2.5
+rowlower,BASE,1
+END
+expect 0 "parametric" parametric power.cor power.tim power.sto line.csv --to 1 --step 0.25
+[ "$(wc -l < out)" = 6 ] || fail "one line a lambda and a title"
+says out '^lambda,status,value$'
+says out '^0,optimal,381\.853'
+expect 0 "parametric to a file" parametric power.cor power.tim power.sto line.csv --to 1 --step 0.25 --csv table.csv
+says table.csv '^1,optimal,'
+says out '^ +0\.25  optimal'
+expect 0 "parametric as JSON" parametric power.cor power.tim power.sto line.csv --from 1 --to 1 --json
+[ "$(grep -c '"lambda"' out)" = 1 ] || fail "one step"
+echo "rowupper,BUDGET,-40" > poor.csv
+expect 0 "parametric through infeasible" parametric power.cor power.tim power.sto poor.csv --to 2 --step 1
+says out '^2,infeasible,$'
+for line in "rowlower,NOROW,1" "colour,PLANT1,1" "objective,PLANT1,dear" "objective,PLANT1" "" "objective,PLANT1,1x"; do
+  echo "$line" > wrong.csv
+  expect 65 "parametric: $line" parametric power.cor power.tim power.sto wrong.csv
+  says err '^tavstoch: .*wrong'
+done
+expect 65 "parametric without a file" parametric power.cor power.tim power.sto absent.csv
+expect 64 "parametric without a step" parametric power.cor power.tim power.sto line.csv --step 0
 for way in "" --binary "--pairs 1"; do
   expect 0 "convert $way" convert diet.mps other.mps $way
   expect 0 "lp of what was converted" lp other.mps --quiet

@@ -29,6 +29,9 @@ struct Options {
   std::string target;             // convert: the file to write
   int pairs = 2;                  // convert: pairs of name and number on a card
   bool binary = false;            // convert: numbers with every bit
+  std::string changes;            // parametric: the file that says what moves
+  std::string csvFile;            // parametric: where the table goes; empty: the terminal
+  double from = 0, step = 0.1, to = 1;  // parametric: the range of lambda
   int crash = 0;                  // type, 0 none
   int maxScenarios = 1000000;
   bool strict = false, inherit = false, maximize = false, scale = false, free = false;
@@ -38,4 +41,5 @@ struct Options {
 int runSolve(const Options &options);
 int runLp(const Options &options);
 int runInfo(const Options &options);
+int runParametric(const Options &options);
 int runConvert(const Options &options);

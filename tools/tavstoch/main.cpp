@@ -66,6 +66,18 @@ int main(int argc, char **argv) {
   addOutput(info, options);
   info->callback([&] { run = runInfo; });
 
+  CLI::App *parametric = app.add_subcommand("parametric", "trace the optimum while costs and bounds move");
+  addTriple(parametric, options);
+  parametric->add_option("CHANGES", options.changes, "what moves: lines KIND,NAME,CHANGE per unit of lambda; KIND is objective, row, "
+                         "rowlower, rowupper, column, collower or colupper, NAME one of the core")->required();
+  parametric->add_option("--from", options.from, "first lambda")->capture_default_str();
+  parametric->add_option("--step", options.step, "step of lambda")->check(CLI::PositiveNumber)->capture_default_str();
+  parametric->add_option("--to", options.to, "last lambda")->capture_default_str();
+  parametric->add_option("--csv", options.csvFile, "write lambda, status and value to this CSV file");
+  parametric->add_flag("--maximize", options.maximize, "maximise the objective");
+  addOutput(parametric, options);
+  parametric->callback([&] { run = runParametric; });
+
   CLI::App *convert = app.add_subcommand("convert", "write a linear program in another form of MPS file");
   convert->add_option("FILE", options.mps, "MPS file")->required();
   convert->add_option("TARGET", options.target, "file to write")->required();
