@@ -22,6 +22,8 @@ says() { grep -qE "$2" "$1" || fail "$1 lacks \"$2\""; }
 cp "$examples"/power.* "$examples"/diet.mps .
 
 # Answers.
+expect 0 "version" --version
+says out '^tavstoch [0-9]+\.[0-9]+'
 expect 0 "solve" solve power.cor power.tim power.sto --check
 says out '^status +optimal'
 says out '^objective +381\.853'

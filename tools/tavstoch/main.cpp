@@ -37,6 +37,7 @@ int main(int argc, char **argv) {
   Options options;
   int (*run)(const Options &) = nullptr;
   CLI::App app{"tavstoch: stochastic programs in SMPS files, and linear ones in MPS files"};
+  app.set_version_flag("--version", "tavstoch " TAVSTOCH_VERSION);
   app.require_subcommand(1);
 
   CLI::App *solve = app.add_subcommand("solve", "solve a stochastic program");
