@@ -12,79 +12,17 @@
 #include <cstring>
 
 #include "decomp/scn_benders_run.h"
+#include "decomp/scn_solving.h"
 #include "frame/entry_frame.h"
 #include "frame/messages.h"
 
 namespace {
 
-constexpr int FROM_VALUES = 3;
-constexpr int UNSUPPORTED_EXIT = 999;
-constexpr int SIMPLEX_LOG[] = {16, 48, 129, 132, 133, 134};  // message numbers
-constexpr int MERGE_NUMBER = 57;
+constexpr int MERGE_NUMBER = 57;      // message number
 constexpr double RAY_NOISE = 1e-9;
-constexpr double LARGE_BOUND = 1.0e15;
 constexpr double NOISE_SHARE = 0.01;  // of the gap that all cuts below the noise may leave together
 
-// Issues a message of the cycle when anybody would see it: formatting is dear against a small solve.
-bool heard(int index) {
-  const QRTModel *speaker = stochMessageGetSpeaker();
-  if (!speaker) speaker = qrt_modelInfo;
-  return !speaker || !speaker->messageControl || speaker->messageControl[index].maxprt != 0 ||
-         speaker->messageControl[index].maxalw > 0;
-}
-void say(int index) {
-  if (heard(index)) stochMessage(index);
-}
-void sayValue(int index, double value) {
-  messageD(1, value);
-  say(index);
-}
-void sayNumber(int index, int number) {
-  messageI(1, number);
-  say(index);
-}
-void saySolving(const char *what, int number) {
-  if (!heard(MSG_SOLVING)) return;
-  messageC(1, what);
-  messageI(1, number);
-  stochMessage(MSG_SOLVING);
-}
-
 int number(const QRTStoch *model) { return model->smodel->tag; }
-
-void quieten(QRTModel *lp) {
-  qrt_setIlogfreq(lp, 999);
-  qrt_setIloglevel(lp, 3);
-}
-
-// First solve of a model, as the options ask.
-int solveAfresh(QRTStoch *model, int algorithm) {
-  QRTModel *lp = model->smodel->model;
-  if (model->ifScale) {
-    const int code = qrt_scale(lp);
-    if (code >= 2) return code;
-  }
-  if (model->ifCrash) {
-    const int code = qrt_crash(lp, model->ifCrash);
-    if (code >= 2) return code;
-  }
-  return algorithm == 2 ? qrt_dualSimplex(lp, 1) : algorithm == 1 ? qrt_primalSimplex(lp, 0) : qrt_eitherSimplex(lp, 1);
-}
-
-// Goes on from the last basis; trouble there is answered by a solve from the logical basis.
-int solveOn(QRTModel *lp) {
-  int code = qrt_dualSimplex(lp, 1);
-  if (code < 2 && qrt_getIprobstat(lp) >= 0 && qrt_getIprobstat(lp) != 3) return code;
-  for (int i = 0; i < lp->Inumrows; ++i) lp->status[i] = int(STATUS_BASIC);
-  for (int j = 0; j < lp->Inumcols; ++j) lp->status[lp->Imaxrows + j] &= ~int(STATUS_BASIC);
-  return qrt_primalSimplex(lp, 1);
-}
-
-// A solution that is optimal but for what was taken away to reach it counts as optimal.
-int outcomeOf(QRTModel *lp) {
-  const int status = qrt_getIprobstat(lp);
-  return status == 5 ? 0 : status;
-}
 
 }  // namespace
 
@@ -392,7 +330,7 @@ int solveMaster(BendersRun *run) {
   if (fabs(run->total) < SCN_INFINITY) lp->solution[lp->Imaxrows + theta] = run->stoch->optmaxmin * run->total;
   // A column that has just lost its bound makes the last basis dual infeasible; else the new rows are all that is wrong.
   const int freed = countFreed(run);
-  const int code = freed > 0 || run->mstat == 2 ? qrt_primalSimplex(lp, FROM_VALUES) : solveOn(lp);
+  const int code = freed > 0 || run->mstat == 2 ? qrt_primalSimplex(lp, SOLVE_FROM_VALUES) : solveOn(lp);
   if (code >= 2) return code;
   if (!judgeMaster(run)) return 0;
   propose(run);
@@ -449,7 +387,7 @@ void warnOfList(QRTStoch *stoch) {
   if (stoch->nSubmodels <= 0) return;
   printf("\n **** Warning !  qrts_bendersLSolve() has found an existing **** ");
   printf("\n **** decomposition.  Deleting the decomposition information ... ");
-  deleteSubmodelList(stoch);
+  qrts_deleteSubmodels(stoch);
   printf("\n **** A new decomposition (at cut stage = cutperiod) will be \n");
   printf("\n **** performed. \n");
 }
@@ -528,38 +466,10 @@ int qrts_CLshaped(QRTStoch *stoch, int mode) {
     run.master = run.models[0];
     code = runCycles(&run, mode);
   }
-  deleteSubmodelList(stoch);
+  qrts_deleteSubmodels(stoch);
   qrtbenders_Cfree(stoch);
   return code;
 }
-
-namespace {
-
-void switchLog(QRTStoch *stoch, bool on) {
-  QRTModel *models[2] = {stoch->baseModel, stoch->smodel->model};
-  for (QRTModel *model : models)
-    for (int message : SIMPLEX_LOG) on ? qrt_messagePrintOn(model, message) : qrt_messagePrintOff(model, message);
-}
-
-int finalSolve(QRTStoch *stoch) {
-  QRTModel *model = stoch->smodel->model;
-  int code = stoch->ifScale ? qrt_scale(model) : 0;
-  if (code < 2 && stoch->ifCrash && stoch->maxiter == 0) code = qrt_crash(model, stoch->ifCrash);
-  if (code >= 2) return code;
-  if (stoch->alg < 0) {
-    printf("\n QRTERROR ! Alg <= -1 not supported.\n");
-    qrts_endProcess(UNSUPPORTED_EXIT);
-  }
-  code = stoch->alg == 1   ? qrt_primalSimplex(model, FROM_VALUES)
-         : stoch->alg == 2 ? qrt_dualSimplex(model, 1)
-                           : qrt_eitherSimplex(model, stoch->maxiter == 0 ? 1 : FROM_VALUES);
-  if (code >= 2) return code;
-  stoch->status = qrt_getIprobstat(model);
-  stoch->robjvalue = qrt_getRobjvalue(model);
-  return 0;
-}
-
-}  // namespace
 
 int qrts_benders2LSolve(QRTStoch *stoch, int mode) {
   if (!stoch->smodel && qrts_describe2FullModel(stoch, 0, 1) < 0) return 2;
@@ -567,13 +477,13 @@ int qrts_benders2LSolve(QRTStoch *stoch, int mode) {
     const int code = qrts_load2BaseModel(stoch, 1);
     if (code >= 2) return code;
   }
-  switchLog(stoch, false);
+  switchSimplexLog(stoch, false);
   if (stoch->optmaxmin < 0.0) qrt_setMaximize(stoch->smodel->model);
   int code = 0;
   if (stoch->maxiter > 0) code = qrts_CLshaped(stoch, mode);
   const bool sound = stoch->status == 0 || stoch->status == 2 || stoch->status == 3;
-  if (code < 2 && (stoch->maxiter == 0 || (sound && stoch->ifFinalSimplex == 1))) code = finalSolve(stoch);
+  if (code < 2 && (stoch->maxiter == 0 || (sound && stoch->ifFinalSimplex == 1))) code = solveWhole(stoch);
   if (code >= 2) return code;
-  switchLog(stoch, true);
+  switchSimplexLog(stoch, true);
   return code;
 }

@@ -45,8 +45,6 @@ int qrts_Cdcut(QRTStoch *stoch, int minNumRows, int ***lists, int **counts, int 
 int qrts_Cncut(QRTStoch *stoch, int maxsubmodels, int **lists, int *counts, int *parents, int nModels);
 // The list, or null with a warning on stdout.
 QRTStoch **qrts_get2Submodels(QRTStoch *stoch);
-// Deletes the list of models, not the data they share. Harmless without one.
-void deleteSubmodelList(QRTStoch *stoch);
 // First broken invariant of the list as text, or null: every described node real in exactly one model, every virtual
 // node held by the parent model, one root.
 const char *submodels_check(const QRTStoch *stoch);

@@ -4,12 +4,12 @@
 #include <cstring>
 
 #include "decomp/scn_benders.h"
+#include "decomp/scn_solving.h"
 #include "frame/messages.h"
 
 namespace {
 
 constexpr int LINK_ROW_EXIT = 998;
-constexpr double LARGE_BOUND = 1.0e15;
 constexpr int MSG_ROLE = 830;  // "@C01 @C02 @I01"
 constexpr double PROPOSAL_TOLERANCE = 1e-8;
 

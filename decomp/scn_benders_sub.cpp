@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "decomp/scn_benders.h"
+#include "decomp/scn_solving.h"
 #include "frame/messages.h"
 
 namespace {
@@ -19,22 +20,6 @@ template <class T> T *block(QRTStoch *base, int64_t count) {
 }
 
 QRTStoch *ownerOf(QRTStoch *model) { return model->parent; }
-
-// Probability of the subtrees a subproblem holds: of its real nodes whose parent is elsewhere. Costs come weighted by
-// probabilities; without that weight tolerances mean the same in a rare scenario as in a common one.
-double weightOfModel(const StochModel *smodel) {
-  const NodeList *list = smodel->nodeList;
-  double weight = 0.0;
-  for (int k = 0; k < list->nNodes; ++k) {
-    const TreeNode &node = list->nodes[k];
-    if (!node.isVirtual && (node.parent == 0 || list->nodes[node.parent - 1].isVirtual)) weight += node.probability;
-  }
-  return weight > 0.0 ? weight : 1.0;
-}
-
-void divideCosts(QRTModel *lp, double weight) {
-  for (int j = 0; j < lp->Inumcols; ++j) lp->objective[lp->Imaxrows + j] /= weight;
-}
 
 void packCutHead(QRTStoch *base, QRTStoch *sub, int position) {
   BendersMethod *method = methodOf(sub);
@@ -60,7 +45,7 @@ int qrts_Cslav(QRTStoch *base, QRTStoch *sub, QRTStoch *master) {
   slave->lastSeq = -1;
   slave->realCols = smodel->nCols;
   for (int k = list->nNodes - list->nVirtual; k < list->nNodes; ++k) slave->realCols -= list->nodes[k].nCols;
-  slave->weight = weightOfModel(smodel);
+  slave->weight = sub->costWeight = weightOfModel(smodel);
   divideCosts(smodel->model, slave->weight);
   // One copy of the proposal serves all subproblems of a master, which take turns.
   slave->proposal = above->proposal;

@@ -111,22 +111,9 @@ constexpr Manner BY_NODES = {"qrts_nestedLSolve", "Nested Benders' Master proble
 
 }  // namespace
 
-void deleteSubmodelList(QRTStoch *stoch) {
-  if (stoch->nSubmodels > 0 && stoch->submodels)
-    for (int i = 0; i < stoch->nSubmodels; ++i) {
-      QRTStoch *model = stoch->submodels[i];
-      if (!model) continue;
-      model->sdata = nullptr;
-      qrts_delete2Stoch(model);
-    }
-  free(stoch->submodels);
-  stoch->submodels = nullptr;
-  stoch->nSubmodels = 0;
-}
-
 int qrts_decompose2CutAtStage(QRTStoch *stoch, int cutperiod, int load) {
   refuseBelowOne(cutperiod, "\n ERROR! Set oModel->cutperiod > 0\n");
-  deleteSubmodelList(stoch);
+  qrts_deleteSubmodels(stoch);
   const int whole = makeWholeModel(stoch);
   if (whole) return whole < 0 ? -1 : 0;
   Cut cut = {};
@@ -136,7 +123,7 @@ int qrts_decompose2CutAtStage(QRTStoch *stoch, int cutperiod, int load) {
 
 int qrts_decompose2CutByRowSize(QRTStoch *stoch, int minNumRows, int load) {
   refuseBelowOne(minNumRows, "\n ERROR! Set oModel->minNumRows > 0\n");
-  deleteSubmodelList(stoch);
+  qrts_deleteSubmodels(stoch);
   const int whole = makeWholeModel(stoch);
   if (whole) return whole < 0 ? -1 : 0;
   Cut cut = {};
@@ -146,7 +133,7 @@ int qrts_decompose2CutByRowSize(QRTStoch *stoch, int minNumRows, int load) {
 
 int qrts_decompose2CutByNodeSize(QRTStoch *stoch, int maxsubmodels, int load) {
   refuseBelowOne(maxsubmodels, "\n ERROR! Set oModel->maxsubmodels to a number > 0.\n");
-  deleteSubmodelList(stoch);
+  qrts_deleteSubmodels(stoch);
   const int whole = makeWholeModel(stoch);
   if (whole) return whole < 0 ? -1 : 0;
   const int wanted = stoch->smodel->nRows / 9 * 10 / maxsubmodels;

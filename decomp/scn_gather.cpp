@@ -59,10 +59,7 @@ template <class Visit> int forEachRealNode(QRTStoch *stoch, QRTStoch **models, i
 }
 
 // While the method runs, costs of a subproblem are divided by its weight.
-double weightOf(const QRTStoch *model) {
-  const BendersMethod *method = methodOf(model);
-  return method && method->slave ? method->slave->weight : 1.0;
-}
+double weightOf(const QRTStoch *model) { return model->costWeight > 0.0 ? model->costWeight : 1.0; }
 
 }  // namespace
 

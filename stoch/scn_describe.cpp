@@ -277,7 +277,7 @@ namespace {
 
 int describe(QRTStoch *stoch, int tag, const char *suffix, int nNodes, const int *nodeList, int probabilityFlag,
              int nSubproblems, int *maxRows, int *maxCols) {
-  stoch->nSubmodels = 0;
+  qrts_deleteSubmodels(stoch);  // they were cut from the model that goes
   char name[192];
   snprintf(name, sizeof name, "%.127s%s", stoch->name, suffix);
   if (stoch->ifDebug) qrts_debug("qrts_Cdscm");

@@ -122,23 +122,28 @@ QRTStoch *withData(QRTStoch *stoch, int maxScenarios) {
   return stoch;
 }
 
-void deleteSubmodels(QRTStoch *stoch) {
-  if (stoch->nSubmodels <= 0 || !stoch->submodels) {
-    stoch->nSubmodels = -1;
-    return;
+}  // namespace
+
+void qrts_deleteSubmodels(QRTStoch *stoch) {
+  for (void *block = stoch->decomposition[SUBMODEL_BLOCKS]; block;) {
+    void *next = *static_cast<void **>(block);
+    free(block);
+    block = next;
   }
-  if (stoch->ifDebug) qrts_debug(" ***** qrts_delete2Stoch: Deleteing oModel->submodels also ****");
-  for (int k = 0; k < stoch->nSubmodels; ++k) {
-    QRTStoch *submodel = stoch->submodels[k];
-    if (!submodel) continue;
-    submodel->sdata = nullptr;
-    qrts_delete2Stoch(submodel);
+  stoch->decomposition[SUBMODEL_BLOCKS] = nullptr;
+  if (stoch->nSubmodels > 0 && stoch->submodels) {
+    if (stoch->ifDebug) qrts_debug(" ***** qrts_delete2Stoch: Deleteing oModel->submodels also ****");
+    for (int k = 0; k < stoch->nSubmodels; ++k) {
+      QRTStoch *submodel = stoch->submodels[k];
+      if (!submodel) continue;
+      submodel->sdata = nullptr;  // shared
+      qrts_delete2Stoch(submodel);
+    }
   }
   free(stoch->submodels);
   stoch->submodels = nullptr;
+  stoch->nSubmodels = 0;
 }
-
-}  // namespace
 
 void registerHandle(const void *handle) {
   if (2 * (handles.used + 1) > handles.room) growRegister();
@@ -221,7 +226,7 @@ int qrts_delete2Stoch(QRTStoch *stoch) {
   if (stoch->ownsData == 1) qrts_freeSdata(stoch->sdata);
   qrts_freeSmodel(stoch->smodel);
   memset(stoch->name, 0, NAME_LENGTH);
-  deleteSubmodels(stoch);
+  qrts_deleteSubmodels(stoch);
   stoch->ifDebug = 0;
   if (stoch->nNodeList > 0) free(stoch->nodeList);
   if (stochMessageGetSpeaker() == stoch->baseModel) stochMessageSpeaker(nullptr);

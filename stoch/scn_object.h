@@ -32,6 +32,9 @@ QRTStoch *qrts_new2Stoch(QRTContext *context, const char *name, int maxScenarios
 // Deletes the object, its description, submodels and base model, and the data if they are its own. Returns 0.
 int qrts_delete2Stoch(QRTStoch *stoch);
 
+// Deletes the models of a decomposition and what hangs on their list, not the data they share. Harmless without one.
+void qrts_deleteSubmodels(QRTStoch *stoch);
+
 // Deletes every object whose base model belongs to the context, which is about to take that model away.
 void qrts_deleteObjectsOf(QRTContext *context);
 

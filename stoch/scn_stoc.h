@@ -202,6 +202,10 @@ struct StochModel {
 
 // ---- objects ------------------------------------------------------------------------------------------------
 
+// Slot of QRTStoch::decomposition with the blocks that live as long as the list of submodels: a chain, each block begins
+// with a pointer to the next.
+constexpr int SUBMODEL_BLOCKS = 1;
+
 struct QRTStoch {
   char tag[4];              // "SPO"; zero bytes once deleted
   StochData *sdata;
@@ -211,7 +215,7 @@ struct QRTStoch {
   char name[128];
   int32_t ownsData;         // 1: delete releases sdata; -1 as created; 0 a copy without data of its own
   QRTStoch *parent;
-  void *decomposition[7];   // work of the decomposition
+  void *decomposition[7];   // work of the decomposition, by SUBMODEL_BLOCKS and the slots it names itself
   void *smethod;            // method records of the solvers
   void *smethodData[3];
   int *integerMarks;        // [columns of the described model + 1], null without
@@ -230,6 +234,7 @@ struct QRTStoch {
   // State of ours.
   int32_t lenient;          // 1: read files as the world writes them
   int32_t inherit;          // 1: a scenario takes over its ancestor's items for the stages it owns
+  double costWeight;        // of a submodel: what a decomposition divided its costs by; 0 nothing
   double gapAsked;          // the gap last asked for; reloptgap shows the one reached once a decomposition has run
   QRTSCycleCallBack cycleCallBack;  // told of each cycle, or null
   void *cycleData;          // what it gets back

@@ -1,0 +1,38 @@
+// What both methods do with a model: announce it, solve it from nothing or from its last basis, weigh its costs; and the
+// final solve of the whole.
+#pragma once
+
+#include "decomp/scn_benders.h"
+
+constexpr int SOLVE_FROM_VALUES = 3;      // mode of the primal simplex
+constexpr int UNSUPPORTED_EXIT = 999;     // process code for an algorithm that does not exist
+constexpr double LARGE_BOUND = 1.0e15;    // stands for infinity with ifLargeBounds
+
+// Whether anybody would see a message: formatting is dear against a small solve.
+bool heard(int index);
+// Issues a message when anybody would see it; the second and third set @D01 and @I01.
+void say(int index);
+void sayValue(int index, double value);
+void sayNumber(int index, int number);
+void saySolving(const char *what, int number);
+
+// Log of a model that is solved thousands of times.
+void quieten(QRTModel *lp);
+// First solve, scaled and crashed as the model's options ask; algorithm 0 either, 1 primal, 2 dual. A solver's code.
+int solveAfresh(QRTStoch *model, int algorithm);
+// Goes on from the last basis by the dual simplex; trouble there is answered by a solve from the logical basis.
+int solveOn(QRTModel *lp);
+// From the logical basis by the primal simplex.
+int solveFromLogicals(QRTModel *lp);
+// qrt_getIprobstat, where an optimum of the problem as it was perturbed or scaled counts as optimal.
+int outcomeOf(QRTModel *lp);
+
+// Probability of the subtrees a model holds: of its real nodes whose parent is elsewhere. Costs come weighted by
+// probabilities; without that weight tolerances mean the same in a rare scenario as in a common one.
+double weightOfModel(const StochModel *smodel);
+void divideCosts(QRTModel *lp, double weight);
+
+// Printing of the simplex log's messages, on the object's model and on its base model.
+void switchSimplexLog(QRTStoch *stoch, bool on);
+// The whole model by one simplex solve from the values it holds; status and objective value. 0 or a solver's code.
+int solveWhole(QRTStoch *stoch);
