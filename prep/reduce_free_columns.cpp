@@ -1,0 +1,167 @@
+// Implied free columns: a column that an equation keeps within its bounds goes, and the equation with it.
+//
+//     row p:  a x_j + sum_k p_k x_k = r,   other rows q of the column with element a_q
+//
+// The least and greatest activity of the other columns bound x_j as tightly as its own bounds do, so those never act and
+// x_j = (r - sum_k p_k x_k) / a can be put in everywhere:
+//
+//     cost c_k -= (c_j / a) p_k,  constant += c_j r / a,   row q += -(a_q / a) row p,  sides of q += -(a_q / a) r
+//
+// The way back. x_j comes from the row as it stood and is basic; its reduced cost is 0, which gives the row's dual,
+// y_p = (c_j - sum_q a_q y_q) / a; all other duals and reduced costs stay what they are. (Andersen and Andersen 1995,
+// section 3.3; R. Fourer, D. M. Gay: Experience with a primal presolve algorithm, 1994.)
+#include <cmath>
+
+#include "frame/records.h"
+#include "prep/presolve.h"
+
+namespace {
+
+constexpr double SMALLEST_SHARE = 0.1;  // of the column's largest element that a pivot must have
+constexpr int MOST_ROWS = 20;           // of a column that may be substituted with fill
+constexpr int FILL_ALLOWED = 3;         // elements more than are removed
+
+// Limits of the row without one column: +-1e31 where an infinite term stands.
+struct RestOfRow {
+  double least, most;
+};
+
+RestOfRow finish(const PresolveActivity &a) {
+  return {a.leastInfinite ? -QRT_INFINITY : a.least, a.mostInfinite ? QRT_INFINITY : a.most};
+}
+
+// From the running activity, good for a first look only.
+RestOfRow estimate(const Presolve *p, int row, int column, double a) {
+  PresolveActivity rest = p->activity[row];
+  const double low = a > 0.0 ? p->lower[column] : p->upper[column], high = a > 0.0 ? p->upper[column] : p->lower[column];
+  if (std::fabs(low) < QRT_INFINITE_TEST) rest.least -= a * low;
+  else rest.leastInfinite--;
+  if (std::fabs(high) < QRT_INFINITE_TEST) rest.most -= a * high;
+  else rest.mostInfinite--;
+  return finish(rest);
+}
+
+bool keepsWithin(const Presolve *p, int column, double a, double r, const RestOfRow &rest, double slack) {
+  const double lower = p->lower[column], upper = p->upper[column], room = slack * (1.0 + std::fabs(r));
+  // a x_j lies between r - most and r - least.
+  const double low = rest.most >= QRT_INFINITE_TEST ? -QRT_INFINITY : r - rest.most;
+  const double high = rest.least <= -QRT_INFINITE_TEST ? QRT_INFINITY : r - rest.least;
+  const double lowEnd = a > 0.0 ? lower : upper, highEnd = a > 0.0 ? upper : lower;
+  if (std::fabs(lowEnd) < QRT_INFINITE_TEST && !(a * lowEnd <= low + room)) return false;
+  if (std::fabs(highEnd) < QRT_INFINITE_TEST && !(a * highEnd >= high - room)) return false;
+  return true;
+}
+
+bool impliedFree(const Presolve *p, int row, int column, double a) {
+  const double r = p->rowUpper[row];
+  if (!hasLower(p->lower[column]) && !hasUpper(p->upper[column])) return true;
+  if (!keepsWithin(p, column, a, r, estimate(p, row, column, a), 1.0e-6)) return false;
+  return keepsWithin(p, column, a, r, finish(computeActivity(p, row, column)), PRESOLVE_ZERO);
+}
+
+// The element whose row is to define the column: of the equations that keep it within its bounds the shortest; -1: none.
+int choosePivot(const Presolve *p, int column) {
+  double largest = 0.0;
+  for (int e = p->columnFirst[column]; e >= 0; e = p->entry[e].columnNext)
+    largest = std::fmax(largest, std::fabs(p->entry[e].value));
+  int best = -1;
+  for (int e = p->columnFirst[column]; e >= 0; e = p->entry[e].columnNext) {
+    const PresolveEntry &x = p->entry[e];
+    if (!isEquation(p, x.row) || std::fabs(x.value) < SMALLEST_SHARE * largest) continue;
+    if (best >= 0 && p->rowCount[x.row] >= p->rowCount[p->entry[best].row]) continue;
+    const int64_t fill = int64_t(p->rowCount[x.row] - 1) * (p->columnCount[column] - 1);
+    if (fill > p->rowCount[x.row] + p->columnCount[column] - 1 + FILL_ALLOWED) continue;
+    if (impliedFree(p, x.row, column, x.value)) best = e;
+  }
+  return best;
+}
+
+// The row, times -a_q / a, goes into each other row of the column, and into the objective.
+void putIn(Presolve *p, int row, int column, double a) {
+  const double r = p->rowUpper[row], cost = p->cost[column];
+  p->constant += cost * r / a;
+  for (int e = p->rowFirst[row]; cost != 0.0 && e >= 0; e = p->entry[e].rowNext)
+    if (p->entry[e].column != column) changeCost(p, p->entry[e].column, p->cost[p->entry[e].column] - cost / a * p->entry[e].value);
+  while (p->columnFirst[column] >= 0) {
+    const PresolveEntry x = p->entry[p->columnFirst[column]];
+    dropEntry(p, p->columnFirst[column]);
+    if (x.row == row) continue;
+    const double times = -x.value / a;
+    if (r != 0.0) shiftSides(p, x.row, times * r);
+    for (int e = p->rowFirst[row]; e >= 0; e = p->entry[e].rowNext)
+      if (p->entry[e].column != column) addToElement(p, x.row, p->entry[e].column, times * p->entry[e].value);
+  }
+}
+
+void logFreeColumn(Presolve *p, int type, int row, int column, double a) {
+  Reduction *r = logReduction(p, type, row, column);
+  r->lower = p->rowLower[row];
+  r->upper = p->rowUpper[row];
+  r->value1 = type == REDUCTION_FILL ? -p->cost[column] / a : a;
+  r->value2 = type == REDUCTION_FILL ? p->rowUpper[row] : -p->cost[column] / a;
+  logRowContent(p, row);
+  logColumnContent(p, column);
+}
+
+// Opens and closes the group of a column of two rows: bare numbers, the record above them has all that is needed.
+void logSecondRow(Presolve *p, int row, int column) {
+  logReduction(p, REDUCTION_FREE_OPEN, row, column);
+  for (int e = p->columnFirst[column]; e >= 0; e = p->entry[e].columnNext)
+    if (p->entry[e].row != row) logReduction(p, REDUCTION_FREE_CLOSE, p->entry[e].row, column)->value1 = p->entry[e].value;
+}
+
+int reduceColumns(Presolve *p, int queue, int mostRows, bool fill) {
+  int done = 0, column = -1;
+  while (takeColumn(p, queue, &column)) {
+    const int count = p->columnCount[column];
+    if (count == 0 || count > mostRows || p->columnKind[column] != COLUMN_CONTINUOUS) continue;
+    if (count == 1 && p->cost[column] == 0.0) continue;  // its row may absorb it
+    if (p->upper[column] - p->lower[column] <= PRESOLVE_ZERO) continue;
+    const int e = choosePivot(p, column);
+    if (e < 0) continue;
+    const int row = p->entry[e].row;
+    const double a = p->entry[e].value;
+    if (!fill && count == 2) logSecondRow(p, row, column);
+    logFreeColumn(p, fill ? REDUCTION_FILL : REDUCTION_FREE_SINGLETON, row, column, a);
+    putIn(p, row, column, a);
+    removeRow(p, row, MARK_ELIMINATED);
+    dropColumn(p, column, 1 + row);
+    done++;
+  }
+  return done;
+}
+
+void undo(Postsolve *p, const Reduction *r, double side, double cost) {
+  const int *row = columnIndices(p, r);
+  const double *element = columnElements(p, r);
+  double a = 0.0, rest = cost;
+  for (int k = 0; k < r->columnCount; k++) {
+    if (row[k] == r->row) a = element[k];
+    else rest -= element[k] * p->y[row[k]];
+  }
+  p->x[r->column] = (side - contentActivity(p, r, r->column)) / a;
+  p->d[r->column] = 0.0;
+  p->columnBasic[r->column] = 1;
+  p->rowBasic[r->row] = 0;
+  p->y[r->row] = rest / a;
+}
+
+}  // namespace
+
+int reduceFreeColumns(Presolve *p) { return reduceColumns(p, COLUMNS_FREE, 2, false); }
+
+int substituteFreeColumns(Presolve *p) {
+  const int limit = qrtint.Ithreshold >= 3 ? qrtint.Ithreshold : 2;
+  return reduceColumns(p, COLUMNS_SUBSTITUTE, limit < MOST_ROWS ? limit : MOST_ROWS, true);
+}
+
+void undoFreeColumn(Postsolve *p, const Reduction *r) {
+  if (r->type == REDUCTION_FREE_SINGLETON) undo(p, r, r->upper, -r->value2 * r->value1);
+}
+
+void undoSubstitution(Postsolve *p, const Reduction *r) {
+  double a = 1.0;
+  for (int k = 0; k < r->columnCount; k++)
+    if (columnIndices(p, r)[k] == r->row) a = columnElements(p, r)[k];
+  undo(p, r, r->value2, -r->value1 * a);
+}
