@@ -140,6 +140,18 @@ DualBound dualBound(const BoundSet *bounds, int nRows, int nReal, const double *
 // (type 0) or the sum of infeasibilities (type 1). -D where it can be had and both forms agree; else the weaker one,
 // which is valid; along a ray only -D holds.
 double cutRightHandSide(const DualBound &bound, double gradientTerm, double value, bool alongRay);
+// Cuts on their way to being rows of a master: one batch, one merge.
+struct CutBatch {
+  int rows, elements;
+  int64_t room;             // elements
+  int *starts, *columns;    // [rows + 1], [elements]
+  double *values, *upper;
+};
+void cutBatch_open(CutBatch *batch, int64_t mostRows);
+void cutBatch_element(CutBatch *batch, int column, double value);  // a zero is left out
+void cutBatch_endRow(CutBatch *batch, double rhs);
+// Appends the rows to the model and closes the batch. 0 or a store's code.
+int cutBatch_add(CutBatch *batch, QRTModel *model);
 // Store number of each node of a described model, into out [nodes of the model].
 void storeNumbers(const QRTStoch *model, int *out);
 // Sizes of records: nNodes numbers, then nCols reals at an offset of whole words.
@@ -150,6 +162,12 @@ inline int64_t cutSize(int64_t nVirtual, int64_t nCols) { return cutOffset(nVirt
 
 // ---- bound sets (scn_bounds.cpp) ----------------------------------------------------------------------------
 
+// Fills the three sets, whose arrays the caller owns, from the model's present bounds of its first nCols columns and nRows
+// rows.
+void makeBoundSets(const QRTModel *model, const BoundSet *original, const BoundSet *ray, const BoundSet *anchor, int nCols, int nRows);
+// The set of that number, or null after a text.
+const BoundSet *chooseBounds(int which, const BoundSet *original, const BoundSet *ray, const BoundSet *anchor);
+void putBounds(QRTModel *model, const BoundSet *set, int nCols, int nRows);
 // Makes the three sets of a subproblem from its present bounds.
 void qrts_Cslav0(QRTStoch *base, QRTStoch *sub);
 // Puts a set into the model, unless it is there already.
@@ -190,6 +208,6 @@ void qrtbenders_Cputcut(QRTStoch *sub, int alongRay, int type, double tol, const
 void qrtbenders_Cgetcut(QRTStoch *master, int *type, int *subId, double *rhs);
 // Collects statuses and cuts; the cuts become rows in one batch. 0 or a store's code.
 int qrtbenders_Cchkslvs(QRTStoch *master);
-// The part of it that takes the cuts (scn_cut_rows.cpp).
+// The part of it that takes the cuts.
 int takeCuts(QRTStoch *master);
 int qrtbenders_Cchkprop(QRTStoch *master);

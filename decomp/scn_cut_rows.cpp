@@ -42,32 +42,44 @@ double cutRightHandSide(const DualBound &bound, double gradientTerm, double valu
   return fromDual > fromPoint ? fromDual : fromPoint;
 }
 
-namespace {
-
-// Rows of a batch of cuts, as qrt_addRows() wants them.
-struct Batch {
-  int rows, elements;
-  int64_t room;
-  int *starts, *columns;
-  double *values, *lower, *upper;
-};
-
-void needRoom(Batch *batch, int64_t more) {
-  if (batch->elements + more <= batch->room) return;
-  batch->room = 2 * (batch->elements + more);
-  batch->columns = static_cast<int *>(qrts__realloc("qrtbenders_Cchkslvs", batch->columns, batch->room * int64_t(sizeof(int))));
-  batch->values =
-      static_cast<double *>(qrts__realloc("qrtbenders_Cchkslvs", batch->values, batch->room * int64_t(sizeof(double))));
+void cutBatch_open(CutBatch *batch, int64_t mostRows) {
+  *batch = {};
+  batch->starts = static_cast<int *>(qrts__alloc("qrtbenders_Cchkslvs", (mostRows + 1) * int64_t(sizeof(int)), 0));
+  batch->upper = static_cast<double *>(qrts__alloc("qrtbenders_Cchkslvs", (mostRows + 1) * int64_t(sizeof(double)), 0));
 }
 
-void append(Batch *batch, int column, double value) {
+void cutBatch_element(CutBatch *batch, int column, double value) {
   if (value == 0.0) return;
+  if (batch->elements == batch->room) {
+    batch->room = 2 * batch->room + 64;
+    batch->columns = static_cast<int *>(qrts__realloc("qrtbenders_Cchkslvs", batch->columns, batch->room * int64_t(sizeof(int))));
+    batch->values =
+        static_cast<double *>(qrts__realloc("qrtbenders_Cchkslvs", batch->values, batch->room * int64_t(sizeof(double))));
+  }
   batch->columns[batch->elements] = column;
   batch->values[batch->elements++] = value;
 }
 
+void cutBatch_endRow(CutBatch *batch, double rhs) {
+  batch->upper[batch->rows++] = rhs;
+  batch->starts[batch->rows] = batch->elements;
+}
+
+int cutBatch_add(CutBatch *batch, QRTModel *model) {
+  int code = 0;
+  if (batch->rows > 0) code = qrt_addRows(model, batch->rows, nullptr, batch->upper, batch->starts, batch->columns, batch->values);
+  if (batch->rows > 0 && code < 2) code = qrt_mergeBlocks(model, 1);
+  free(batch->starts);
+  free(batch->columns);
+  free(batch->values);
+  free(batch->upper);
+  return code < 2 ? 0 : code;
+}
+
+namespace {
+
 // The cut in the master's record as a row.
-void appendCut(Batch *batch, QRTStoch *master, int type, int child, double rhs) {
+void appendCut(CutBatch *batch, QRTStoch *master, int type, int child, double rhs) {
   BendersMaster *record = methodOf(master)->master;
   const StochModel *smodel = master->smodel;
   const TreeNode *store = master->sdata->nodes->nodes;
@@ -76,48 +88,30 @@ void appendCut(Batch *batch, QRTStoch *master, int type, int child, double rhs) 
   memcpy(&nVirtual, data + 16, sizeof nVirtual);
   const int *nodes = reinterpret_cast<const int *>(data + 20);
   const double *gradient = reinterpret_cast<const double *>(data + cutOffset(nVirtual));
-  needRoom(batch, (record->cuts->size - cutOffset(nVirtual)) / 8 + 2);
   for (int v = 0; v < nVirtual; ++v) {
     const int size = store[nodes[v] - 1].nCols, at = smodel->nodeList->nodes[smodel->nodeMap[nodes[v] - 1] - 1].colOffset;
-    for (int k = 0; k < size; ++k) append(batch, at + k, *gradient++);
+    for (int k = 0; k < size; ++k) cutBatch_element(batch, at + k, *gradient++);
   }
   if (type == CUT_OPTIMALITY) {
     QRTModel *model = smodel->model;
     const int theta = record->nCols + child;
     model->lower[model->Imaxrows + theta] = -SCN_INFINITY;
     model->solution[model->Imaxrows + theta] = master->optmaxmin * record->subs[child - 1].value;
-    append(batch, theta, -1.0);
+    cutBatch_element(batch, theta, -1.0);
   }
-  batch->lower[batch->rows] = -SCN_INFINITY;
-  batch->upper[batch->rows++] = rhs;
-  batch->starts[batch->rows] = batch->elements;
-}
-
-int addBatch(QRTModel *model, Batch *batch) {
-  int code = qrt_addRows(model, batch->rows, batch->lower, batch->upper, batch->starts, batch->columns, batch->values);
-  if (code < 2) code = qrt_mergeBlocks(model, 1);
-  return code;
+  cutBatch_endRow(batch, rhs);
 }
 
 }  // namespace
 
 int takeCuts(QRTStoch *master) {
   BendersMaster *record = methodOf(master)->master;
-  const int64_t n = int64_t(record->numSubs) + 1;
-  Batch batch = {};
-  batch.starts = static_cast<int *>(qrts__alloc("qrtbenders_Cchkslvs", n * int64_t(sizeof(int)), 0));
-  batch.lower = static_cast<double *>(qrts__alloc("qrtbenders_Cchkslvs", n * int64_t(sizeof(double)), 0));
-  batch.upper = static_cast<double *>(qrts__alloc("qrtbenders_Cchkslvs", n * int64_t(sizeof(double)), 0));
+  CutBatch batch;
+  cutBatch_open(&batch, record->numSubs);
   int type, child;
   double rhs;
   for (qrtbenders_Cgetcut(master, &type, &child, &rhs); child > 0; qrtbenders_Cgetcut(master, &type, &child, &rhs))
     appendCut(&batch, master, type, child, rhs);
   record->newCuts = batch.rows > 0;
-  const int code = batch.rows > 0 ? addBatch(master->smodel->model, &batch) : 0;
-  free(batch.starts);
-  free(batch.columns);
-  free(batch.values);
-  free(batch.lower);
-  free(batch.upper);
-  return code < 2 ? 0 : code;
+  return cutBatch_add(&batch, master->smodel->model);
 }

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 #include "frame/entry_frame.h"
 #include "frame/messages.h"
@@ -130,7 +131,7 @@ void qrts_deleteSubmodels(QRTStoch *stoch) {
     free(block);
     block = next;
   }
-  stoch->decomposition[SUBMODEL_BLOCKS] = nullptr;
+  for (size_t slot = SUBMODEL_BLOCKS; slot < std::size(stoch->decomposition); ++slot) stoch->decomposition[slot] = nullptr;
   if (stoch->nSubmodels > 0 && stoch->submodels) {
     if (stoch->ifDebug) qrts_debug(" ***** qrts_delete2Stoch: Deleteing oModel->submodels also ****");
     for (int k = 0; k < stoch->nSubmodels; ++k) {

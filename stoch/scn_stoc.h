@@ -202,8 +202,8 @@ struct StochModel {
 
 // ---- objects ------------------------------------------------------------------------------------------------
 
-// Slot of QRTStoch::decomposition with the blocks that live as long as the list of submodels: a chain, each block begins
-// with a pointer to the next.
+// Slots of QRTStoch::decomposition from this one on live as long as the list of submodels. It has the blocks that go with
+// the list: a chain, each begins with a pointer to the next.
 constexpr int SUBMODEL_BLOCKS = 1;
 
 struct QRTStoch {
