@@ -144,6 +144,7 @@ struct QRTModel {
   int32_t indexForm;       // 0: blocks 0-based and names terminated; 1: blocks 1-based; 2: names padded; 3: both
   int32_t matrixVersion;   // grows with every change of the matrix
   int32_t matrixScaled;    // 1: stored elements are multiplied by scales[i] / scales[Imaxrows + j]
+  struct ByteStream *presolveStream; // in memory: what postsolve needs of the last presolve, or null; owned
   struct CompressInfo *compression;  // what the model was before it was compressed, null while it is whole
 };
 

@@ -669,6 +669,31 @@ QRT_API int qrt_restoreModel(QRTModel *model, const char *filename);
  *  ones keep the factor 1.
  *  @return 0, also with a warning for a model that is scaled already, which stays as it is; 999 after a fatal error. */
 QRT_API int qrt_scale(QRTModel *model);
+/** @brief Makes the model smaller: the reduced model, with the same optimum, takes its place until qrt_postSolve().
+ *
+ *  Names, integer types, sets and scale factors go along; the rims keep their room, duals become 0, and RobjectiveOffset
+ *  takes up what was fixed. Costs and bounds stay as they are but for what the reductions themselves change. A model with
+ *  quadratic terms loses redundant rows only.
+ *  @param type kind + 4 * flags + 10000 * passes, 0 to 333333. Kind: 0 what row activities tell; 1 and doubleton
+ *         equations; 2 and implied free columns; 3 both. Flags: 1 duplicate rows and columns and zero-cost singletons;
+ *         2 free columns with fill; 4 implied bounds outlast a pass; 8 dual analysis; 16 infeasible bounds are repaired
+ *         (postsolve then judges the original); 32 implied bounds are relaxed by 0.001. Without passes: at most 5.
+ *  @param filename where postsolve finds the original and the log: null memory of the model, "/null" nowhere, else a path.
+ *         A file is written beside its place and renamed when it is whole.
+ *  @return 0; 1 when the model is infeasible, 2 when dual analysis finds it unbounded (raised limit), 341 when the file
+ *          cannot be opened (raised limit), 21 when it cannot be written: in all these cases the model is as it was; 999
+ *          after a fatal error. A model all of whose rows go ends in message 7020, which stops the process unless its
+ *          limit was raised; the call then returns 999 with a usable model of one free row. */
+QRT_API int qrt_preSolve(QRTModel *model, int type, const char *filename);
+/** @brief Brings the original model back and maps the solution of the reduced one onto it.
+ *
+ *  An optimal solution comes back with duals and an optimal basis; of any other status only values and a start basis are
+ *  rebuilt, and duals are 0. A solution without a basis (an interior one) gets the statuses its values ask for.
+ *  @param filename as given to qrt_preSolve(); null takes the model's memory and gives it up. "/null", memory without a
+ *         presolve, or the file of a presolve that found the model infeasible do nothing.
+ *  @return 0; 341 when the file cannot be opened, 21 when it is cut off or damaged (the model is as it was), both with
+ *          raised limits; 999 after a fatal error. */
+QRT_API int qrt_postSolve(QRTModel *model, const char *filename);
 /** @brief Puts columns into the all-slack basis where they make rows feasible, keeping the basis triangular.
  *
  *  Columns move from their bound to where their row stands at its own; bounds stay as they are. Leaves status words,

@@ -23,11 +23,14 @@ struct BlockRead {
   double *elements;
 };
 
+}  // namespace
+
 // What the file holds; arrays on the temporary chain, null where a section is missing.
 struct SavedModel {
   QRTModel *model;
-  FILE *stream;
-  int64_t left;        // bytes not yet read
+  ByteStream *stream;
+  uint32_t wanted;     // sections asked for, 0 all
+  bool known, scaled;  // whether records were read, and whether by them the elements bear factors
   bool cut;            // the file ended too early
   uint32_t mask;       // sections of the file
   int32_t head[HEADER_WORDS];
@@ -45,18 +48,17 @@ struct SavedModel {
   MemberRecord *members;
 };
 
+namespace {
+
 bool get(SavedModel *s, void *bytes, int64_t count) {
-  if (s->cut || count > s->left || (count > 0 && fread(bytes, 1, size_t(count), s->stream) != size_t(count))) {
-    s->cut = true;
-    return false;
-  }
-  s->left -= count;
-  return true;
+  if (!s->cut && qrtgeni(s->stream, bytes, count)) return true;
+  s->cut = true;
+  return false;
 }
 
 // An array of the file; a count that the rest of the file cannot hold allocates nothing.
 template <class T> T *getArray(SavedModel *s, int64_t count) {
-  if (s->cut || count < 0 || count * int64_t(sizeof(T)) > s->left) {
+  if (s->cut || count < 0 || count * int64_t(sizeof(T)) > byteStream_left(s->stream)) {
     s->cut = true;
     return nullptr;
   }
@@ -80,7 +82,7 @@ bool getBlock(SavedModel *s, BlockRead *b) {
 }
 
 BlockRead *getBlocks(SavedModel *s, int count) {
-  if (count < 0 || int64_t(count) * int64_t(sizeof(SavedBlock)) > s->left) {
+  if (count < 0 || int64_t(count) * int64_t(sizeof(SavedBlock)) > byteStream_left(s->stream)) {
     s->cut = true;
     return nullptr;
   }
@@ -120,6 +122,8 @@ void getRecords(SavedModel *s) {
   s->rows = facts[FACT_ROWS];
   s->columns = facts[FACT_COLUMNS];
   s->nameLength = facts[FACT_NAME_LENGTH];
+  s->known = true;
+  s->scaled = facts[FACT_SCALE_STATE] == SCALE_STATE_SCALED;
 }
 
 void getIntegers(SavedModel *s) {
@@ -264,7 +268,7 @@ void takeOptional(const SavedModel *s, double **home, const double *from, int64_
   memcpy(*home, from, size_t(count) * sizeof(double));
 }
 
-void takeIntegers(SavedModel *s) {
+void takeIntegers(SavedModel *s, bool announce) {
   QRTModel *m = s->model;
   if (!(s->mask & SAVE_INTEGERS)) return;
   dropEntities(m);
@@ -277,7 +281,7 @@ void takeIntegers(SavedModel *s) {
     const EntityRecord &e = s->sets[k];
     storeEntity(m, e.type, e.priority, e.count, s->members + e.first);
   }
-  qrtmesg_no_i2(MSG_INTEGERS_RESTORED, countIntegerColumns(m), m->Inumsets);
+  if (announce) qrtmesg_no_i2(MSG_INTEGERS_RESTORED, countIntegerColumns(m), m->Inumsets);
 }
 
 void takeQuadratic(SavedModel *s) {
@@ -320,11 +324,9 @@ void takeRecords(SavedModel *s) {
   m->modelFlags = (m->modelFlags & ~uint32_t(MODEL_COMPRESS)) | (uint32_t(facts[FACT_FLAGS]) & MODEL_COMPRESS);
 }
 
+// Without records the factors themselves tell.
 bool markedScaled(const SavedModel *s) {
-  if (!s->lplp) return s->scales != nullptr && s->blocks != nullptr;
-  int32_t facts[FACT_COUNT];
-  memcpy(facts, s->lplp, sizeof facts);
-  return facts[FACT_SCALE_STATE] == SCALE_STATE_SCALED;
+  return s->known ? s->scaled : s->scales != nullptr && s->blocks != nullptr;
 }
 
 int auxKindOf(const SavedModel *s) {
@@ -334,7 +336,9 @@ int auxKindOf(const SavedModel *s) {
   return facts[FACT_AUX_KIND];
 }
 
-void takeOver(SavedModel *s) {
+}  // namespace
+
+void savedModel_takeOver(SavedModel *s, bool announce) {
   QRTModel *m = s->model;
   const bool wasScaled = m->matrixScaled != 0;
   bool scaled = s->blocks ? markedScaled(s) && s->scales : wasScaled;
@@ -357,15 +361,24 @@ void takeOver(SavedModel *s) {
   takeList(&m->sellistrow, s->rowList, s->rowList ? s->head[HEAD_ROWS] : 0);
   takeList(&m->sellistcol, s->columnList, s->columnList ? s->head[HEAD_COLUMNS] : 0);
   takeList(&m->presolveInfo, s->marks, s->marks ? s->n : 0);
-  takeIntegers(s);
+  takeIntegers(s, announce);
   takeQuadratic(s);
   touchMatrix(m);
   selfCheckModel(m);
 }
 
+bool savedModel_hasScales(const SavedModel *s) { return s->scales != nullptr; }
+
+void savedModel_sizes(const SavedModel *s, int *rows, int *columns) {
+  *rows = s->rows;
+  *columns = s->columns;
+}
+
+namespace {
+
 // Sections that are not asked for were read to be passed over.
 void forgetUnasked(SavedModel *s) {
-  uint32_t wanted = uint32_t(qrtlplp.Imodelmask);
+  uint32_t wanted = s->wanted;
   if (wanted == 0) wanted = SAVE_ALL | SAVE_QUADRATIC;
   if ((wanted & SAVE_BOUNDS_AND_COSTS) == SAVE_BOUNDS_AND_COSTS) wanted |= SAVE_AUX;
   s->mask &= wanted;
@@ -388,7 +401,7 @@ void forgetUnasked(SavedModel *s) {
   forget(SAVE_MARKS, s->marks);
 }
 
-// The whole file (qrtgtmdf). Returns 0 or NOT_READ after a message.
+// Returns 0 or NOT_READ after a message.
 int readSave(SavedModel *s) {
   QRTModel *m = s->model;
   char magic[4] = {};
@@ -428,7 +441,6 @@ int readSave(SavedModel *s) {
     return NOT_READ;
   }
   forgetUnasked(s);
-  takeOver(s);
   return 0;
 }
 
@@ -439,18 +451,24 @@ int restoreModel(QRTModel *model, const char *filename) {
     return NOT_OPENED;
   }
   qrt_push(model);
-  SavedModel saved = {};
-  saved.model = model;
-  saved.stream = qrt_file_fp[UNIT_IMPORT - UNIT_FIRST_NAMED];
-  fseek(saved.stream, 0, SEEK_END);
-  saved.left = ftell(saved.stream);
-  fseek(saved.stream, 0, SEEK_SET);
-  const int result = readSave(&saved);
+  ByteStream stream;
+  byteStream_ofFile(&stream, qrt_file_fp[UNIT_IMPORT - UNIT_FIRST_NAMED], true);
+  SavedModel *saved = qrtgtmdf(model, &stream, uint32_t(qrtlplp.Imodelmask));
+  if (saved) savedModel_takeOver(saved, true);
   qrt_pop(model);
-  return result;
+  return saved ? 0 : NOT_READ;
 }
 
 }  // namespace
+
+SavedModel *qrtgtmdf(QRTModel *model, ByteStream *stream, uint32_t mask) {
+  SavedModel *saved = static_cast<SavedModel *>(temporaryAllocate(model, 1, int64_t(sizeof(SavedModel))));
+  *saved = {};
+  saved->model = model;
+  saved->stream = stream;
+  saved->wanted = mask;
+  return readSave(saved) == 0 ? saved : nullptr;
+}
 
 extern "C" int qrt_restoreModel(QRTModel *model, const char *filename) {
   qrt_eraseFactor(model);

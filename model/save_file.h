@@ -10,6 +10,7 @@
 #include <cstdint>
 
 #include "frame/model_record.h"
+#include "model/byte_stream.h"
 
 enum SaveSection : uint32_t {
   SAVE_RECORDS = 0x1,
@@ -63,6 +64,15 @@ struct SavedIntegers {
 // load answers false for an image of other controls; values out of a control's range are left out.
 void storeControls(const QRTModel *model, SaveImage image, char *bytes, int skip);
 bool loadControls(QRTModel *model, SaveImage image, const char *bytes, int skip);
+
+// Writes the sections of `mask` (0: all there are) to a stream, whose error tells a failure.
+void qrtptmdf(QRTModel *model, ByteStream *stream, uint32_t mask);
+// Reads a file in two steps: all that it holds on the model's temporary chain, looked at and found sound, then over the
+// model. The first returns null after a message, and the model is as it was.
+struct SavedModel *qrtgtmdf(QRTModel *model, ByteStream *stream, uint32_t mask);
+void savedModel_takeOver(SavedModel *saved, bool announce);
+bool savedModel_hasScales(const SavedModel *saved);
+void savedModel_sizes(const SavedModel *saved, int *rows, int *columns);
 
 // Messages of both ways.
 enum : int {

@@ -1,5 +1,4 @@
 // Writing a model to a save file.
-#include <cerrno>
 #include <cstring>
 
 #include "frame/controls.h"
@@ -19,13 +18,13 @@ constexpr int NOT_OPENED = 200, NOT_WRITTEN = 21;
 
 struct SaveFile {
   QRTModel *model;
-  FILE *stream;
-  int64_t n;  // entries of a vector
+  ByteStream *stream;
+  int64_t n;       // entries of a vector
+  uint32_t asked;  // sections asked for, 0 all
 };
 
 void put(const SaveFile *s, const void *bytes, int64_t count) {
-  if (count > 0 && fwrite(bytes, 1, size_t(count), s->stream) != size_t(count))
-    qrtmesg_no_i2(MSG_WRITE_ERROR, errno, UNIT_IMPORT);
+  qrtgeno(s->stream, bytes, count);
 }
 void putWord(const SaveFile *s, int32_t word) { put(s, &word, 4); }
 
@@ -34,7 +33,7 @@ int64_t bytesOf(const void *block) { return block ? qrt_validAddress(block) : 0;
 // What is asked for and exists.
 uint32_t maskOf(const SaveFile *s) {
   const QRTModel *m = s->model;
-  const uint32_t asked = uint32_t(qrtlplp.Imodelmask);
+  const uint32_t asked = s->asked;
   uint32_t mask = asked ? asked : uint32_t(SAVE_ALL);
   if (!asked && m->Inumquadraticblocks > 0) mask |= SAVE_QUADRATIC;
   auto need = [&mask](uint32_t bit, const void *vector) {
@@ -162,7 +161,6 @@ void putQuadratic(const SaveFile *s) {
   for (int k = 0; k < m->Inumquadraticblocks; k++) putBlock(s, *m->quadraticBlocks[k].block, 0);
 }
 
-// The whole file (qrtptmdf).
 void writeSave(const SaveFile *s) {
   const QRTModel *m = s->model;
   const uint32_t mask = maskOf(s);
@@ -195,12 +193,19 @@ void writeSave(const SaveFile *s) {
 
 int saveModel(QRTModel *model, const char *filename) {
   if (!outputFile_open(filename)) return NOT_OPENED;
-  const SaveFile save = {model, outputFile_stream(), int64_t(model->Imaxrows) + model->Imaxcols};
-  writeSave(&save);
+  ByteStream stream;
+  byteStream_ofFile(&stream, outputFile_stream(), false);
+  qrtptmdf(model, &stream, uint32_t(qrtlplp.Imodelmask));
+  if (stream.error) qrtmesg_no_i2(MSG_WRITE_ERROR, stream.error, UNIT_IMPORT);
   return outputFile_commit() ? 0 : NOT_WRITTEN;
 }
 
 }  // namespace
+
+void qrtptmdf(QRTModel *model, ByteStream *stream, uint32_t mask) {
+  const SaveFile save = {model, stream, int64_t(model->Imaxrows) + model->Imaxcols, mask};
+  writeSave(&save);
+}
 
 extern "C" int qrt_saveModel(QRTModel *model, const char *filename) {
   qrt_enter(model, "qrt_saveModel", 2);

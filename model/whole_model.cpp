@@ -8,6 +8,7 @@
 #include "frame/entry_frame.h"
 #include "frame/guarded_memory.h"
 #include "frame/messages.h"
+#include "model/byte_stream.h"
 #include "model/model_store.h"
 
 namespace {
@@ -360,6 +361,11 @@ void releaseModelData(QRTModel *model) {
                           &model->workBlocks[2]};
   for (void **home : plain) freeBlock(home);
   releaseMatrixCopies(model);
+  if (model->presolveStream) {
+    byteStream_release(model->presolveStream);
+    qrt_free(model->presolveStream);
+    model->presolveStream = nullptr;
+  }
   qrt_free(model->integerTypes);
   qrt_free(model->rownames);
   qrt_free(model->colnames);

@@ -71,7 +71,7 @@ struct Presolve {
   int pass;                        // from 1
   int repair;                      // 1: an infeasibility is repaired where possible
   int repairs;                     // bounds that were moved by it
-  int plain;                       // 1: only rows may go (quadratic terms, parametric vectors, no sense)
+  int plain;                       // 0, or PRESOLVE_ROWS_ONLY (quadratic terms), PRESOLVE_NOTHING (parametric vectors)
   double tolerance;                // Rtolpinf
   double dualTolerance;            // Rtoldinf
   double constant;
@@ -94,6 +94,7 @@ struct Presolve {
   struct ReductionLog *log;
 };
 
+enum : int { PRESOLVE_ROWS_ONLY = 1, PRESOLVE_NOTHING = 2 };
 enum : int {
   PRESOLVE_FLAG_DUPLICATES = 1,
   PRESOLVE_FLAG_FILL = 2,

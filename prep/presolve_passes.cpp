@@ -1,0 +1,87 @@
+// The order of the reductions: what runs before the passes, in each pass, and after them.
+#include <cstdio>
+#include <cstdlib>
+
+#include "frame/messages.h"
+#include "prep/presolve_run.h"
+
+namespace {
+
+enum : int { KIND_0 = 1, KIND_1 = 2, KIND_2 = 4, KIND_3 = 8, ALL_KINDS = 15 };
+
+// One row a step: which kinds run it, a flag it needs and one that keeps it out (0: none).
+struct Step {
+  int (*reduce)(Presolve *);
+  int kinds, needs, without;
+};
+
+constexpr Step BEFORE[] = {
+    {reduceRows, ALL_KINDS, 0, 0},
+};
+constexpr Step PASS[] = {
+    {reduceRows, ALL_KINDS, 0, 0},
+    {tightenBounds, ALL_KINDS, 0, 0},
+    {reduceEmptyColumns, ALL_KINDS, 0, 0},
+    {roundIntegers, ALL_KINDS, 0, 0},
+};
+constexpr Step AFTER[] = {
+    {reduceEmptyColumns, ALL_KINDS, 0, 0},
+};
+// A matrix with empty rows or columns is no model to hand on, whatever the passes left.
+constexpr Step CLEAN[] = {
+    {reduceRows, ALL_KINDS, 0, 0},
+    {reduceEmptyColumns, ALL_KINDS, 0, 0},
+};
+
+#ifdef QRT_SELF_CHECKS
+void selfCheck(const Presolve *p) {
+  const char *fault = presolve_check(p);
+  if (!fault) return;
+  fprintf(stderr, "presolve: %s\n", fault);
+  abort();
+}
+#else
+void selfCheck(const Presolve *) {}
+#endif
+
+// Runs the steps that apply; the number of changes, or the failure.
+template <int N> int runSteps(Presolve *p, const Step (&steps)[N]) {
+  int done = 0;
+  for (const Step &step : steps) {
+    if (!(step.kinds & (1 << p->kind)) || (step.needs && !(p->flags & step.needs)) || (p->flags & step.without)) continue;
+    if (p->plain && step.reduce != reduceRows) continue;
+    const int result = step.reduce(p);
+    if (result < 0) return result;
+    done += result;
+    selfCheck(p);
+  }
+  return done;
+}
+
+int clean(Presolve *p) {
+  int result = 1;
+  while (result > 0) result = runSteps(p, CLEAN);
+  return result;
+}
+
+int runAll(Presolve *p, int passes) {
+  int result = runSteps(p, BEFORE);
+  for (p->pass = 1; result >= 0 && p->pass <= passes; p->pass++) {
+    const int rows = p->liveRows;
+    result = runSteps(p, PASS);
+    if (result < 0 || p->liveRows == 0 || p->liveRows == rows) break;
+  }
+  if (result >= 0) result = runSteps(p, AFTER);
+  if (result >= 0 && (p->flags & PRESOLVE_FLAG_REPAIR)) p->repair = 1;
+  if (result >= 0) result = clean(p);
+  return result;
+}
+
+}  // namespace
+
+int runPasses(Presolve *p, int passes) {
+  if (p->plain == PRESOLVE_NOTHING) return 0;
+  const int result = runAll(p, passes);
+  if (result == PRESOLVE_UNBOUNDED) qrtmesg_no_q1(MSG_UNBOUNDED, "qrtredc", -1);
+  return result < 0 ? result : 0;
+}

@@ -1,0 +1,73 @@
+// Columns without a range or without elements, and bounds of integer columns.
+#include "frame/messages.h"
+#include "frame/records.h"
+#include "prep/presolve_run.h"
+
+namespace {
+
+// Where a column of no row belongs: its cost decides, and without a cost the value nearest to 0. False when the cost
+// pushes where there is no bound: then it stays for a solver to find the model unbounded, or infeasible.
+bool restingPlace(const Presolve *p, int j, double *value, int *type) {
+  const double lower = p->lower[j], upper = p->upper[j], cost = p->cost[j];
+  const bool low = hasLower(lower), high = hasUpper(upper);
+  *type = REDUCTION_AT_LOWER;
+  if (cost > 0.0) {
+    *value = lower;
+    return low;
+  }
+  if (cost < 0.0) {
+    *value = upper;
+    *type = REDUCTION_AT_UPPER;
+    return high;
+  }
+  *value = 0.0;
+  if (low && lower >= 0.0) {
+    *value = lower;
+  } else if (high && upper <= 0.0) {
+    *value = upper;
+    *type = REDUCTION_AT_UPPER;
+  } else {
+    *type = REDUCTION_BETWEEN;
+  }
+  return true;
+}
+
+}  // namespace
+
+int reduceEmptyColumns(Presolve *p) {
+  int done = 0, j;
+  while (takeColumn(p, COLUMNS_EMPTY, &j)) {
+    if (p->columnKind[j] == COLUMN_IN_SET) continue;
+    double value = p->lower[j];
+    int type = REDUCTION_AT_LOWER;
+    if (p->upper[j] - p->lower[j] > PRESOLVE_ZERO && (p->columnCount[j] > 0 || !restingPlace(p, j, &value, &type))) continue;
+    fixColumn(p, j, value, type, type == REDUCTION_AT_UPPER ? MARK_AT_UPPER : MARK_AT_LOWER);
+    done++;
+  }
+  return done;
+}
+
+int roundIntegers(Presolve *p) {
+  const double t = qrtint3.Rtolint;
+  int done = 0;
+  for (int j = 0; j < p->n; j++) {
+    if (!columnAlive(p, j) || p->columnKind[j] != COLUMN_INTEGER) continue;
+    const double old[2] = {p->lower[j], p->upper[j]};
+    const double lower = hasLower(old[0]) ? std::fmax(old[0], std::ceil(old[0] - t)) : old[0];
+    const double upper = hasUpper(old[1]) ? std::fmin(old[1], std::floor(old[1] + t)) : old[1];
+    if (lower > upper) {
+      qrtmesg_no_i1_d2(MSG_ROUNDING_CROSSES, j + 1, lower, upper);
+      return PRESOLVE_INFEASIBLE;
+    }
+    if (lower == old[0] && upper == old[1]) continue;
+    changeBounds(p, j, lower, upper);
+    done++;
+  }
+  return done;
+}
+
+void undoFixedColumn(Postsolve *p, const Reduction *r) {
+  p->x[r->column] = r->value1;
+  p->d[r->column] = contentDual(p, r, r->value2);
+  p->columnBasic[r->column] = 0;
+}
