@@ -31,6 +31,12 @@ Undo undoOf(int type) {
       {REDUCTION_AT_UPPER, undoFixedColumn},         {REDUCTION_BETWEEN, undoFixedColumn},
       {REDUCTION_SINGLETON_BOTH, undoSingletonRow},  {REDUCTION_SINGLETON_LOWER, undoSingletonRow},
       {REDUCTION_SINGLETON_UPPER, undoSingletonRow}, {REDUCTION_FORCING, undoForcingRow},
+      {REDUCTION_SUBSTITUTED, undoDoubleton},        {REDUCTION_KEPT, undoDoubleton},
+      {REDUCTION_SLACK, undoSlack},                  {REDUCTION_SUMMED, undoSummedColumns},
+      {REDUCTION_DOMINATED, undoDominatedColumn},    {REDUCTION_DUPLICATE_ROW, undoDuplicateRow},
+      {REDUCTION_FREE_SINGLETON, undoFreeColumn},    {REDUCTION_FREE_OPEN, undoFreeColumn},
+      {REDUCTION_FREE_CLOSE, undoFreeColumn},        {REDUCTION_SIGN_ROWS, undoSignRows},
+      {REDUCTION_SIGN_FIXED, undoFixedColumn},       {REDUCTION_FILL, undoSubstitution},
   };
   static Undo byType[TYPES];
   if (!byType[REDUCTION_AT_LOWER])

@@ -16,16 +16,22 @@ struct Step {
 };
 
 constexpr Step BEFORE[] = {
-    {reduceRows, ALL_KINDS, 0, 0},
+    {dropDuplicateRows, ALL_KINDS, PRESOLVE_FLAG_DUPLICATES, 0},
 };
 constexpr Step PASS[] = {
+    {reduceBySigns, KIND_1 | KIND_2 | KIND_3, 0, 0},
     {reduceRows, ALL_KINDS, 0, 0},
     {tightenBounds, ALL_KINDS, 0, 0},
     {reduceEmptyColumns, ALL_KINDS, 0, 0},
+    {reduceByDuals, ALL_KINDS, PRESOLVE_FLAG_DUALS, 0},
     {roundIntegers, ALL_KINDS, 0, 0},
+    {reduceFreeColumns, KIND_2 | KIND_3, 0, PRESOLVE_FLAG_FILL},
+    {substituteFreeColumns, KIND_2 | KIND_3, PRESOLVE_FLAG_FILL, 0},
+    {reduceDoubletons, KIND_1 | KIND_3, 0, 0},
 };
 constexpr Step AFTER[] = {
-    {reduceEmptyColumns, ALL_KINDS, 0, 0},
+    {absorbSlacks, ALL_KINDS, PRESOLVE_FLAG_DUPLICATES, 0},
+    {mergeDuplicateColumns, ALL_KINDS, PRESOLVE_FLAG_DUPLICATES, 0},
 };
 // A matrix with empty rows or columns is no model to hand on, whatever the passes left.
 constexpr Step CLEAN[] = {
