@@ -214,6 +214,11 @@ inline const double *columnElements(const Postsolve *p, const Reduction *r) { re
 double contentDual(const Postsolve *p, const Reduction *r, double cost);
 // Sum of element * x over the row content, without column `skip` (-1: none).
 double contentActivity(const Postsolve *p, const Reduction *r, int skip);
+// At which end of [lower, upper] does a non-basic value rest? Its dual decides where there is no range.
+inline bool restsAtLower(double value, double lower, double upper, double dual) {
+  if (!hasLower(lower) || !hasUpper(upper)) return hasLower(lower);
+  return upper - lower <= PRESOLVE_ZERO * (1.0 + std::fabs(lower)) ? dual >= 0.0 : value - lower <= upper - value;
+}
 // y[row] := y, and d of every column of the row content moves with it (row content must be in the record).
 void setRowDual(Postsolve *p, const Reduction *r, double y);
 

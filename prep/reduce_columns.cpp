@@ -5,7 +5,7 @@
 
 namespace {
 
-// Where a column of no row belongs: its cost decides, and without a cost the value nearest to 0. False when the cost
+// Where a column of no row belongs: its cost decides, and without a cost the bound nearest to 0. False when the cost
 // pushes where there is no bound: then it stays for a solver to find the model unbounded, or infeasible.
 bool restingPlace(const Presolve *p, int j, double *value, int *type) {
   const double lower = p->lower[j], upper = p->upper[j], cost = p->cost[j];
@@ -20,13 +20,14 @@ bool restingPlace(const Presolve *p, int j, double *value, int *type) {
     *type = REDUCTION_AT_UPPER;
     return high;
   }
-  *value = 0.0;
-  if (low && lower >= 0.0) {
+  // At 0 between its bounds it would be no part of a vertex, and a simplex after postsolve had to move it.
+  if (low && (!high || std::fabs(lower) <= std::fabs(upper))) {
     *value = lower;
-  } else if (high && upper <= 0.0) {
+  } else if (high) {
     *value = upper;
     *type = REDUCTION_AT_UPPER;
   } else {
+    *value = 0.0;
     *type = REDUCTION_BETWEEN;
   }
   return true;

@@ -148,9 +148,7 @@ void undoDoubleton(Postsolve *p, const Reduction *r) {
     const ImpliedBounds other = implied(r->lower, r->upper, f, g);
     const bool ownLower = ownLowerHolds(kept->lower, other.lower), ownUpper = ownUpperHolds(kept->upper, other.upper);
     const double lower = ownLower ? kept->lower : other.lower, upper = ownUpper ? kept->upper : other.upper;
-    bool atLower = p->x[x1] - lower <= upper - p->x[x1];
-    if (d1 > p->dualTolerance && hasLower(lower)) atLower = true;
-    if (d1 < -p->dualTolerance && hasUpper(upper)) atLower = false;
+    const bool atLower = restsAtLower(p->x[x1], lower, upper, d1);
     boundOfOther = atLower ? hasLower(lower) && !ownLower : hasUpper(upper) && !ownUpper;
     bound2 = atLower == (f > 0.0) ? r->lower : r->upper;
   }

@@ -181,6 +181,13 @@ double addBounds(double a, double b, double none) {
   return std::fabs(a) >= QRT_INFINITE_TEST || std::fabs(b) >= QRT_INFINITE_TEST ? none : a + b;
 }
 
+// Of x_p + times * x_q.
+Sides summedBounds(double lower, double upper, double otherLower, double otherUpper, double times) {
+  const double low = times > 0.0 ? otherLower : otherUpper, high = times > 0.0 ? otherUpper : otherLower;
+  return {addBounds(lower, std::fabs(low) < QRT_INFINITE_TEST ? times * low : low, -QRT_INFINITY),
+          addBounds(upper, std::fabs(high) < QRT_INFINITE_TEST ? times * high : high, QRT_INFINITY)};
+}
+
 // z = x_p + times * x_q takes the place of x_p.
 void addUp(Presolve *p, int kept, int out, double times) {
   Reduction *r = logReduction(p, REDUCTION_SUMMED, -1, kept);
@@ -191,15 +198,11 @@ void addUp(Presolve *p, int kept, int out, double times) {
   r->otherUpper = p->upper[out];
   r->value1 = times;
   r->value2 = p->cost[out] - times * p->cost[kept];
-  const double low = times > 0.0 ? p->lower[out] : p->upper[out], high = times > 0.0 ? p->upper[out] : p->lower[out];
-  const double scaledLow = std::fabs(low) < QRT_INFINITE_TEST ? times * low : -QRT_INFINITY;
-  const double scaledHigh = std::fabs(high) < QRT_INFINITE_TEST ? times * high : QRT_INFINITY;
-  const double lower = addBounds(p->lower[kept], scaledLow, -QRT_INFINITY);
-  const double upper = addBounds(p->upper[kept], scaledHigh, QRT_INFINITY);
-  p->workLower[kept] = lower;  // what rows said of x_p alone does not hold for the sum
-  p->workUpper[kept] = upper;
+  const Sides sum = summedBounds(p->lower[kept], p->upper[kept], p->lower[out], p->upper[out], times);
+  p->workLower[kept] = sum.lower;  // what rows said of x_p alone does not hold for the sum
+  p->workUpper[kept] = sum.upper;
   dropColumn(p, out, MARK_AT_LOWER);
-  changeBounds(p, kept, lower, upper);
+  changeBounds(p, kept, sum.lower, sum.upper);
 }
 
 // Fixes `dear`, whose column is `times` that of `cheap` and whose cost differs by `excess` from that share of it, if the
@@ -283,9 +286,7 @@ void undoDuplicateRow(Postsolve *p, const Reduction *r) {
   const bool ownLower = ownLowerHolds(r->lower, other.lower), ownUpper = ownUpperHolds(r->upper, other.upper);
   const double lower = ownLower ? r->lower : other.lower, upper = ownUpper ? r->upper : other.upper;
   const double activity = contentActivity(p, r, -1) / times;
-  bool atLower = activity - lower <= upper - activity;
-  if (p->y[kept] > p->dualTolerance && hasLower(lower)) atLower = true;
-  if (p->y[kept] < -p->dualTolerance && hasUpper(upper)) atLower = false;
+  const bool atLower = restsAtLower(activity, lower, upper, p->y[kept]);
   if (atLower ? ownLower : ownUpper) return;
   p->y[out] = p->y[kept] / times;
   p->y[kept] = 0.0;
@@ -307,13 +308,13 @@ void undoSummedColumns(Postsolve *p, const Reduction *r) {
   const double ends[2] = {r->otherLower, r->otherUpper};
   p->d[out] = times * p->d[kept] + r->value2;
   p->columnBasic[out] = 0;
-  const double d = p->d[kept];
-  const bool up = d < -p->dualTolerance && hasUpper(r->upper), down = d > p->dualTolerance && hasLower(r->lower);
-  if (!p->columnBasic[kept] && (up || down)) {  // both rest where the cost holds them
-    const double bound = ends[down == (times > 0.0) ? 0 : 1];
-    if (std::fabs(bound) < QRT_INFINITE_TEST) {
-      p->x[kept] = down ? r->lower : r->upper;
-      p->x[out] = bound;
+  const Sides sum = summedBounds(r->lower, r->upper, ends[0], ends[1], times);
+  if (!p->columnBasic[kept]) {  // at a bound of the sum both are at theirs
+    const bool low = restsAtLower(z, sum.lower, sum.upper, p->d[kept]);
+    const double bound = low ? sum.lower : sum.upper;
+    if (std::fabs(bound) < QRT_INFINITE_TEST && std::fabs(z - bound) <= p->tolerance * (1.0 + std::fabs(z))) {
+      p->x[kept] = low ? r->lower : r->upper;
+      p->x[out] = ends[low == (times > 0.0) ? 0 : 1];
       return;
     }
   }

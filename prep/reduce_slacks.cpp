@@ -97,9 +97,7 @@ void undoSlack(Postsolve *p, const Reduction *r) {
   const Sides sides = widened(r->otherLower, r->otherUpper, a, r->lower, r->upper);
   bool atSide = !p->rowBasic[row] && (hasLower(sides.lower) || hasUpper(sides.upper));
   if (atSide) {
-    bool low = !hasUpper(sides.upper) || (hasLower(sides.lower) && s - sides.lower <= sides.upper - s);
-    if (y > p->dualTolerance && hasLower(sides.lower)) low = true;
-    if (y < -p->dualTolerance && hasUpper(sides.upper)) low = false;
+    const bool low = restsAtLower(s, sides.lower, sides.upper, y);
     p->x[column] = low == (a > 0.0) ? r->upper : r->lower;
     p->columnBasic[column] = 0;
     // An interior point need not rest on the side its dual leans to: then the column makes up the difference.
@@ -107,7 +105,8 @@ void undoSlack(Postsolve *p, const Reduction *r) {
   }
   if (!atSide) {
     p->columnBasic[column] = 0;
-    if (!boundThatFits(r, s, &p->x[column])) {
+    // A dual that the shifted cost leaves in the equation wants the row non-basic.
+    if (r->value2 != 0.0 || !boundThatFits(r, s, &p->x[column])) {
       p->x[column] = valueAtSide(r, s);
       p->columnBasic[column] = 1;
       p->rowBasic[row] = 0;
