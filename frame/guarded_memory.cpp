@@ -7,6 +7,10 @@
 // vector came from its own getter.
 #include "frame/guarded_memory.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -75,10 +79,12 @@ int qrt_checkMalloc(const void *user) {
   return front->length;
 }
 
-void *allocateBytes(int64_t bytes, bool mayFail) {
+// `zeroed` leaves the clearing to the system, which hands out large blocks clear and maps their pages at first use.
+void *allocateBytes(int64_t bytes, bool mayFail, bool zeroed = false) {
   if (bytes <= LARGEST_BLOCK) {
     const int32_t length = roundedLength(bytes);
-    void *start = malloc(size_t(length) + FRONT + TRAILER);
+    const size_t whole = size_t(length) + FRONT + TRAILER;
+    void *start = zeroed ? calloc(whole, 1) : malloc(whole);
     if (start) return writeGuards(start, length);
   }
   if (mayFail) return nullptr;
@@ -100,9 +106,20 @@ void *guardedAllocate(int64_t count, int64_t size) {
 }
 
 void *guardedAllocateZero(int64_t count, int64_t size) {
-  void *block = guardedAllocate(count, size);
-  if (block) memset(block, 0, size_t(count * size));
-  return block;
+  return count == 0 ? nullptr : allocateBytes(checkedBytes(count, size), false, true);
+}
+
+void expectWrites(void *memory, int64_t bytes) {
+#ifndef MADV_POPULATE_WRITE
+  constexpr int MADV_POPULATE_WRITE = 23;  // of Linux 5.14; an older kernel refuses, which is as good
+#endif
+  constexpr int64_t WORTH_A_CALL = 1 << 18;
+  if (bytes < WORTH_A_CALL) return;
+  const uintptr_t page = uintptr_t(sysconf(_SC_PAGESIZE)), from = uintptr_t(memory);
+  const uintptr_t first = (from + page - 1) & ~(page - 1), last = (from + uintptr_t(bytes)) & ~(page - 1);
+  const int saved = errno;
+  if (last > first) madvise(reinterpret_cast<void *>(first), last - first, MADV_POPULATE_WRITE);
+  errno = saved;
 }
 
 void qrt_badMalloc(int64_t bytes) {

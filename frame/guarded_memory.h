@@ -12,10 +12,14 @@
 int checkedBytes(int64_t count, int64_t size);
 // qrt_malloc with a 64-bit count; the block is not cleared.
 void *guardedAllocate(int64_t count, int64_t size);
-// The same, cleared to zero bytes.
+// The same, cleared to zero bytes; pages of a large block that stay zero may never be touched.
 void *guardedAllocateZero(int64_t count, int64_t size);
+// Tells the system that all of a stretch of memory is about to be written, so that its pages come by one call and not
+// by a fault each, which costs twice as much. A hint: contents stay, and nothing depends on it.
+void expectWrites(void *memory, int64_t bytes);
 // Temporary block on the current model's chain (qrt_modelInfo must not be null); 64-bit count; null for count 0.
 void *temporaryAllocate(QRTModel *model, int64_t count, int64_t size);
+void *temporaryAllocateZero(QRTModel *model, int64_t count, int64_t size);
 
 void *qrt__double(int n);
 void *qrt__long(int n);

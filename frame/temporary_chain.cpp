@@ -49,6 +49,12 @@ void *temporaryAllocate(QRTModel *model, int64_t count, int64_t size) {
   return block;
 }
 
+void *temporaryAllocateZero(QRTModel *model, int64_t count, int64_t size) {
+  void *block = guardedAllocateZero(count, size);
+  if (block) appendEntry(model, block, qrt_validAddress(block));
+  return block;
+}
+
 void *qrt_mallocTemporary(QRTModel *model, int count, int size) { return temporaryAllocate(model, count, size); }
 
 double *qrt_doubleTemporary(QRTModel *model, int n) { return static_cast<double *>(temporaryAllocate(model, n, 8)); }

@@ -46,17 +46,17 @@ template <class T> void fillRange(T *vector, int64_t from, int64_t to, T value) 
   for (int64_t k = from; k < to; k++) vector[k] = value;
 }
 
-// A rim vector of the new layout: kept entries copied from `old` (may be null), the rest set to the defaults.
+// A rim vector of the new layout: kept entries copied from `old` (may be null), the rest set to the defaults. `fresh`
+// comes zeroed, and what is to be zero is not written: untouched pages cost nothing.
 template <class T> void layOut(const Layout &lay, const T *old, T *fresh, T newRow, T newColumn) {
   const int rowsKept = old ? (lay.oldRows < lay.rows ? lay.oldRows : lay.rows) : 0;
   const int colsKept = old ? (lay.oldCols < lay.cols ? lay.oldCols : lay.cols) : 0;
+  if (newRow != T(0) && newColumn != T(0)) expectWrites(fresh, int64_t(sizeof(T)) * (int64_t(lay.maxRows) + lay.maxCols));
   if (rowsKept > 0) memcpy(fresh, old, sizeof(T) * size_t(rowsKept));
-  fillRange(fresh, rowsKept, lay.maxRows, newRow);
+  if (newRow != T(0)) fillRange(fresh, rowsKept, lay.maxRows, newRow);
   T *columns = fresh + lay.maxRows;
   if (colsKept > 0) memcpy(columns, old + lay.oldMaxRows, sizeof(T) * size_t(colsKept));
-  fillRange(columns, colsKept, lay.maxCols, newColumn);
-  fillRange(columns, lay.maxCols, int64_t(lay.maxCols) + 3, T(0));
-  for (int k = 1; k <= lay.front; k++) fresh[-k] = T(0);
+  if (newColumn != T(0)) fillRange(columns, colsKept, lay.maxCols, newColumn);
 }
 
 // Without a new layout only entries beyond the smaller size change: those in use must start from the defaults,
@@ -70,6 +70,11 @@ template <class T> void resetTail(const QRTModel *model, const Layout &lay, T *v
 
 template <class T> T *newTemporary(QRTModel *model, int64_t n) {
   return static_cast<T *>(temporaryAllocate(model, n, sizeof(T)));
+}
+
+// An empty rim vector of the new layout, as layOut() wants it.
+template <class T> T *newRim(QRTModel *model, const Layout &lay) {
+  return static_cast<T *>(temporaryAllocateZero(model, lay.length(), sizeof(T))) + lay.front;
 }
 
 void keep(QRTModel *model, void *block) {
@@ -104,8 +109,8 @@ void resizeSensitivity(QRTModel *model, const Layout &lay) {
     // Four vectors of row length and four of the whole rim, of each kind.
     PlainArray r = growPlain(model, s->rowReal[v], sizeof(double), lay.oldRows, lay.maxRows);
     PlainArray i = growPlain(model, s->rowInt[v], sizeof(int), lay.oldRows, lay.maxRows);
-    double *rim = s->rimReal[v] ? newTemporary<double>(model, lay.length()) + lay.front : nullptr;
-    int *rimInt = s->rimInt[v] ? newTemporary<int>(model, lay.length()) + lay.front : nullptr;
+    double *rim = s->rimReal[v] ? newRim<double>(model, lay) : nullptr;
+    int *rimInt = s->rimInt[v] ? newRim<int>(model, lay) : nullptr;
     swapPlain(model, r, &s->rowReal[v]);
     swapPlain(model, i, &s->rowInt[v]);
     if (rim) {
@@ -127,9 +132,9 @@ void relayRims(QRTModel *model, const Layout &lay) {
   double *fresh[RIM_COUNT];
   for (int v = 0; v < RIM_COUNT; v++) {
     const bool wanted = rimRows[v].always || model->*rimRows[v].vector;
-    fresh[v] = wanted ? newTemporary<double>(model, lay.length()) + lay.front : nullptr;
+    fresh[v] = wanted ? newRim<double>(model, lay) : nullptr;
   }
-  int *status = newTemporary<int>(model, lay.length()) + lay.front;
+  int *status = newRim<int>(model, lay);
   const int stride = model->Inumchar;
   PlainArray rowNames = growPlain(model, model->rownames, stride, lay.oldRows, lay.maxRows);
   PlainArray colNames = growPlain(model, model->colnames, stride, lay.oldCols, lay.maxCols);

@@ -43,10 +43,32 @@ bool blockIsClean(QRTModel *model, const ElementBlock &b, double tolerance, bool
   return clean;
 }
 
+// First column from c on that is not plain, or n.
+int endOfRun(const char *plain, int c, int n) {
+  const void *stop = memchr(plain + c, 0, size_t(n - c));
+  return stop ? int(static_cast<const char *>(stop) - plain) : n;
+}
+
 // Sums equal rows of sorted columns and drops what is at or below the tolerance; starts follow. Answers the count.
-int compactColumns(int nColumns, int *rows, int *starts, double *elements, double tolerance) {
+// Where plain[c] is set (plain may be null) column c is known to need nothing, and whole runs of such columns move at
+// once, or not at all while nothing has been dropped.
+int compactColumns(int nColumns, int *rows, int *starts, double *elements, double tolerance, const char *plain) {
   int kept = 0, begin = 0;
-  for (int c = 0; c < nColumns; c++) {
+  for (int c = 0; c < nColumns;) {
+    if (plain && plain[c]) {
+      const int next = endOfRun(plain, c, nColumns);
+      const int length = starts[next] - begin, shift = begin - kept;
+      if (shift > 0) {
+        memmove(rows + kept, rows + begin, sizeof(int) * size_t(length));
+        memmove(elements + kept, elements + begin, sizeof(double) * size_t(length));
+        for (int k = c + 1; k < next; k++) starts[k] -= shift;
+      }
+      begin = starts[next];
+      kept += length;
+      starts[next] = kept;
+      c = next;
+      continue;
+    }
     const int end = starts[c + 1];
     for (int e = begin; e < end;) {
       const int row = rows[e];
@@ -57,65 +79,116 @@ int compactColumns(int nColumns, int *rows, int *starts, double *elements, doubl
       elements[kept++] = sum;
     }
     begin = end;
-    starts[c + 1] = kept;
+    starts[++c] = kept;
   }
   return kept;
 }
 
-// Prefix sums of counts held at [c + 1]; answers the total or fails when it passes 2^31 - 1.
+// Prefix sums of counts held at [c + 1], whose total fits an int; answers it.
 int prefixSums(int *starts, int nColumns) {
-  int64_t total = 0;
+  int total = 0;
   starts[0] = 0;
-  for (int c = 0; c < nColumns; c++) {
-    total += starts[c + 1];
-    if (total > INT_MAX) qrt_badMalloc(total * int64_t(sizeof(double)));
-    starts[c + 1] = int(total);
+  for (int c = 1; c <= nColumns; c++) starts[c] = total += starts[c];
+  return total;
+}
+
+// Adds the elements of each column c of a block to count[c].
+void countBlock(const QRTModel *model, const ElementBlock &b, int *count) {
+  int *mine = count + blockColumnOffset(model, b);
+  if (isTriples(b))
+    for (int e = 0; e < b.count; e++) mine[b.columns[e]]++;
+  else
+    for (int c = 0; c < b.count; c++) mine[c] += b.columns[c + 1] - b.columns[c];
+}
+
+// The last verdicts on arrays of column blocks: repeated blocks share theirs, so each is looked at once.
+struct CleanVerdicts {
+  static constexpr int ROOM = 256;
+  const int *rows[ROOM];
+  bool clean[ROOM];
+};
+
+// True when the rows of each column ascend, none comes twice and every element is above the tolerance.
+bool columnsAreClean(CleanVerdicts *verdicts, const ElementBlock &b, double tolerance) {
+  const int slot = int((reinterpret_cast<uintptr_t>(b.rows) >> 5) % CleanVerdicts::ROOM);
+  if (verdicts->rows[slot] == b.rows) return verdicts->clean[slot];
+  bool clean = true;
+  for (int c = 0; c < b.count && clean; c++)
+    for (int e = b.columns[c]; e < b.columns[c + 1]; e++)
+      clean = clean && std::fabs(b.elements[e]) > tolerance && (e == b.columns[c] || b.rows[e] > b.rows[e - 1]);
+  verdicts->rows[slot] = b.rows;
+  verdicts->clean[slot] = clean;
+  return clean;
+}
+
+// Marks the columns that come whole from one clean column block (and those without elements): they need neither sort
+// nor sum.
+void markPlainColumns(const QRTModel *model, const int *starts, double tolerance, char *plain) {
+  CleanVerdicts verdicts = {};
+  for (int k = 0; k < model->Inumblocks; k++) {
+    const ElementBlock &b = model->blocks[k];
+    if (isTriples(b) || !columnsAreClean(&verdicts, b, tolerance)) continue;
+    const int c0 = blockColumnOffset(model, b);
+    const int *whole = starts + c0, *own = b.columns;
+    char *mine = plain + c0;
+    for (int c = 0; c < b.count; c++) mine[c] = char(mine[c] | (whole[c + 1] - whole[c] == own[c + 1] - own[c]));
   }
-  return int(total);
+}
+
+// Copies elements [from, from + length) of a block to the places from `at`.
+void placeRun(const ElementBlock &b, int from, int length, int rowOffset, int at, int *rows, double *elements) {
+  const int *source = b.rows + from;
+  for (int e = 0; e < length; e++) rows[at + e] = source[e] + rowOffset;
+  memcpy(elements + at, b.elements + from, sizeof(double) * size_t(length));
+}
+
+// Puts a block's elements at the moving place of their columns. Runs of plain columns go as one piece.
+void placeBlock(const QRTModel *model, const ElementBlock &b, const char *plain, int *place, int *rows, double *elements) {
+  const int r0 = blockRowOffset(model, b), c0 = blockColumnOffset(model, b);
+  place += c0;
+  plain += c0;
+  if (isTriples(b)) {
+    for (int e = 0; e < b.count; e++) {
+      const int at = place[b.columns[e]]++;
+      rows[at] = b.rows[e] + r0;
+      elements[at] = b.elements[e];
+    }
+    return;
+  }
+  for (int c = 0; c < b.count;) {
+    const int next = plain[c] ? endOfRun(plain, c, b.count) : c + 1, last = next - 1;
+    // A column of the run that is another block's has places of its own between ours, which then lie apart.
+    const bool together = place[last] - place[c] == b.columns[last] - b.columns[c];
+    if (together) placeRun(b, b.columns[c], b.columns[next] - b.columns[c], r0, place[c], rows, elements);
+    for (; c < next; c++) {
+      const int length = b.columns[c + 1] - b.columns[c];
+      if (!together) placeRun(b, b.columns[c], length, r0, place[c], rows, elements);
+      place[c] += length;
+    }
+  }
 }
 
 // All blocks into column order by two passes, one that counts and one that places.
 void gatherColumns(QRTModel *model, CleanCopy *copy, double tolerance) {
   const int n = model->Inumcols;
   if (matrixElements(model) > INT_MAX) qrt_badMalloc(matrixElements(model) * int64_t(sizeof(double)));
-  int *starts = static_cast<int *>(temporaryAllocate(model, int64_t(n) + 2, sizeof(int)));
-  memset(starts, 0, sizeof(int) * (size_t(n) + 2));
+  int *starts = static_cast<int *>(temporaryAllocateZero(model, int64_t(n) + 2, sizeof(int)));
+  char *plain = static_cast<char *>(temporaryAllocateZero(model, int64_t(n) + 1, 1));
+  expectWrites(starts, int64_t(sizeof(int)) * n);
   // Counts of column c go to [c + 2], so that after the prefix sums [c + 1] is the moving place of column c and
   // ends up as the start of the next.
-  int *count = starts + 2;
-  for (int k = 0; k < model->Inumblocks; k++) {
-    const ElementBlock &b = model->blocks[k];
-    const int c0 = blockColumnOffset(model, b);
-    if (isTriples(b))
-      for (int e = 0; e < b.count; e++) count[b.columns[e] + c0]++;
-    else
-      for (int c = 0; c < b.count; c++) count[c + c0] += b.columns[c + 1] - b.columns[c];
-  }
-  const int total = prefixSums(starts + 1, n);
+  for (int k = 0; k < model->Inumblocks; k++) countBlock(model, model->blocks[k], starts + 2);
+  int *place = starts + 1;
+  const int total = prefixSums(place, n);
+  markPlainColumns(model, place, tolerance, plain);
   int *rows = static_cast<int *>(temporaryAllocate(model, total > 0 ? total : 1, sizeof(int)));
   double *elements = static_cast<double *>(temporaryAllocate(model, total > 0 ? total : 1, sizeof(double)));
-  int *place = starts + 1;
-  for (int k = 0; k < model->Inumblocks; k++) {
-    const ElementBlock &b = model->blocks[k];
-    const int r0 = blockRowOffset(model, b), c0 = blockColumnOffset(model, b);
-    if (isTriples(b)) {
-      for (int e = 0; e < b.count; e++) {
-        const int at = place[b.columns[e] + c0]++;
-        rows[at] = b.rows[e] + r0;
-        elements[at] = b.elements[e];
-      }
-    } else {
-      for (int c = 0; c < b.count; c++) {
-        const int length = b.columns[c + 1] - b.columns[c], at = place[c + c0];
-        const int *from = b.rows + b.columns[c];
-        for (int e = 0; e < length; e++) rows[at + e] = from[e] + r0;
-        memcpy(elements + at, b.elements + b.columns[c], sizeof(double) * size_t(length));
-        place[c + c0] += length;
-      }
-    }
-  }
-  qrt_sortMatrix(starts, rows, elements, n);
-  copy->nElements = compactColumns(n, rows, starts, elements, tolerance);
+  expectWrites(rows, int64_t(sizeof(int)) * total);
+  expectWrites(elements, int64_t(sizeof(double)) * total);
+  for (int k = 0; k < model->Inumblocks; k++) placeBlock(model, model->blocks[k], plain, place, rows, elements);
+  for (int c = endOfRun(plain, 0, n); c < n; c = endOfRun(plain, c + 1, n)) qrt_sortMatrix(starts + c, rows, elements, 1);
+  copy->nElements = compactColumns(n, rows, starts, elements, tolerance, plain);
+  qrt_freeTemporary(model, plain);
   qrt_makePermanent(model, rows);
   qrt_makePermanent(model, elements);
   qrt_makePermanent(model, starts);
@@ -259,5 +332,5 @@ extern "C" int qrt_makeColumnOrdered(int *rows, int *columns, double *elements, 
   for (int c = nColumns; c > 0; c--) starts[c] = starts[c - 1];
   starts[0] = 0;
   qrt_sortMatrix(starts, rows, elements, nColumns);
-  return compactColumns(nColumns, rows, starts, elements, tolerance);
+  return compactColumns(nColumns, rows, starts, elements, tolerance, nullptr);
 }

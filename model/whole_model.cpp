@@ -81,6 +81,7 @@ int badPair(double lower, double upper, const char *kind, int number) {
 
 int fillRows(QRTModel *model, const double *lower, const double *upper) {
   int bad = 0;
+  if (!lower && !upper) return bad;  // a resized model stands at these defaults already
   for (int i = 0; i < model->Inumrows; i++) {
     const double lo = lower ? lower[i] : -QRT_INFINITY, up = upper ? upper[i] : QRT_INFINITY;
     bad += badPair(lo, up, "Row", i);
@@ -96,6 +97,14 @@ int fillRows(QRTModel *model, const double *lower, const double *upper) {
 
 int fillColumns(QRTModel *model, const double *objective, const double *lower, const double *upper) {
   int bad = 0;
+  if (!lower && !upper && !objective) {  // likewise, but for the side a nonbasic column stands at
+    uint32_t atLower;
+    startValue(0.0, QRT_INFINITY, &atLower);
+    int *status = model->status + model->Imaxrows;
+    expectWrites(status, int64_t(sizeof(int)) * model->Inumcols);
+    for (int j = 0; j < model->Inumcols; j++) status[j] = int(atLower);
+    return bad;
+  }
   for (int j = 0; j < model->Inumcols; j++) {
     const int at = model->Imaxrows + j;
     const double lo = lower ? lower[j] : 0.0, up = upper ? upper[j] : QRT_INFINITY;

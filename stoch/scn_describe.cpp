@@ -301,7 +301,7 @@ int describe(QRTStoch *stoch, int tag, const char *suffix, int nNodes, const int
 int qrts_describe2FullModel(QRTStoch *stoch, int tag, int load) {
   int maxRows, maxCols;
   const int blocks = describe(stoch, tag, "-CompleteTree", 0, nullptr, 1, 0, &maxRows, &maxCols);
-  if (blocks >= 0 && load && qrts_load2BaseModel(stoch, 1) > 0) return -1;
+  if (blocks >= 0 && load && qrts_load3BaseModel(stoch, 1, true) > 0) return -1;
   return blocks;
 }
 

@@ -49,6 +49,8 @@ const char *smodel_check(const QRTStoch *stoch);
 
 // Fills the described model node by node; with merge, into one column block. 0, or a code of 2 or more.
 int qrts_load2BaseModel(QRTStoch *stoch, int merge);
+// The same; `fresh` says that nobody has touched the rims since they were described, so that zeros need not be written.
+int qrts_load3BaseModel(QRTStoch *stoch, int merge, bool fresh);
 // Issues the size of each node and of the whole. 0 or 2.
 int qrts_estimate2LPSize(QRTStoch *stoch);
 

@@ -450,6 +450,51 @@ TEST_F(Store, mergingSumsSharedAndOverlappingBlocks) {
   EXPECT_EQ(nullptr, model_check(model));
 }
 
+// Fault: columns copied whole although another block has elements in or between them, or although their rows descend,
+// come twice or hold a zero; columns behind a dropped element not moved up.
+TEST_F(Store, mergedBlocksAreTheirSumInOrder) {
+  std::mt19937 random(11);
+  auto pick = [&](int n) { return int(random() % unsigned(n)); };
+  for (int round = 0; round < 300; round++) {
+    const int nRows = 12, nColumns = 16;
+    ASSERT_EQ(0, qrt_loadRimModel(model, nRows, nullptr, nullptr, nColumns, nullptr, nullptr, nullptr));
+    // Clean column blocks over part of the columns, some of which stay empty in them; then repeats and disturbances.
+    for (int k = 0; k < 1 + pick(3); k++) {
+      const int width = 1 + pick(6);
+      std::vector<int> starts{0}, rows;
+      std::vector<double> values;
+      for (int c = 0; c < width; c++) {
+        for (int r = 0; r < 4; r++) {
+          if (pick(3) != 0) continue;
+          rows.push_back(r);
+          values.push_back(pick(20) == 0 ? 0.0 : 1.0 + pick(3));
+        }
+        if (pick(8) == 0 && int(rows.size()) > starts.back()) {  // unclean: the last row once more, or out of order
+          rows.push_back(pick(2) ? rows.back() : 0);
+          values.push_back(-1.0);
+        }
+        starts.push_back(int(rows.size()));
+      }
+      const int block = qrt_addColumnElementBlockWithOffsets(model, width, rows.data(), starts.data(), values.data(), pick(8), pick(nColumns - width + 1));
+      for (int again = pick(4); again > 0; again--) qrt_repeatElementBlock(model, block, pick(8), pick(nColumns - width + 1), 0);
+    }
+    for (int k = pick(3); k > 0; k--) {
+      const int row = pick(nRows), column = pick(nColumns);
+      const double value = pick(2) ? -1.0 : 0.5;
+      qrt_addElementBlock(model, 1, &row, &column, &value);
+    }
+    const Dense sum = matrixOf(model);
+    ASSERT_EQ(0, qrt_mergeBlocks(model, pick(2)));
+    ASSERT_EQ(1, model->Inumblocks);
+    const ElementBlock &b = model->blocks[0];
+    ASSERT_EQ(int(sum.size()), b.columns[nColumns]) << "round " << round;
+    EXPECT_EQ(sum, matrixOf(model)) << "round " << round;
+    for (int c = 0; c < nColumns; c++)
+      for (int e = b.columns[c] + 1; e < b.columns[c + 1]; e++) EXPECT_LT(b.rows[e - 1], b.rows[e]) << "round " << round;
+    EXPECT_EQ(nullptr, model_check(model));
+  }
+}
+
 // Fault: cycles followed wrongly when triples are ordered in place; sums at the tolerance kept.
 TEST_F(Store, triplesAreOrderedInPlace) {
   std::mt19937 random(5);
