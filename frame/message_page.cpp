@@ -157,14 +157,14 @@ void callUserExit(int number, const MessageExitLists &lists) {
   qrterr.userExitDepth = savedExit;
 }
 
+}  // namespace
+
 // The normal end of the process on a severe message.
 [[noreturn]] void qrt_s_stop() {
   flushLogs();
   fputc('\n', stderr);
   exit(0);
 }
-
-}  // namespace
 
 FILE *messageStream() {
   if (!qrt_modelInfo) return qrt_FILE(6) ? qrt_FILE(6) : stdout;

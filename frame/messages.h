@@ -39,6 +39,7 @@ inline void messageD(int slot, double value) { qrterr.D[slot - 1] = value; }
 void messageC(int slot, const char *text, int length = -1);  // cut at 128
 void messageQ(const char *text, int length = -1);
 
+[[noreturn]] void qrt_s_stop();  // the normal end of the process on a severe message
 void qrtmesg();
 void qrtmesg_no(int index);
 void qrtmesg_no_q1(int index, const char *c1, int n1);

@@ -146,6 +146,7 @@ struct QRTModel {
   int32_t matrixScaled;    // 1: stored elements are multiplied by scales[i] / scales[Imaxrows + j]
   struct ByteStream *presolveStream; // in memory: what postsolve needs of the last presolve, or null; owned
   struct CompressInfo *compression;  // what the model was before it was compressed, null while it is whole
+  struct IdiotInfo *idiotInfo;       // options of the idiot crash, null before its first use; guarded
 };
 
 // Start of the allocation behind a rim vector.

@@ -703,9 +703,24 @@ QRT_API int qrt_postSolve(QRTModel *model, const char *filename);
  *         a following solve in mode 0 starts from the values.
  *  @return 0; 999 after a fatal error. */
 QRT_API int qrt_crash(QRTModel *model, int type);
+/** @brief Looks for a nearly feasible and nearly optimal point without any factorisation.
+ *
+ *  Minimises the objective plus a penalty on the rows' residuals, one column at a time, in rounds of falling penalty. Leaves
+ *  column values, row activities, an estimate of the duals and the all-slack basis; Iiternum counts sweeps, Rsumpinf the
+ *  infeasibility left, Iprobstat is 3. A solve in mode 3 or qrt_idiotCrossOver() goes on from there. Imajorits bounds
+ *  the rounds. Progress is told by messages 501 to 510. A row whose bounds both lie beyond 1e10 ends the process with exit(0).
+ *  @return 0; 1 with message 510 unless the matrix is one block by columns (qrt_mergeBlocks()); 999 after a fatal error. */
+QRT_API int qrt_idiot(QRTModel *model);
+/** @brief Goes from the point the model holds to a basis and to the optimum: solves with the columns the point uses, then
+ *  with those that the duals ask for, then with all.
+ *  @param mode  of the last solve, as for qrt_primalSimplex().  @return as qrt_primalSimplex(). */
+QRT_API int qrt_idiotCrossOver(QRTModel *model, int mode);
 /** @brief Scales, builds a starting basis and solves in one call; the caller's controls are back afterwards.
- *  @param options the strategy in bits 0 to 3: 0 the library chooses the method, 1 primal, 2 dual without a crash; other
- *         strategies are refused as a bad parameter. Bit 16: no perturbation at the start; bit 32: no scaling. There is no
+ *  @param options the strategy in bits 0 to 3: 0 the library chooses the method, 1 primal, 2 dual without a crash;
+ *         3 to 9 begin with the idiot crash and its crossover: 3 with 205 sweeps a round, 4 as Imaxiterb (sweeps), RregularizedDelta
+ *         (infeasibility counted as small), Rdensethr (first penalty) say, as do the others: 5 looks for a feasible point
+ *         before it minds the costs, 6 lets multipliers modify the costs, 7 to 9 end without a pass over the point's
+ *         values, 8 with two crashes. Bit 16: no perturbation at the start; bit 32: no scaling. There is no
  *         presolve in this call, so bit 256, which would skip it, changes nothing. A model that was scaled stays scaled.
  *  @return 0 when the run ended with a status (qrt_getIprobstat()), else as qrt_primalSimplex(). */
 QRT_API int qrt_simplex(QRTModel *model, int options);

@@ -375,6 +375,8 @@ void releaseModelData(QRTModel *model) {
     qrt_free(model->presolveStream);
     model->presolveStream = nullptr;
   }
+  qrt_free(model->idiotInfo);
+  model->idiotInfo = nullptr;
   qrt_free(model->integerTypes);
   qrt_free(model->rownames);
   qrt_free(model->colnames);

@@ -6,11 +6,12 @@
 #include "frame/entry_frame.h"
 #include "frame/messages.h"
 #include "frame/work_image.h"
+#include "prep/meta_driver.h"
 
 namespace {
 
 enum : int { STRATEGY_MASK = 15, OPTION_NO_PERTURBATION = 16, OPTION_NO_SCALING = 32 };
-enum : int { STRATEGY_EITHER = 0, STRATEGY_PRIMAL = 1, STRATEGY_DUAL = 2, LAST_STRATEGY = STRATEGY_DUAL };
+enum : int { STRATEGY_EITHER = 0, STRATEGY_PRIMAL = 1, STRATEGY_DUAL = 2, LAST_STRATEGY = STRATEGY_COSTS_CROSSOVER };
 
 constexpr int DEFAULT_REFACTORISATION = 100, MOST_REFACTORISATION = 2000;
 constexpr double PERTURBATION_SCALE = 0.001;
@@ -48,7 +49,7 @@ int refactorisationInterval(const QRTModel *model, int present) {
 }
 
 int solveBy(QRTModel *model, int strategy, double scale) {
-  if (strategy != STRATEGY_DUAL && qrt_getNumberBasicColumns(model) == 0) {
+  if (strategy < STRATEGY_IDIOT && strategy != STRATEGY_DUAL && qrt_getNumberBasicColumns(model) == 0) {
     const int code = qrt_crash(model, CRASH_TYPE);
     if (code >= 2) return code;
   }
@@ -61,6 +62,7 @@ int solveBy(QRTModel *model, int strategy, double scale) {
     run.Idevexmode = STEEPEST_EDGE;
   }
   storeControls(model, run);
+  if (strategy >= STRATEGY_IDIOT) return solveByIdiot(model, strategy);
   if (strategy == STRATEGY_EITHER) return qrt_eitherSimplex(model, FRESH);
   return strategy == STRATEGY_PRIMAL ? qrt_primalSimplex(model, FRESH) : qrt_dualSimplex(model, FRESH);
 }

@@ -106,6 +106,12 @@ for line in "rowlower,NOROW,1" "colour,PLANT1,1" "objective,PLANT1,dear" "object
 done
 expect 65 "parametric without a file" parametric power.cor power.tim power.sto absent.csv
 expect 64 "parametric without a step" parametric power.cor power.tim power.sto line.csv --step 0
+for way in --idiot "--scale --idiot" "--idiot --mode 3"; do
+  expect 0 "lp $way" lp diet.mps $way --check
+  says out '^objective +17\.14285714'
+  says out '^check +passed'
+done
+expect 64 "two crashes" lp diet.mps --idiot --crash 1
 for way in "" --binary "--pairs 1"; do
   expect 0 "convert $way" convert diet.mps other.mps $way
   expect 0 "lp of what was converted" lp other.mps --quiet

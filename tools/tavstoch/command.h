@@ -34,6 +34,7 @@ struct Options {
   double from = 0, step = 0.1, to = 1;  // parametric: the range of lambda
   int crash = 0;                  // type, 0 none
   int maxScenarios = 1000000;
+  bool idiot = false;             // lp: start from the idiot crash
   bool strict = false, inherit = false, maximize = false, scale = false, free = false;
   bool check = false, json = false, quiet = false;
 };

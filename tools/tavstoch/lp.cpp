@@ -42,6 +42,13 @@ void writeSolution(const std::string &path, QRTModel *model) {
   if (std::ferror(file.get())) throw BadInput(path + ": cannot be written");
 }
 
+// Sweeps are no iterations: the count begins with the crossover.
+int fromIdiot(QRTModel *model, int mode) {
+  qrt_mergeBlocks(model, 0);
+  const int crashed = qrt_idiot(model);
+  return crashed >= 2 ? crashed : crashed == 1 ? qrt_primalSimplex(model, mode) : qrt_idiotCrossOver(model, mode);
+}
+
 int solveBy(const std::string &algorithm, QRTModel *model, int mode) {
   if (algorithm == "primal") return qrt_primalSimplex(model, mode);
   if (algorithm == "dual") return qrt_dualSimplex(model, mode);
@@ -69,7 +76,7 @@ int runLp(const Options &options) {
   session.progress.phase("solving");
   if (options.scale) qrt_scale(model);
   if (options.crash) qrt_crash(model, options.crash);
-  const int code = solveBy(options.algorithm, model, options.mode);
+  const int code = options.idiot ? fromIdiot(model, options.mode) : solveBy(options.algorithm, model, options.mode);
   const double solveSeconds = session.progress.done();
   const int status = qrt_getIprobstat(model);
   if (code >= 2 || statusExitCode(status) == EXIT_INTERNAL) {

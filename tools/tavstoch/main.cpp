@@ -60,6 +60,8 @@ int main(int argc, char **argv) {
       ->check(CLI::IsMember({"primal", "dual", "either"}))->capture_default_str();
   addSolving(lp, options);
   addOutput(lp, options);
+  lp->add_flag("--idiot", options.idiot, "look for a nearly optimal point first, cross over to a basis and go on with the primal in --mode")
+      ->excludes("--crash")->excludes("--algorithm");
   lp->callback([&] { run = runLp; });
 
   CLI::App *info = app.add_subcommand("info", "sizes of a stochastic program");
