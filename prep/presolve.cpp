@@ -10,6 +10,7 @@
 #include "frame/units.h"
 #include "model/card_writer.h"
 #include "model/model_store.h"
+#include "prep/presolve_call.h"
 #include "prep/presolve_run.h"
 
 namespace {
@@ -119,6 +120,21 @@ int preSolve(QRTModel *model, int type, const char *filename) {
 }
 
 }  // namespace
+
+int preSolveForRun(QRTModel *model, int type, const char *filename) {
+  MessageControl *control = model->messageControl ? &model->messageControl[MSG_ALL_ROWS_DELETED] : nullptr;
+  const MessageControl before = control ? *control : MessageControl{};
+  if (control) control->maxalw = -1;
+  const int code = qrt_preSolve(model, type, filename);
+  if (control) *control = before;
+  return code != 0 && run.finished ? 0 : code;
+}
+
+int postSolveForRun(QRTModel *model, const char *filename) {
+  const int code = qrt_postSolve(model, filename);
+  remove(filename);
+  return code;
+}
 
 extern "C" int qrt_preSolve(QRTModel *model, int type, const char *filename) {
   qrt_eraseFactor(model);

@@ -3,6 +3,7 @@
 
 #include "frame/entry_frame.h"
 #include "frame/messages.h"
+#include "prep/presolve_call.h"
 #include "stoch/scn_generation.h"
 
 namespace {
@@ -12,13 +13,22 @@ enum : int { ALG_EITHER = 0, ALG_PRIMAL = 1 };
 constexpr int UNSUPPORTED_EXIT = 999;
 constexpr int FROM_VALUES = 3;  // the primal starts from the values it finds
 constexpr int FRESH = 1;
+constexpr char PRESOLVE_FILE[] = "oModel.pre";  // of the working folder: two runs that presolve need a folder each
 
-// Scaling and crash as the object's options ask; a code of 2 or more is a failure. A crash is for a single solve of the
+// Scaling, presolve and crash as the object's options ask; a code of 2 or more is a failure. A crash is for a single solve of the
 // whole: an object with cycles to run keeps the bases that they leave.
 int prepare(QRTStoch *stoch, QRTModel *model) {
   if (stoch->ifScale) {
     const int code = qrt_scale(model);
     if (code >= 2) return code;
+  }
+  if (stoch->ifPresolve > 0) {
+    // A model that presolve finds infeasible is whole again, and the solve says so.
+    const int code = preSolveForRun(model, stoch->ifPresolve, PRESOLVE_FILE);
+    if (code >= 2) {
+      remove(PRESOLVE_FILE);
+      return code;
+    }
   }
   return stoch->ifCrash && stoch->maxiter == 0 ? qrt_crash(model, stoch->ifCrash) : 0;
 }
@@ -49,5 +59,6 @@ int qrts_either2Simplex(QRTStoch *stoch) {
   const int code = solveBy(model, stoch->alg);
   stoch->status = qrt_getIprobstat(model);
   stoch->robjvalue = qrt_getRobjvalue(model);
+  if (stoch->ifPresolve > 0) postSolveForRun(model, PRESOLVE_FILE);
   return code >= 2 ? code : 0;
 }
