@@ -31,6 +31,10 @@ says out '^ +mean +381\.853'
 says out '^check +passed'
 [ "$(grep -c '^  PLANT' out)" = 4 ] || fail "first stage by name"
 [ "$(awk '/probability/ {on = 1; next} /^check/ {on = 0} on' out | wc -l)" = 3 ] || fail "one line a scenario"
+expect 0 "solve with presolve" solve power.cor power.tim power.sto --presolve --check --quiet
+says out '^optimal 381\.853'
+[ -e oModel.pre ] && fail "the work file of presolve stays"
+expect 0 "solve with presolve at a level" solve power.cor power.tim power.sto --presolve 1 --check
 expect 0 "solve by the letter" solve power.cor power.tim power.sto --strict --quiet
 says out '^optimal 381\.853'
 [ "$(wc -l < out)" = 1 ] || fail "--quiet prints one line"
@@ -57,6 +61,7 @@ expect 0 "info" info power.cor power.tim power.sto
 says out '^scenarios +3'
 says out '^equivalent +23 rows, 40 columns'
 says out '^random +1 elements'
+expect 0 "lp with presolve" lp diet.mps --presolve 47 --check
 expect 0 "lp" lp diet.mps --check
 says out '^objective +17\.14285714'
 expect 0 "lp maximised" lp diet.mps --maximize --quiet
@@ -132,10 +137,12 @@ says out '^ +mean +300\.853'
 
 # Outcomes that are no optimum.
 sed 's/WEIGHT            12\.0/WEIGHT             2.0/' diet.mps > infeasible.mps
+expect 1 "infeasible with presolve" lp infeasible.mps --presolve --check
 expect 1 "infeasible" lp infeasible.mps --check
 says out '^status +infeasible'
 sed '/WEIGHT  *12\.0/d' diet.mps > unbounded.mps
 sed 's/L  WEIGHT/G  WEIGHT/' unbounded.mps > unbounded2.mps
+expect 2 "unbounded with presolve" lp unbounded2.mps --maximize --presolve 35 --check
 expect 2 "unbounded" lp unbounded2.mps --maximize --check
 says out '^status +unbounded'
 sed 's/BUDGET           120\.0/BUDGET            20.0/' power.cor > poor.cor

@@ -33,6 +33,7 @@ struct Options {
   std::string csvFile;            // parametric: where the table goes; empty: the terminal
   double from = 0, step = 0.1, to = 1;  // parametric: the range of lambda
   int crash = 0;                  // type, 0 none
+  int presolve = 0;               // level, 0 none
   int maxScenarios = 1000000;
   bool idiot = false;             // lp: start from the idiot crash
   bool strict = false, inherit = false, maximize = false, scale = false, free = false;

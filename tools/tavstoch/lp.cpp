@@ -55,6 +55,22 @@ int solveBy(const std::string &algorithm, QRTModel *model, int mode) {
   return qrt_eitherSimplex(model, mode);
 }
 
+int solveAsTold(const Options &options, QRTModel *model) {
+  return options.idiot ? fromIdiot(model, options.mode) : solveBy(options.algorithm, model, options.mode);
+}
+
+// A model found infeasible or unbounded while it was smaller is solved as it stands: the proof is wanted of the original.
+int solvePresolved(const Options &options, QRTModel *model) {
+  const int reduced = qrt_preSolve(model, options.presolve, nullptr);
+  const bool stands = reduced == 0 || (reduced == 999 && qrt_getInumrows(model) <= 1);
+  if (!stands && reduced != 1 && reduced != 2) return reduced;
+  const int code = solveAsTold(options, model);
+  if (!stands || code >= 2) return code;
+  if (qrt_postSolve(model, nullptr) >= 2) return 2;
+  const int status = qrt_getIprobstat(model);
+  return status == 1 || status == 2 ? qrt_primalSimplex(model, 1) : code;
+}
+
 }  // namespace
 
 int runLp(const Options &options) {
@@ -76,7 +92,7 @@ int runLp(const Options &options) {
   session.progress.phase("solving");
   if (options.scale) qrt_scale(model);
   if (options.crash) qrt_crash(model, options.crash);
-  const int code = options.idiot ? fromIdiot(model, options.mode) : solveBy(options.algorithm, model, options.mode);
+  const int code = options.presolve ? solvePresolved(options, model) : solveAsTold(options, model);
   const double solveSeconds = session.progress.done();
   const int status = qrt_getIprobstat(model);
   if (code >= 2 || statusExitCode(status) == EXIT_INTERNAL) {

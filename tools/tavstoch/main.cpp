@@ -22,6 +22,11 @@ void addOutput(CLI::App *app, Options &o) {
   app->add_flag("--quiet", o.quiet, "print the outcome only, no progress");
 }
 
+// A level may be left out.
+void addPresolve(CLI::App *app, Options &o, int largest, const char *text) {
+  app->add_option("--presolve", o.presolve, text)->check(CLI::Range(1, largest))->expected(0, 1)->default_str("3");
+}
+
 void addSolving(CLI::App *app, Options &o) {
   app->add_flag("--scale", o.scale, "scale the model before the solve");
   app->add_option("--crash", o.crash, "start from a crash basis: 1 or 3 for feasibility, 2 or 4 keeping dual feasibility")
@@ -48,6 +53,7 @@ int main(int argc, char **argv) {
   solve->add_option("--cycles", options.cycles, "lshaped: most cycles")->check(CLI::Range(1, 2147483646))->capture_default_str();
   solve->add_flag("--no-final", options.noFinal, "lshaped: no simplex solve of the whole at the end");
   addSolving(solve, options);
+  addPresolve(solve, options, 3, "solve a smaller model and map its solution back; level 1 to 3, 3 when left out");
   addOutput(solve, options);
   solve->callback([&] { run = runSolve; });
 
@@ -59,6 +65,7 @@ int main(int argc, char **argv) {
   lp->add_option("--algorithm", options.algorithm, "primal, dual, or either: the library's own choice")
       ->check(CLI::IsMember({"primal", "dual", "either"}))->capture_default_str();
   addSolving(lp, options);
+  addPresolve(lp, options, 333333, "solve a smaller model and map its solution back; a type of qrt_preSolve(), 3 when left out");
   addOutput(lp, options);
   lp->add_flag("--idiot", options.idiot, "look for a nearly optimal point first, cross over to a basis and go on with the primal in --mode")
       ->excludes("--crash")->excludes("--algorithm");

@@ -67,7 +67,9 @@ Session::~Session() {
 
 void Session::raiseLimits(QRTModel *model) const {
   constexpr int unlimited = 256, firstSevere = 7000, lastSevere = 7999;
+  constexpr int unboundedByDuals = 9016;
   qrt_mset(model, firstSevere, unlimited, 0, 0, lastSevere, 0);
+  qrt_mset(model, unboundedByDuals, unlimited, 0, 0, 0, 0);
 }
 
 void Session::watch(QRTModel *model) {
