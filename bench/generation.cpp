@@ -3,7 +3,6 @@
 // usage: bench_generation CORE TIME STOCH [REPEATS]
 #include <sys/resource.h>
 #include <sys/wait.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,13 +13,6 @@
 #include "generators.h"
 
 namespace {
-
-// Processor time of this process: other work of the machine leaves it alone, as it does not the clock on the wall.
-double processorNow() {
-  timespec now;
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-  return double(now.tv_sec) + 1e-9 * double(now.tv_nsec);
-}
 
 struct Run {
   double reading, generation;

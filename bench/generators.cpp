@@ -3,6 +3,7 @@
 
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <time.h>
 
 #include <chrono>
 #include <cstdio>
@@ -38,6 +39,12 @@ void benchQuiet(QRTModel *model) {
 }
 
 double secondsNow() { return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(); }
+
+double processorNow() {
+  timespec now;
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+  return double(now.tv_sec) + 1e-9 * double(now.tv_nsec);
+}
 
 long long peakMemory() {
   rusage usage;

@@ -10,6 +10,8 @@ QRTContext *benchContext();
 void benchQuiet(QRTModel *model);
 
 double secondsNow();
+// Processor time of this process: other work of the machine leaves it alone, as it does not the clock on the wall.
+double processorNow();
 // Peak of resident memory of this process so far, and of its present, in bytes.
 long long peakMemory();
 long long fileSize(const std::string &path);

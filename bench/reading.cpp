@@ -51,9 +51,12 @@ void scenarioCost(const char *what, const std::string &stem, const std::string &
     benchContext();
     const long long before = peakMemory();
     double seconds = 0;
+    const double processor = processorNow();
     QRTStoch *stoch = readTriple(stem + ".cor", stem + ".tim", stochFile, &seconds, room);
+    const double spent = processorNow() - processor;
     const int scenarios = qrts_getNumScenarios(stoch);
-    std::printf("%-34s %9d scenarios %8.3f s %8.2f us each %8.0f bytes each at the peak\n", what, scenarios, seconds, 1e6 * seconds / scenarios,
+    std::printf("%-34s %9d scenarios %8.3f s %8.2f us each (processor %5.2f) %8.0f bytes each at the peak\n", what, scenarios, seconds,
+                1e6 * seconds / scenarios, 1e6 * spent / scenarios,
                 double(peakMemory() - before) / scenarios);
     printSpeed("  the file", stochFile, seconds);
   });

@@ -194,10 +194,13 @@ int gatherElements(Explosion *x) {
 // Adds the present combination as a scenario: 0, or the code of the tree or of the store.
 int qrts_Cadev(Explosion *x, double p, int64_t nScenarios) {
   const int depth = x->core->nStages - 1;
-  for (int s = 0; s < depth; ++s) x->events[s] = eventOf(x, &x->stages[s]);
   int ancestor = 0, stage = 1, scenario = 1;
   double probability = p;
-  if (depth > 0) {
+  if (depth == 1) {
+    // No two combinations are equal, so in two stages each is a new leaf of the root: a tree would only cost memory.
+    scenario = x->sample + 1;
+  } else if (depth > 1) {
+    for (int s = 0; s < depth; ++s) x->events[s] = eventOf(x, &x->stages[s]);
     if (!x->tree) {
       // One place more than the store will take, so that the store is who refuses the first scenario too many.
       const int64_t room = int64_t(x->stoch->sdata->scenarios->maximum) + 1;
