@@ -228,6 +228,7 @@ void setRowDual(Postsolve *p, const Reduction *r, double y);
 //     void undo...(Postsolve *, const Reduction *)    for one record
 
 int reduceRows(Presolve *p);                     // reduce_rows.cpp: free, empty, redundant, forcing, singleton rows
+int dropImpliedRows(Presolve *p);                // reduce_implied_rows.cpp: rows that others imply
 int reduceEmptyColumns(Presolve *p);             // reduce_columns.cpp: fixed columns, columns without elements
 int roundIntegers(Presolve *p);                  // reduce_columns.cpp
 int tightenBounds(Presolve *p);                  // tighten_bounds.cpp: infeasibility by implied bounds, integer bounds

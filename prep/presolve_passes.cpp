@@ -21,6 +21,7 @@ constexpr Step BEFORE[] = {
 constexpr Step PASS[] = {
     {reduceBySigns, KIND_1 | KIND_2 | KIND_3, 0, 0},
     {reduceRows, ALL_KINDS, 0, 0},
+    {dropImpliedRows, ALL_KINDS, 0, 0},
     {tightenBounds, ALL_KINDS, 0, 0},
     {reduceEmptyColumns, ALL_KINDS, 0, 0},
     {reduceByDuals, ALL_KINDS, PRESOLVE_FLAG_DUALS, 0},

@@ -1,11 +1,14 @@
-// Implied free columns: a column that an equation keeps within its bounds goes, and the equation with it.
+// Implied free columns: a column that its rows keep within its bounds goes, and a row that is active in every optimum with it.
 //
 //     row p:  a x_j + sum_k p_k x_k = r,   other rows q of the column with element a_q
 //
-// The least and greatest activity of the other columns bound x_j as tightly as its own bounds do, so those never act and
-// x_j = (r - sum_k p_k x_k) / a can be put in everywhere:
+// If the rows of the column bound it, by the least and greatest activity of their other columns, as tightly as its own
+// bounds do, those never act, and x_j = (r - sum_k p_k x_k) / a can be put in everywhere:
 //
 //     cost c_k -= (c_j / a) p_k,  constant += c_j r / a,   row q += -(a_q / a) row p,  sides of q += -(a_q / a) r
+//
+// Row p is an equation, or the only row of the column: then the reduced cost of 0 makes its dual c_j / a, whose sign tells
+// which side is active.
 //
 // The way back. x_j comes from the row as it stood and is basic; its reduced cost is 0, which gives the row's dual,
 // y_p = (c_j - sum_q a_q y_q) / a; all other duals and reduced costs stay what they are. (Andersen and Andersen 1995,
@@ -41,44 +44,62 @@ RestOfRow estimate(const Presolve *p, int row, int column, double a) {
   return finish(rest);
 }
 
-bool keepsWithin(const Presolve *p, int column, double a, double r, const RestOfRow &rest, double slack) {
-  const double lower = p->lower[column], upper = p->upper[column], room = slack * (1.0 + std::fabs(r));
-  // a x_j lies between r - most and r - least.
-  const double low = rest.most >= QRT_INFINITE_TEST ? -QRT_INFINITY : r - rest.most;
-  const double high = rest.least <= -QRT_INFINITE_TEST ? QRT_INFINITY : r - rest.least;
-  const double lowEnd = a > 0.0 ? lower : upper, highEnd = a > 0.0 ? upper : lower;
-  if (std::fabs(lowEnd) < QRT_INFINITE_TEST && !(a * lowEnd <= low + room)) return false;
-  if (std::fabs(highEnd) < QRT_INFINITE_TEST && !(a * highEnd >= high - room)) return false;
-  return true;
+// Is the bound at `end` (1 upper, -1 lower) no tighter than what the row says?
+bool rowImplies(const Presolve *p, int row, int column, double a, int end, const RestOfRow &rest, double slack) {
+  const double bound = end > 0 ? p->upper[column] : p->lower[column];
+  const bool fromUpper = (a > 0.0) == (end > 0);  // a x_j <= upper side - least, a x_j >= lower side - most
+  const double side = fromUpper ? p->rowUpper[row] : p->rowLower[row];
+  const double other = fromUpper ? rest.least : rest.most;
+  if (std::fabs(side) >= QRT_INFINITE_TEST || std::fabs(other) >= QRT_INFINITE_TEST) return false;
+  const double room = slack * (1.0 + std::fabs(side));
+  return fromUpper ? side - other <= a * bound + room : side - other >= a * bound - room;
 }
 
-bool impliedFree(const Presolve *p, int row, int column, double a) {
-  const double r = p->rowUpper[row];
-  if (!hasLower(p->lower[column]) && !hasUpper(p->upper[column])) return true;
-  if (!keepsWithin(p, column, a, r, estimate(p, row, column, a), 1.0e-6)) return false;
-  return keepsWithin(p, column, a, r, finish(computeActivity(p, row, column)), PRESOLVE_ZERO);
+// By running activities for a first look, by fresh ones for the proof.
+bool boundImplied(const Presolve *p, int column, int end, bool prove) {
+  if (end > 0 ? !hasUpper(p->upper[column]) : !hasLower(p->lower[column])) return true;
+  for (int e = p->columnFirst[column]; e >= 0; e = p->entry[e].columnNext) {
+    const PresolveEntry &x = p->entry[e];
+    if (!rowImplies(p, x.row, column, x.value, end, estimate(p, x.row, column, x.value), 1.0e-6)) continue;
+    if (!prove || rowImplies(p, x.row, column, x.value, end, finish(computeActivity(p, x.row, column)), PRESOLVE_ZERO)) return true;
+  }
+  return false;
 }
 
-// The element whose row is to define the column: of the equations that keep it within its bounds the shortest; -1: none.
-int choosePivot(const Presolve *p, int column) {
+bool impliedFree(const Presolve *p, int column) {
+  if (!boundImplied(p, column, -1, false) || !boundImplied(p, column, 1, false)) return false;
+  return boundImplied(p, column, -1, true) && boundImplied(p, column, 1, true);
+}
+
+// The side of its only row at which an implied free column holds it; false if the row has none there.
+bool sideOfSingleton(const Presolve *p, int row, double y, double *side) {
+  *side = y > 0.0 ? p->rowLower[row] : p->rowUpper[row];
+  return y != 0.0 && std::fabs(*side) < QRT_INFINITE_TEST;
+}
+
+// The element whose row is to define the column, the shortest that may; -1: none.
+int choosePivot(const Presolve *p, int column, double *side) {
   double largest = 0.0;
   for (int e = p->columnFirst[column]; e >= 0; e = p->entry[e].columnNext)
     largest = std::fmax(largest, std::fabs(p->entry[e].value));
   int best = -1;
   for (int e = p->columnFirst[column]; e >= 0; e = p->entry[e].columnNext) {
     const PresolveEntry &x = p->entry[e];
-    if (!isEquation(p, x.row) || std::fabs(x.value) < SMALLEST_SHARE * largest) continue;
+    double r = p->rowUpper[x.row];
+    const bool fits = isEquation(p, x.row) || (p->columnCount[column] == 1 && sideOfSingleton(p, x.row, p->cost[column] / x.value, &r));
+    if (!fits || std::fabs(x.value) < SMALLEST_SHARE * largest) continue;
     if (best >= 0 && p->rowCount[x.row] >= p->rowCount[p->entry[best].row]) continue;
     const int64_t fill = int64_t(p->rowCount[x.row] - 1) * (p->columnCount[column] - 1);
     if (fill > p->rowCount[x.row] + p->columnCount[column] - 1 + FILL_ALLOWED) continue;
-    if (impliedFree(p, x.row, column, x.value)) best = e;
+    best = e;
+    *side = r;
   }
-  return best;
+  return best >= 0 && impliedFree(p, column) ? best : -1;
 }
 
 // The row, times -a_q / a, goes into each other row of the column, and into the objective.
-void putIn(Presolve *p, int row, int column, double a) {
-  const double r = p->rowUpper[row], cost = p->cost[column];
+void putIn(Presolve *p, int row, int column, double a, double r) {
+  const double cost = p->cost[column];
   p->constant += cost * r / a;
   for (int e = p->rowFirst[row]; cost != 0.0 && e >= 0; e = p->entry[e].rowNext)
     if (p->entry[e].column != column) changeCost(p, p->entry[e].column, p->cost[p->entry[e].column] - cost / a * p->entry[e].value);
@@ -93,12 +114,11 @@ void putIn(Presolve *p, int row, int column, double a) {
   }
 }
 
-void logFreeColumn(Presolve *p, int type, int row, int column, double a) {
+void logFreeColumn(Presolve *p, int type, int row, int column, double a, double side) {
   Reduction *r = logReduction(p, type, row, column);
-  r->lower = p->rowLower[row];
-  r->upper = p->rowUpper[row];
+  r->lower = r->upper = side;
   r->value1 = type == REDUCTION_FILL ? -p->cost[column] / a : a;
-  r->value2 = type == REDUCTION_FILL ? p->rowUpper[row] : -p->cost[column] / a;
+  r->value2 = type == REDUCTION_FILL ? side : -p->cost[column] / a;
   logRowContent(p, row);
   logColumnContent(p, column);
 }
@@ -117,13 +137,14 @@ int reduceColumns(Presolve *p, int queue, int mostRows, bool fill) {
     if (count == 0 || count > mostRows || p->columnKind[column] != COLUMN_CONTINUOUS) continue;
     if (count == 1 && p->cost[column] == 0.0) continue;  // its row may absorb it
     if (p->upper[column] - p->lower[column] <= PRESOLVE_ZERO) continue;
-    const int e = choosePivot(p, column);
+    double side = 0.0;
+    const int e = choosePivot(p, column, &side);
     if (e < 0) continue;
     const int row = p->entry[e].row;
     const double a = p->entry[e].value;
     if (!fill && count == 2) logSecondRow(p, row, column);
-    logFreeColumn(p, fill ? REDUCTION_FILL : REDUCTION_FREE_SINGLETON, row, column, a);
-    putIn(p, row, column, a);
+    logFreeColumn(p, fill ? REDUCTION_FILL : REDUCTION_FREE_SINGLETON, row, column, a, side);
+    putIn(p, row, column, a, side);
     removeRow(p, row, MARK_ELIMINATED);
     dropColumn(p, column, 1 + row);
     done++;

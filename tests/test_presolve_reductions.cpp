@@ -163,7 +163,7 @@ TEST_P(PresolveReductions, ComeBackWhole) {
   EXPECT_LE(between, returned / 200) << "variables that are neither basic nor at a bound";
 }
 
-const std::vector<Reduce> everything = {dropDuplicateRows, reduceBySigns, reduceRows, reduceEmptyColumns, reduceByDuals, reduceFreeColumns,
+const std::vector<Reduce> everything = {dropDuplicateRows, reduceBySigns, reduceRows, dropImpliedRows, reduceEmptyColumns, reduceByDuals, reduceFreeColumns,
                                         reduceDoubletons, substituteFreeColumns, absorbSlacks, mergeDuplicateColumns};
 INSTANTIATE_TEST_SUITE_P(
     Kinds, PresolveReductions,
