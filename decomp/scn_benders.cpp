@@ -2,10 +2,11 @@
 //
 //     master proposes x --> each subproblem: z_j(x) and a cut --> cuts become rows --> master ...
 //
-// After a new proposal only bounds of fixed columns have moved, so a subproblem's last basis stays dual feasible: its
-// solves go on by the dual simplex. So does the master's while its columns keep their bounds.
+// After a new proposal only bounds of fixed columns have moved: dual feasible bases stay so, in the subproblems
+// (scn_family.h) and, while its columns keep their bounds, in the master.
 #include "decomp/scn_benders.h"
 
+#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -18,9 +19,8 @@
 
 namespace {
 
-constexpr int MERGE_NUMBER = 57;      // message number
+constexpr int MERGE_NUMBER = 57;  // message number
 constexpr double RAY_NOISE = 1e-9;
-constexpr double NOISE_SHARE = 0.01;  // of the gap that all cuts below the noise may leave together
 
 int number(const QRTStoch *model) { return model->smodel->tag; }
 
@@ -33,15 +33,16 @@ constexpr int EXIT_SOLVE = 11, EXIT_GAP = 12, EXIT_MESSAGE = 13;
 QRTSUserExit exits[3];  // by EXIT_... - EXIT_SOLVE
 bool exitExists(int which) { return which >= EXIT_SOLVE && which <= EXIT_MESSAGE; }
 
-void tellSolve(int cycle, int solves) {
-  if (exits[EXIT_SOLVE - EXIT_SOLVE]) exits[EXIT_SOLVE - EXIT_SOLVE](&cycle, &solves);
-  else qrtsbndu1(&cycle, &solves);
-}
 void tellGap(double gap) {
   if (exits[EXIT_GAP - EXIT_SOLVE]) exits[EXIT_GAP - EXIT_SOLVE](&gap, nullptr);
   else qrtsbndu2(&gap);
 }
 }  // namespace
+
+void tellSolve(int cycle, int solves) {
+  if (exits[EXIT_SOLVE - EXIT_SOLVE]) exits[EXIT_SOLVE - EXIT_SOLVE](&cycle, &solves);
+  else qrtsbndu1(&cycle, &solves);
+}
 
 extern "C" {
 int qrts_rgcb(int *which, QRTSUserExit function) {
@@ -69,11 +70,10 @@ double *columnsOf(const QRTModel *lp, double *rim) { return rim + lp->Imaxrows; 
 // Leaves the master's point far out along its ray in the solution vector, the ray in run->ray and its cost.
 void takeRay(BendersRun *run) {
   QRTModel *lp = run->master->smodel->model;
-  const int all = lp->Inumcols, own = methodOf(run->master)->master->nCols;
+  const int all = lp->Inumcols, own = masterOf(run->master)->nCols;
   say(MSG_MASTER_UNBOUNDED);
   if (!run->ray)
-    run->ray = static_cast<double *>(
-        qrtbenders_Calloc(run->stoch, "qrts_CLshaped", int64_t(all) * int64_t(sizeof(double)), 0));
+    run->ray = static_cast<double *>(qrts__alloc("qrts_CLshaped", int64_t(all) * int64_t(sizeof(double)), 0));
   memcpy(run->ray, columnsOf(lp, lp->aux), size_t(all) * sizeof(double));
   double a = 0.0, b = 0.0;
   double *x = columnsOf(lp, lp->solution);
@@ -114,10 +114,12 @@ bool judgeMaster(BendersRun *run) {
 }
 
 void propose(BendersRun *run) {
-  QRTModel *lp = run->master->smodel->model;
-  const double *x = columnsOf(lp, lp->solution);
-  qrtbenders_Cputprop(run->master, x);
-  memcpy(run->proposed, x, size_t(methodOf(run->master)->master->nCols) * sizeof(double));
+  BendersMaster *record = masterOf(run->master);
+  const QRTModel *lp = run->master->smodel->model;
+  const double *x = lp->solution + lp->Imaxrows;
+  if (record->nCols > 0) memcpy(run->proposed, x, size_t(record->nCols) * sizeof(double));
+  for (int j = 1; j <= record->numSubs; ++j)
+    if (record->subs[j - 1].hasOptimal) record->subs[j - 1].estimate = x[record->nCols + j];
 }
 
 int firstMasterSolve(BendersRun *run) {
@@ -134,113 +136,12 @@ int firstMasterSolve(BendersRun *run) {
   return 0;
 }
 
-// ---- one subproblem
-
-int solveSub(BendersRun *run, QRTStoch *sub) {
-  QRTModel *lp = sub->smodel->model;
-  if (run->cycle > 1) return solveOn(lp);
-  qrts_copy2SolverOptions(sub, run->stoch);
-  if (sub->optmaxmin < 0.0) qrt_setMaximize(lp);
-  quieten(lp);
-  qrt_setCompressOff(lp);  // the virtual columns' reduced costs are what a cut is made of
-  return solveAfresh(sub, sub->alg);
-}
-
-double valueOf(QRTStoch *sub) { return methodOf(sub)->slave->weight * qrt_getRobjvalue(sub->smodel->model); }
-
-void sendCut(BendersRun *run, QRTStoch *sub, int status, bool alongRay) {
-  QRTModel *lp = sub->smodel->model;
-  const bool optimal = status == 0;
-  const double value = optimal ? qrt_getRobjvalue(lp) : qrt_getRsumpinf(lp);
-  const double *multipliers = optimal ? lp->dual : lp->aux;
-  qrtbenders_Cputcut(sub, alongRay, optimal ? CUT_OPTIMALITY : CUT_FEASIBILITY, qrt_getRtoldinf(lp),
-                     multipliers + lp->Imaxrows, multipliers, lp->solution + lp->Imaxrows, value, sub->optmaxmin);
-  qrtbenders_Cputstat(sub, status, optimal ? valueOf(sub) : value);
-  ++run->newCuts;
-}
-
-// A cut that would move the master by less than rounding is none: it only makes the master longer.
-bool cutIsNoise(const BendersRun *run, int child, double value) {
-  const SubEntry &entry = methodOf(run->master)->master->subs[child - 1];
-  if (!entry.hasOptimal || run->mstat != 0 || run->thetaValue <= -SCN_INFINITY) return false;
-  const double violation = run->stoch->optmaxmin * value - entry.estimate;
-  const double share = NOISE_SHARE * run->stoch->gapAsked / methodOf(run->master)->master->numSubs;
-  return violation <= share * fabs(run->thetaValue) + 1e-14 * (fabs(value) + fabs(entry.estimate));
-}
-
-// Along the master's ray: how the subproblem's value changes there. False when it failed.
-bool solveAlongRay(BendersRun *run, QRTStoch *sub, int *status, int *code) {
-  QRTModel *lp = sub->smodel->model;
-  const BendersMethod *above = methodOf(run->master);
-  fixVirtualColumns(sub, above->storeNode, run->master->smodel->nodeList->nNodes, run->ray, lp->upper + lp->Imaxrows,
-                    lp->lower + lp->Imaxrows);
-  qrts_Cgtbd(sub, BOUNDS_RAY);
-  run->total = -run->stoch->optmaxmin * SCN_INFINITY;
-  saySolving("subordinate", number(sub));
-  *code = solveOn(lp);
-  if (*code >= 2) return false;
-  *status = outcomeOf(lp);
-  run->rayCost += valueOf(sub);
-  run->raySize += fabs(valueOf(sub));
-  run->rayPass = true;
-  return true;
-}
-
-// Subproblem i at the last proposal. Returns a solver's code of 2 or more; run->end when the run is over.
-int visitSub(BendersRun *run, int i) {
-  QRTStoch *sub = run->models[i];
-  QRTModel *lp = sub->smodel->model;
-  tellSolve(run->cycle, ++run->solves);
-  qrtbenders_Cgetprop(sub, lp->upper + lp->Imaxrows, lp->lower + lp->Imaxrows);
-  qrts_Cgtbd(sub, BOUNDS_ORIGINAL);
-  saySolving("subordinate", number(sub));
-  const int before = qrt_getIiternum(lp);
-  int code = solveSub(run, sub);
-  if (code >= 2) return code;
-  int status = outcomeOf(lp);
-  sub->status = status;
-  bool alongRay = false;
-  if (status == 1) {
-    run->mstat = run->master->status = 0;
-    run->total = run->stoch->optmaxmin * SCN_INFINITY;
-  } else if (status == 2) {
-    say(MSG_PROBLEM_UNBOUNDED);
-    run->stoch->status = 2;
-    run->end = END_CLEAN;
-    return 0;
-  } else if (status == 0 && run->mstat == 2) {
-    alongRay = true;
-    if (!solveAlongRay(run, sub, &status, &code)) return code;
-  }
-  if (status >= 2 || status < 0) {
-    sayNumber(MSG_DID_NOT_SOLVE, i);
-    run->end = END_FAILED;
-    return 0;
-  }
-  if (!alongRay && status == 0 && fabs(run->total) < SCN_INFINITY) addCompensated(run, valueOf(sub));
-  // Without iterations the multipliers are those of the solve before; their cut is known if it was sent then.
-  BendersSlave *slave = methodOf(sub)->slave;
-  if (qrt_getIiternum(lp) != before) slave->cutIsCurrent = 0;
-  const bool unmoved = slave->cutIsCurrent && run->lastStatus[i] == 0 && !slave->lastCutAlongRay;
-  if (status == 0 && !alongRay && run->cycle >= 2 && (unmoved || cutIsNoise(run, i, valueOf(sub)))) {
-    qrtbenders_Cputstat(sub, 0, valueOf(sub));
-    return 0;
-  }
-  run->lastStatus[i] = status;
-  sendCut(run, sub, status, alongRay);
-  return 0;
-}
+// ---- one cycle
 
 // All subproblems at the last proposal.
 int pass(BendersRun *run) {
-  run->total = run->totalRest = 0.0;
-  run->newCuts = 0;
-  run->rayPass = false;
-  for (int i = 1; i < run->n && run->end == END_NOT_YET; ++i) {
-    const int code = visitSub(run, i);
-    if (code >= 2) return code;
-  }
-  if (run->end != END_NOT_YET) return 0;
+  int code = run_pass(run);
+  if (code >= 2 || run->end != END_NOT_YET) return code;
   // Only all subproblems together can tell that nothing closes the ray.
   if (run->rayPass && run->mstat == 2 && run->stoch->optmaxmin * run->rayCost < -RAY_NOISE * run->raySize) {
     say(MSG_PROBLEM_UNBOUNDED);
@@ -248,9 +149,8 @@ int pass(BendersRun *run) {
     run->end = END_CLEAN;
     return 0;
   }
-  run->total += run->totalRest;
   sayValue(MSG_ACTUAL_VALUE, run->total);
-  return qrtbenders_Cchkslvs(run->master);
+  return cutBatch_add(&run->batch, run->master->smodel->model);
 }
 
 // ---- the end test and the next proposal
@@ -263,11 +163,11 @@ void finish(BendersRun *run, double relative) {
   if (!run->stoch->ifLargeBounds) return;
   // An answer that leans on a bound of the method's own making is none.
   const QRTModel *lp = run->master->smodel->model;
-  const BoundSet *saved = methodOf(run->master)->originalBounds;
-  for (int j = 0; j < methodOf(run->master)->master->nCols; ++j) {
+  const BendersMaster *record = masterOf(run->master);
+  for (int j = 0; j < record->nCols; ++j) {
     const double x = lp->solution[lp->Imaxrows + j];
-    const bool leans = (x <= -LARGE_BOUND && saved->colLower[j] <= -SCN_INFINITY) ||
-                       (x >= LARGE_BOUND && saved->colUpper[j] >= SCN_INFINITY);
+    const bool leans = (x <= -LARGE_BOUND && record->savedLower[j] <= -SCN_INFINITY) ||
+                       (x >= LARGE_BOUND && record->savedUpper[j] >= SCN_INFINITY);
     if (!leans) continue;
     say(MSG_PROBLEM_UNBOUNDED);
     run->stoch->status = 2;
@@ -278,7 +178,7 @@ void finish(BendersRun *run, double relative) {
 
 void tellCycle(BendersRun *run, double relative) {
   const double sense = run->stoch->optmaxmin;
-  BendersMaster *record = methodOf(run->master)->master;
+  BendersMaster *record = masterOf(run->master);
   run->totalCuts += run->newCuts;
   if (relative < SCN_INFINITY) {
     // The proposal's own cost is what the master's value holds beside its estimate of the rest.
@@ -325,18 +225,19 @@ void testGap(BendersRun *run) {
 int solveMaster(BendersRun *run) {
   QRTStoch *master = run->master;
   QRTModel *lp = master->smodel->model;
-  const int theta = methodOf(master)->master->nCols;
+  const int theta = masterOf(master)->nCols;
   saySolving("master", number(master));
   if (fabs(run->total) < SCN_INFINITY) lp->solution[lp->Imaxrows + theta] = run->stoch->optmaxmin * run->total;
   // A column that has just lost its bound makes the last basis dual infeasible; else the new rows are all that is wrong.
   const int freed = countFreed(run);
-  const int code = freed > 0 || run->mstat == 2 ? qrt_primalSimplex(lp, SOLVE_FROM_VALUES) : solveOn(lp);
+  int code = freed > 0 || run->mstat == 2 ? qrt_primalSimplex(lp, SOLVE_FROM_VALUES) : solveOn(lp);
+  if (code >= 2 || outcomeOf(lp) < 0 || outcomeOf(lp) > 2) code = solveFromLogicals(lp);
   if (code >= 2) return code;
   if (!judgeMaster(run)) return 0;
   propose(run);
   if (run->mstat != 0) return 0;
   run->masterValue = run->stoch->robjvalue = qrt_getRobjvalue(lp);
-  run->boundKnown = methodOf(master)->master->allReported != 0;
+  run->boundKnown = masterOf(master)->allReported != 0;
   sayValue(MSG_MASTER_VALUE, run->masterValue);
   run->thetaValue = lp->solution[lp->Imaxrows + theta];
   sayValue(MSG_ESTIMATED_VALUE, run->stoch->optmaxmin * run->thetaValue);
@@ -346,23 +247,14 @@ int solveMaster(BendersRun *run) {
 // The cycles are used up: the point that is gathered must be that of the last proposal.
 int lastPass(BendersRun *run) {
   run->stoch->status = 3;
-  for (int i = 1; i < run->n; ++i) {
-    QRTStoch *sub = run->models[i];
-    QRTModel *lp = sub->smodel->model;
-    qrtbenders_Cgetprop(sub, lp->upper + lp->Imaxrows, lp->lower + lp->Imaxrows);
-    qrts_Cgtbd(sub, BOUNDS_ORIGINAL);
-    saySolving("subordinate", number(sub));
-    if (run->cycle < 2 && run->stoch->alg < 0) {
-      printf("\n QRTERROR! alg=-1 not supported.\n");
-      qrts_endProcess(UNSUPPORTED_EXIT);
-    }
-    const int code = solveSub(run, sub);
-    if (code >= 2) return code;
-    sub->status = outcomeOf(lp);
+  if (run->cycle < 2 && run->stoch->alg < 0) {
+    printf("\n QRTERROR! alg=-1 not supported.\n");
+    qrts_endProcess(UNSUPPORTED_EXIT);
   }
-  say(MSG_CYCLES_EXCEEDED);
   run->end = END_GATHER;
-  return 0;
+  const int code = run_gather(run, true);
+  say(MSG_CYCLES_EXCEEDED);
+  return code;
 }
 
 int cycles(BendersRun *run) {
@@ -374,6 +266,7 @@ int cycles(BendersRun *run) {
     if (run->end == END_STOPPED) {
       run->stoch->status = 3;
       run->end = END_GATHER;
+      return run_gather(run, false);
     }
     if (run->end != END_NOT_YET) return 0;
     sayNumber(MSG_BEGIN_CYCLE, ++run->cycle);
@@ -392,58 +285,51 @@ void warnOfList(QRTStoch *stoch) {
   printf("\n **** performed. \n");
 }
 
-// Records, total recourse column and, on request, the start. 0, or a code of 2 or more.
-int setUp(BendersRun *run, int mode) {
+// Master, total recourse column and, on request, the start. 0, 1 when it can't be formed, or a code of 2 or more.
+int setUp(BendersRun *run, int mode, int **lists, const int *counts) {
   QRTStoch *stoch = run->stoch;
-  int *parents = static_cast<int *>(
-      qrtbenders_Calloc(stoch, "qrts_CLshaped", int64_t(run->n) * int64_t(sizeof(int)), 0));
-  for (int i = 0; i < run->n; ++i) parents[i] = run->models[i]->masterModel;
-  int root = 0;
-  const int code = qrtbenders_Cinit(run->models, run->n, parents, stoch->maxiter, &root, stoch->ifLargeBounds);
+  // Clusters go by the first-stage columns that the master will have.
+  int64_t own = 0;
+  for (int p = 0; p < counts[0]; ++p) own += stoch->sdata->nodes->nodes[lists[0][p] - 1].nCols;
+  const int children = run_clusters(run->n - 1, own > INT32_MAX / 8 ? INT32_MAX / 8 : int(own));
+  run->master = formMasterAlone(stoch, lists, counts, run->n, children);
+  if (!run->master) return 1;
+  int code = qrts_Cmstr(run->master, children, stoch->ifLargeBounds);
+  if (code < 2) code = run_setUp(run, lists, counts);
   if (code >= 2) return code;
-  if (root != 1) {
-    stochMessage(MSG_DUPLICATE_ROOT);
-    qrts_endProcess(2);
-  }
   QRTModel *lp = run->master->smodel->model;
-  const int own = methodOf(run->master)->master->nCols;
-  if (run->master->optmaxmin == -1.0) lp->objective[lp->Imaxrows + own] = -1.0;
-  if (mode == 1 && stoch->status >= 0) qrts_Chots(stoch, run->models, run->n);
-  run->lastStatus = static_cast<int *>(
-      qrtbenders_Calloc(stoch, "qrts_CLshaped", int64_t(run->n) * int64_t(sizeof(int)), 0));
-  for (int i = 0; i < run->n; ++i) run->lastStatus[i] = -1;
-  run->proposed = static_cast<double *>(
-      qrtbenders_Calloc(stoch, "qrts_CLshaped", (int64_t(own) + 1) * int64_t(sizeof(double)), 0));
+  if (run->master->optmaxmin == -1.0) lp->objective[lp->Imaxrows + masterOf(run->master)->nCols] = -1.0;
+  if (mode == 1 && stoch->status >= 0) {
+    qrts_Chots(stoch, &run->master, 1);
+    for (int i = 0; i < run->n - 1; ++i) member_hotStart(&run->all, i);
+  }
   qrt_messagePrintOff(lp, MERGE_NUMBER);
   return 0;
 }
 
-int runCycles(BendersRun *run, int mode) {
-  int code = setUp(run, mode);
-  if (code < 2) code = firstMasterSolve(run);
+int runCycles(BendersRun *run, int mode, int **lists, const int *counts) {
+  int code = setUp(run, mode, lists, counts);
+  if (code != 0) return code;
+  code = firstMasterSolve(run);
   if (code < 2 && run->end == END_NOT_YET) code = cycles(run);
   if (code >= 2) return code;
   if (run->end == END_FAILED) return 1;
-  if (run->end == END_GATHER) code = qrts_Cgthr(run->stoch, run->models, run->n);
+  if (run->end == END_GATHER && run->stoch->status != 3) code = run_gather(run, false);
   return code < 2 ? 0 : code;
 }
 
+// Nodes of each model; their number, or one below 2. The whole model must be described.
+int cutAtStage(QRTStoch *stoch, int ***lists, int **counts) {
+  const int stage = stoch->cutperiod;
+  if (stage < 1) {
+    printf("\n ERROR! Set oModel->cutperiod > 0\n");
+    qrts_endProcess(0);
+  }
+  int n = 0;
+  return qrts_Cpcut(stoch, stage, lists, counts, &n) >= 2 ? -1 : n;
+}
+
 }  // namespace
-
-void addCompensated(BendersRun *run, double value) {
-  const double sum = run->total + value;
-  run->totalRest += fabs(run->total) >= fabs(value) ? (run->total - sum) + value : (value - sum) + run->total;
-  run->total = sum;
-}
-
-int countFreed(BendersRun *run) {
-  const BendersMaster *record = methodOf(run->master)->master;
-  int reported = 0;
-  for (int j = 0; j < record->numSubs; ++j) reported += record->subs[j].hasOptimal;
-  const int freed = reported - run->freedBefore;
-  run->freedBefore = reported;
-  return freed;
-}
 
 int qrts_CLshaped(QRTStoch *stoch, int mode) {
   if (mode != 0 && mode != 1) {
@@ -451,23 +337,32 @@ int qrts_CLshaped(QRTStoch *stoch, int mode) {
     qrts_endProcess(0);
   }
   warnOfList(stoch);
-  BendersRun run = {};
-  run.stoch = stoch;
-  run.thetaValue = -SCN_INFINITY;
-  run.bestValue = SCN_INFINITY;
-  run.started = qrtcput();
-  run.n = qrts_decompose2CutAtStage(stoch, stoch->cutperiod, 1);
+  BendersRun *run = static_cast<BendersRun *>(qrts__alloc("qrts_CLshaped", sizeof(BendersRun), 0));
+  run->stoch = stoch;
+  run->thetaValue = -SCN_INFINITY;
+  run->bestValue = SCN_INFINITY;
+  run->started = qrtcput();
+  int **lists = nullptr, *counts = nullptr;
+  run->n = cutAtStage(stoch, &lists, &counts);
   int code = 1;
-  if (run.n < 2) {
+  if (run->n < 2) {
     printf("\n ERROR! No valid decomposition performed\n");
     stoch->status = 3;
   } else {
-    run.models = stoch->submodels;
-    run.master = run.models[0];
-    code = runCycles(&run, mode);
+    stoch->nSubmodels = run->n;  // their objects are made when somebody looks
+    code = runCycles(run, mode, lists, counts);
   }
   qrts_deleteSubmodels(stoch);
-  qrtbenders_Cfree(stoch);
+  run_free(run);
+  if (run->master) {
+    freeMaster(run->master);
+    run->master->sdata = nullptr;
+    qrts_delete2Stoch(run->master);
+  }
+  for (int i = 0; i < run->n; ++i) free(lists[i]);
+  free(lists);
+  free(counts);
+  free(run);
   return code;
 }
 

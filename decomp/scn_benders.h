@@ -4,7 +4,8 @@
 //        |  proposal          link row: total - sum theta_j = 0
 //        v                    cuts:     g'x - theta_j <= r   (type 0),   g'x <= r   (type 1)
 //     models 2 .. n           real nodes first, then virtual ones: ancestors in other models, columns only, fixed at the
-//                             proposal. Their reduced costs are the gradient g of the subproblem's value.
+//                             proposal. Their reduced costs are the gradient g of the subproblem's value. The L-shaped
+//                             method holds them as members of families (scn_family.h), not as objects.
 //
 // Signs. Duals y and reduced costs d are those of the minimisation of sense * cost in both senses, y positive on a row
 // at its lower bound. For every dual feasible (y, d), real bounds l, u and any values x of the virtual columns,
@@ -45,84 +46,43 @@ int qrts_Cdcut(QRTStoch *stoch, int minNumRows, int ***lists, int **counts, int 
 int qrts_Cncut(QRTStoch *stoch, int maxsubmodels, int **lists, int *counts, int *parents, int nModels);
 // The list, or null with a warning on stdout.
 QRTStoch **qrts_get2Submodels(QRTStoch *stoch);
+// Forms the master of a cut alone, with room for nChild recourse columns, and announces the other models, which the
+// caller holds in another form. Null when it can't be described or filled.
+QRTStoch *formMasterAlone(QRTStoch *stoch, int **lists, const int *counts, int n, int nChild);
+// Says of model i (from 1) what forming it would.
+void tellSubproblem(const QRTStoch *stoch, int i, int nNodes, int nVirtual, int nRows, int nCols, int nBlocks);
 // First broken invariant of the list as text, or null: every described node real in exactly one model, every virtual
 // node held by the parent model, one root.
 const char *submodels_check(const QRTStoch *stoch);
 
-// ---- buffers (scn_buffers.cpp) ------------------------------------------------------------------------------
-
-// Bounded queues of records, all on the object that owns the run. Ids count from 1; a sequence number is the total of
-// puts at its own put. See the functions for capacity and failure.
-int qrtinit_Cbuffer(QRTStoch *base, int capacity, int maxSize);  // id, or -1 for an argument below 1
-int qrtput_Cbuffer(QRTStoch *base, int id, const void *data, int size);  // sequence number, 0 full, -1 bad
-int qrtget_Cbuffer(QRTStoch *base, int id, void *data, int *size, int after);  // sequence number, 0 none, -1 bad
-void qrtpop_Cbuffer(QRTStoch *base, int id);
-void qrtfree_Cbuffer(QRTStoch *base, int id);
-void qrtdel_Cbuffers(QRTStoch *base);
-// Blocks that live as long as the run; qrtbenders_Cfree releases them and the buffers.
-void *qrtbenders_Calloc(QRTStoch *base, const char *name, int64_t size, int noClear);
-void qrtbenders_Cfree(QRTStoch *base);
-
 // ---- records ------------------------------------------------------------------------------------------------
-
-// A record on its way through a buffer.
-struct VecBuffer {
-  int32_t bufferId;
-  int32_t size;             // bytes
-  void *data;               // the packed record
-};
 
 // Bounds of the real columns and rows of a subproblem.
 struct BoundSet {
   double *colLower, *colUpper, *rowLower, *rowUpper;
 };
+
 // Which set: as they stand; the recession cone of the box; finite ones alone.
 enum : int { BOUNDS_ORIGINAL = 0, BOUNDS_RAY = 1, BOUNDS_ANCHOR = 2 };
 
 enum : int { CUT_OPTIMALITY = 0, CUT_FEASIBILITY = 1 };
 
-// What a master knows of a child.
+// What a master knows of a child: a subproblem, or a cluster of subproblems that send one cut together.
 struct SubEntry {
-  double probability;       // of the first node of the child's stage-1 chain
-  int32_t seq, status, statusBuffer;
-  int32_t hasOptimal;       // 1: has reported status 0
-  double estimate;          // the master's value of its column
+  int32_t firstMember, nMembers;
+  int32_t hasOptimal;       // 1: has sent an optimality cut
+  double estimate;          // the master's value of its column, sense * z
   double value;             // last value reported, in the sense of the program
 };
 
 struct BendersMaster {
   int32_t numSubs;
-  SubEntry *subs;           // [children] child j at [j-1]
-  int32_t allReported, combinedStatus, proposalSeq;
-  VecBuffer *proposal, *cuts;
-  int *cutIndex;            // [ncols + 1]
-  int *columnIndex;         // shared: 1, 2, ...
-  int32_t newCuts;          // 1: the last collection found some
+  SubEntry *subs;           // [numSubs] child j at [j-1]
+  int32_t allReported;      // 1: every child has sent an optimality cut
   int32_t nCols, nRows;     // own columns and rows, without what the method added
+  double *savedLower, *savedUpper;  // [nCols + 1] column bounds that large ones stand for; null without
 };
-
-struct BendersSlave {
-  int32_t lastSeq;          // -1
-  VecBuffer *proposal, *cut;
-  int32_t cutRejected;
-  int32_t seq;              // of the proposal read
-  int32_t realCols;         // columns of real nodes; virtual ones follow
-  int32_t cutIsCurrent;     // 1: the last cut is that of the present basis
-  int32_t lastCutAlongRay;  // 1: the multipliers of the last cut belong to a solve along a ray
-  double weight;            // costs are divided by it while the method runs, duals and values multiplied
-};
-
-struct BendersMethod {
-  BendersMaster *master;    // null without children
-  BendersSlave *slave;      // null without parent
-  BoundSet *anchorBounds, *rayBounds, *originalBounds;
-  int32_t activeBounds;
-  int *nodeOwner;           // [store nodes] shared: model (from 1) that holds the node as a real one
-  int *storeNode;           // [nodes of the model] store number of model node k at [k-1]
-  int32_t statusBuffer;
-  int32_t lastStatus;
-};
-inline BendersMethod *methodOf(const QRTStoch *model) { return static_cast<BendersMethod *>(model->smethod); }
+inline BendersMaster *masterOf(const QRTStoch *model) { return static_cast<BendersMaster *>(model->smethod); }
 
 // ---- a cut's arithmetic (scn_cut_rows.cpp), for both methods ------------------------------------------------
 
@@ -140,6 +100,9 @@ DualBound dualBound(const BoundSet *bounds, int nRows, int nReal, const double *
 // (type 0) or the sum of infeasibilities (type 1). -D where it can be had and both forms agree; else the weaker one,
 // which is valid; along a ray only -D holds.
 double cutRightHandSide(const DualBound &bound, double gradientTerm, double value, bool alongRay);
+// Store number of each node of a described model, into out [nodes of the model].
+void storeNumbers(const QRTStoch *model, int *out);
+
 // Cuts on their way to being rows of a master: one batch, one merge.
 struct CutBatch {
   int rows, elements;
@@ -152,13 +115,19 @@ void cutBatch_element(CutBatch *batch, int column, double value);  // a zero is 
 void cutBatch_endRow(CutBatch *batch, double rhs);
 // Appends the rows to the model and closes the batch. 0 or a store's code.
 int cutBatch_add(CutBatch *batch, QRTModel *model);
-// Store number of each node of a described model, into out [nodes of the model].
-void storeNumbers(const QRTStoch *model, int *out);
-// Sizes of records: nNodes numbers, then nCols reals at an offset of whole words.
-inline int64_t proposalOffset(int64_t nNodes) { return (4 * nNodes + 3) / 8 * 8 + 8; }
-inline int64_t proposalSize(int64_t nNodes, int64_t nCols) { return proposalOffset(nNodes) + 8 * nCols; }
-inline int64_t cutOffset(int64_t nVirtual) { return (4 * nVirtual + 19) / 8 * 8 + 8; }
-inline int64_t cutSize(int64_t nVirtual, int64_t nCols) { return cutOffset(nVirtual) + 8 * nCols; }
+// Closes a batch whose rows are not wanted; harmless after cutBatch_add().
+void cutBatch_drop(CutBatch *batch);
+
+// A cut while it is summed up over subproblems.
+struct CutColumns {
+  double *sum;               // [own columns of the master] zero where not touched
+  unsigned char *marked;     // the same
+  int *touched, count;
+};
+void cutColumns_add(CutColumns *cut, int first, int count, const double *gradient, double factor);
+void cutColumns_clear(CutColumns *cut);
+// Ends a row factor * (cut <= rightHandSide), with -1 on column theta unless that is negative; returns its place.
+int cutBatch_sum(CutBatch *batch, const CutColumns *cut, int theta, double factor, double rightHandSide);
 
 // ---- bound sets (scn_bounds.cpp) ----------------------------------------------------------------------------
 
@@ -168,10 +137,6 @@ void makeBoundSets(const QRTModel *model, const BoundSet *original, const BoundS
 // The set of that number, or null after a text.
 const BoundSet *chooseBounds(int which, const BoundSet *original, const BoundSet *ray, const BoundSet *anchor);
 void putBounds(QRTModel *model, const BoundSet *set, int nCols, int nRows);
-// Makes the three sets of a subproblem from its present bounds.
-void qrts_Cslav0(QRTStoch *base, QRTStoch *sub);
-// Puts a set into the model, unless it is there already.
-void qrts_Cgtbd(QRTStoch *sub, int which);
 
 // ---- solutions to and fro (scn_gather.cpp) ------------------------------------------------------------------
 
@@ -181,33 +146,14 @@ int qrts_Chots(QRTStoch *stoch, QRTStoch **models, int n);
 // |objective - dual objective| at the model's solution.
 double qrts_get2DualityGap(QRTModel *model);
 
-// ---- L-shaped method (scn_benders.cpp, scn_benders_master.cpp, scn_benders_sub.cpp) -------------------------
+// ---- L-shaped method (scn_benders.cpp, scn_benders_master.cpp, scn_benders_pass.cpp) -------------------------
 
 // The whole solve. mode 1 starts from the solution in the described model. 0 or a solver's code.
 int qrts_benders2LSolve(QRTStoch *stoch, int mode);
 // The cycles alone, with cut, records and gathering.
 int qrts_CLshaped(QRTStoch *stoch, int mode);
-// Builds the records and checks the tree of models; parents from 1, 0 for the root. 0, or 2 after a text.
-int qrtbenders_Cinit(QRTStoch **models, int nModels, const int *parents, int maxIterations, int *root, int largeBounds);
-int qrts_Cmstr(QRTStoch *base, QRTStoch *model, int nChild, int largeBounds);
+// Record and recourse columns of a master with nChild children; the record is freed by freeMaster(). 0 or a store's code.
+int qrts_Cmstr(QRTStoch *model, int nChild, int largeBounds);
+// The recourse columns and their link row alone.
 int qrts_Cmstr0(QRTStoch *model, int nChild);
-int qrts_Cslav(QRTStoch *base, QRTStoch *sub, QRTStoch *master);
-void qrtbenders_Cputprop(QRTStoch *master, const double *colsol);
-// The last proposal into the bounds of the virtual columns.
-void qrtbenders_Cgetprop(QRTStoch *sub, double *colUpper, double *colLower);
-// Values of the master's columns into the bounds of the virtual columns, beside the buffer.
-void fixVirtualColumns(QRTStoch *sub, const int *nodes, int nNodes, const double *values, double *colUpper, double *colLower);
-void qrtbenders_Cputstat(QRTStoch *model, int code, double value);
-int qrtbenders_Cgetstat(QRTStoch *model, int buffer, int *code, int *seq, double *value);
-// Packs and queues a cut from reduced costs and row duals (type 0), or from qrt_colaux and qrt_rowaux (type 1), both as
-// the solver left them; value is the objective value or the sum of infeasibilities. The subproblem's weight is applied
-// to type 0 here.
-void qrtbenders_Cputcut(QRTStoch *sub, int alongRay, int type, double tol, const double *rcost, const double *rows,
-                        const double *colsol, double value, double sense);
-// Takes the next cut into the master's record; *subId 0: none.
-void qrtbenders_Cgetcut(QRTStoch *master, int *type, int *subId, double *rhs);
-// Collects statuses and cuts; the cuts become rows in one batch. 0 or a store's code.
-int qrtbenders_Cchkslvs(QRTStoch *master);
-// The part of it that takes the cuts.
-int takeCuts(QRTStoch *master);
-int qrtbenders_Cchkprop(QRTStoch *master);
+void freeMaster(QRTStoch *model);

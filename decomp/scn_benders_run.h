@@ -1,7 +1,7 @@
 // State of one run of the L-shaped method.
 #pragma once
 
-#include "decomp/scn_benders.h"
+#include "decomp/scn_family.h"
 
 enum BendersEnd : int {
   END_NOT_YET,
@@ -11,17 +11,23 @@ enum BendersEnd : int {
   END_STOPPED   // the caller wants no further cycle
 };
 
+// Feasibility cuts of one pass that share their gradient: members at one proof of one family.
+struct SharedProof {
+  int32_t family, home, row;
+  const int32_t *masterAt;
+};
+constexpr int MOST_SHARED_PROOFS = 256;
+
 struct BendersRun {
   QRTStoch *stoch, *master;
-  QRTStoch **models;        // [n] the list; the master first
-  int n;
+  Families all;             // the subproblems: model i + 2 of the cut is member i
+  int n;                    // models of the cut, the master included
   int cycle, solves;
   BendersEnd end;
   int mstat;                // 0 the proposal is an optimum of the master, 2 a point far out on its ray
   double thetaValue;        // the master's total recourse, -1e31 before the first bounded master with cuts
   double total, totalRest;  // value of the recourse at the proposal; +-1e31 when unknown; rounding of its sum
   int newCuts, totalCuts;
-  int *lastStatus;          // [n] of each subproblem's last cut, -1 none
   double *ray;              // [all columns of the master] null before the first unbounded master
   double rayCost, raySize;  // of the program along it, so far; sum of the sizes of its terms
   bool rayPass;             // a subproblem has been solved along it in this pass
@@ -31,9 +37,24 @@ struct BendersRun {
   double bestValue;         // least sense * value of any proposal
   int freedBefore;          // recourse columns without their first bound, as of the last master
   double started;
+  // a pass
+  CutBatch batch;
+  CutColumns cut;           // of the cluster in view
+  SharedProof proofs[MOST_SHARED_PROOFS];
+  int nProofs, feasibilityCuts;
 };
 
-// Adds to the total; what rounding loses is kept beside it.
-void addCompensated(BendersRun *run, double value);
+// Recourse columns for so many subproblems and first-stage columns.
+int run_clusters(int members, int ownColumns);
+// Clusters, work arrays and the first look at every subproblem. 0 or a code of 2 or more.
+int run_setUp(BendersRun *run, int **lists, const int *counts);
+void run_free(BendersRun *run);
+// All subproblems at the last proposal; their cuts become rows. Returns a solver's code of 2 or more; run->end when the
+// run is over.
+int run_pass(BendersRun *run);
+// The last proposal's solution of every subproblem into the described model. 0 or a code of 2 or more.
+int run_gather(BendersRun *run, bool announce);
 // Recourse columns that lost their first bound since the last call.
 int countFreed(BendersRun *run);
+// The user exit at each solve of a subproblem (scn_benders.cpp).
+void tellSolve(int cycle, int solves);

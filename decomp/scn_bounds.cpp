@@ -45,36 +45,3 @@ void putBounds(QRTModel *model, const BoundSet *set, int nCols, int nRows) {
   copyInto(model->lower, set->rowLower, nRows);
   copyInto(model->upper, set->rowUpper, nRows);
 }
-
-namespace {
-
-BoundSet *newSet(QRTStoch *base, int nCols, int nRows) {
-  BoundSet *set = static_cast<BoundSet *>(qrtbenders_Calloc(base, "qrts_Cslav0", sizeof(BoundSet), 0));
-  double **vectors[4] = {&set->colLower, &set->colUpper, &set->rowLower, &set->rowUpper};
-  for (int v = 0; v < 4; ++v)
-    *vectors[v] = static_cast<double *>(
-        qrtbenders_Calloc(base, "qrts_Cslav0", int64_t(v < 2 ? nCols : nRows) * int64_t(sizeof(double)), 0));
-  return set;
-}
-
-}  // namespace
-
-void qrts_Cslav0(QRTStoch *base, QRTStoch *sub) {
-  BendersMethod *method = methodOf(sub);
-  const QRTModel *model = sub->smodel->model;
-  const int nCols = method->slave->realCols, nRows = model->Inumrows;
-  method->originalBounds = newSet(base, nCols, nRows);
-  method->rayBounds = newSet(base, nCols, nRows);
-  method->anchorBounds = newSet(base, nCols, nRows);
-  makeBoundSets(model, method->originalBounds, method->rayBounds, method->anchorBounds, nCols, nRows);
-  method->activeBounds = BOUNDS_ORIGINAL;
-}
-
-void qrts_Cgtbd(QRTStoch *sub, int which) {
-  BendersMethod *method = methodOf(sub);
-  if (which == method->activeBounds) return;
-  const BoundSet *set = chooseBounds(which, method->originalBounds, method->rayBounds, method->anchorBounds);
-  if (!set) return;
-  putBounds(sub->smodel->model, set, method->slave->realCols, sub->smodel->nRows);
-  method->activeBounds = which;
-}

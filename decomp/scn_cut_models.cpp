@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "decomp/scn_benders.h"
+#include "decomp/scn_solving.h"
 #include "frame/entry_frame.h"
 #include "frame/messages.h"
 
@@ -149,7 +150,56 @@ int qrts_decompose2CutByNodeSize(QRTStoch *stoch, int maxsubmodels, int load) {
   return formModels(stoch, &cut, &BY_NODES, load);
 }
 
+namespace {
+
+// What describing and filling a model would say of it.
+void tellModel(int nNodes, int nVirtual, int nRows, int nCols, int nBlocks) {
+  const auto count = [](const char *what, int n) {
+    messageC(1, what);
+    messageI(1, n);
+    say(MSG_NODE_TOTAL);
+  };
+  if (!heard(MSG_NODE_TOTAL) && !heard(MSG_DECLARING) && !heard(MSG_BLOCK_TOTAL)) return;
+  count("model nodes", nNodes + nVirtual);
+  if (nVirtual > 0) {
+    count("real nodes", nNodes);
+    count("virtual nodes", nVirtual);
+  }
+  messageI(1, nRows);
+  messageI(2, nCols);
+  say(MSG_DECLARING);
+  sayNumber(MSG_BLOCK_TOTAL, nBlocks);
+}
+
+}  // namespace
+
+void tellSubproblem(const QRTStoch *stoch, int i, int nNodes, int nVirtual, int nRows, int nCols, int nBlocks) {
+  if (heard(MSG_FORMING)) tellForming(AT_STAGE.subRole, stoch->smodel->tag + 1 + i);
+  tellModel(nNodes, nVirtual, nRows, nCols, nBlocks);
+}
+
+QRTStoch *formMasterAlone(QRTStoch *stoch, int **lists, const int *counts, int n, int nChild) {
+  messageI(1, n);
+  stochMessage(MSG_DECOMPOSING);
+  QRTStoch *master = newMember(stoch, 0, 0);
+  tellForming(AT_STAGE.masterRole, stoch->smodel->tag + 1);
+  int maxRows, maxCols;
+  if (qrts_describe2MasterModel(master, 1, counts[0], lists[0], 0, nChild + 1, &maxRows, &maxCols) >= 0 &&
+      qrts_load2BaseModel(master, 1) <= AT_STAGE.worstLoad) {
+    master->nNodeList = counts[0];
+    const int64_t bytes = int64_t(counts[0]) * int64_t(sizeof(int));
+    master->nodeList = static_cast<int *>(qrts__alloc(AT_STAGE.allocator, bytes, 0));
+    memcpy(master->nodeList, lists[0], size_t(bytes));
+    return master;
+  }
+  master->sdata = nullptr;
+  qrts_delete2Stoch(master);
+  return nullptr;
+}
+
 QRTStoch **qrts_get2Submodels(QRTStoch *stoch) {
+  // While the L-shaped method runs, its subproblems take the form of objects only when somebody looks.
+  if (stoch->nSubmodels > 0 && !stoch->submodels) qrts_decompose2CutAtStage(stoch, stoch->cutperiod, 1);
   if (stoch->nSubmodels > 0 && stoch->submodels) return stoch->submodels;
   printf(" Warning !  No decomposed submodels are present. \n");
   return nullptr;

@@ -7,6 +7,7 @@
 
 namespace {
 
+constexpr double NOISE = 1e-12;  // a coefficient that rounding left of a sum that cancels
 constexpr double FORMS_AGREE = 1e-9;
 
 // One term of the dual function: multiplier times the bound that makes it least.
@@ -69,49 +70,44 @@ int cutBatch_add(CutBatch *batch, QRTModel *model) {
   int code = 0;
   if (batch->rows > 0) code = qrt_addRows(model, batch->rows, nullptr, batch->upper, batch->starts, batch->columns, batch->values);
   if (batch->rows > 0 && code < 2) code = qrt_mergeBlocks(model, 1);
+  cutBatch_drop(batch);
+  return code < 2 ? 0 : code;
+}
+
+void cutBatch_drop(CutBatch *batch) {
   free(batch->starts);
   free(batch->columns);
   free(batch->values);
   free(batch->upper);
-  return code < 2 ? 0 : code;
+  *batch = {};
 }
 
-namespace {
-
-// The cut in the master's record as a row.
-void appendCut(CutBatch *batch, QRTStoch *master, int type, int child, double rhs) {
-  BendersMaster *record = methodOf(master)->master;
-  const StochModel *smodel = master->smodel;
-  const TreeNode *store = master->sdata->nodes->nodes;
-  const char *data = static_cast<const char *>(record->cuts->data);
-  int nVirtual;
-  memcpy(&nVirtual, data + 16, sizeof nVirtual);
-  const int *nodes = reinterpret_cast<const int *>(data + 20);
-  const double *gradient = reinterpret_cast<const double *>(data + cutOffset(nVirtual));
-  for (int v = 0; v < nVirtual; ++v) {
-    const int size = store[nodes[v] - 1].nCols, at = smodel->nodeList->nodes[smodel->nodeMap[nodes[v] - 1] - 1].colOffset;
-    for (int k = 0; k < size; ++k) cutBatch_element(batch, at + k, *gradient++);
+int cutBatch_sum(CutBatch *batch, const CutColumns *cut, int theta, double factor, double rightHandSide) {
+  for (int k = 0; k < cut->count; ++k) {
+    const double value = factor * cut->sum[cut->touched[k]];
+    if (fabs(value) > NOISE) cutBatch_element(batch, cut->touched[k], value);
   }
-  if (type == CUT_OPTIMALITY) {
-    QRTModel *model = smodel->model;
-    const int theta = record->nCols + child;
-    model->lower[model->Imaxrows + theta] = -SCN_INFINITY;
-    model->solution[model->Imaxrows + theta] = master->optmaxmin * record->subs[child - 1].value;
-    cutBatch_element(batch, theta, -1.0);
-  }
-  cutBatch_endRow(batch, rhs);
+  if (theta >= 0) cutBatch_element(batch, theta, -1.0);
+  cutBatch_endRow(batch, factor * rightHandSide);
+  return batch->rows - 1;
 }
 
-}  // namespace
+void cutColumns_add(CutColumns *cut, int first, int count, const double *gradient, double factor) {
+  for (int k = 0; k < count; ++k) {
+    if (gradient[k] == 0.0) continue;
+    const int j = first + k;
+    if (!cut->marked[j]) {
+      cut->marked[j] = 1;
+      cut->touched[cut->count++] = j;
+    }
+    cut->sum[j] += factor * gradient[k];
+  }
+}
 
-int takeCuts(QRTStoch *master) {
-  BendersMaster *record = methodOf(master)->master;
-  CutBatch batch;
-  cutBatch_open(&batch, record->numSubs);
-  int type, child;
-  double rhs;
-  for (qrtbenders_Cgetcut(master, &type, &child, &rhs); child > 0; qrtbenders_Cgetcut(master, &type, &child, &rhs))
-    appendCut(&batch, master, type, child, rhs);
-  record->newCuts = batch.rows > 0;
-  return cutBatch_add(&batch, master->smodel->model);
+void cutColumns_clear(CutColumns *cut) {
+  for (int k = 0; k < cut->count; ++k) {
+    cut->sum[cut->touched[k]] = 0.0;
+    cut->marked[cut->touched[k]] = 0;
+  }
+  cut->count = 0;
 }
