@@ -63,13 +63,15 @@ void makeProduct(Families *all, Family *f, const Member *member, bool alongRay) 
   tree_newProposal(f->tree);
 }
 
-// Fills the answer's cut from multipliers that stand in answer->reduced and gradient.
-void makeCut(const Families *all, const Family *f, const MemberTask *task, double tolerance, MemberAnswer *answer) {
+// Fills the answer's cut from multipliers that stand in answer->reduced and gradient. False when they are a proof that
+// leans on an infinite bound.
+bool makeCut(const Families *all, const Family *f, bool dualFormOnly, double tolerance, MemberAnswer *answer) {
   const BoundSet bounds = boundsOf(all, f);
   const DualBound dual = dualBound(&bounds, f->nRows, f->realCols, answer->reduced, 1.0, answer->reduced + f->nRows, tolerance);
   double gradientTerm = 0.0;
   for (int v = 0; v < f->virtualCols; ++v) gradientTerm += answer->gradient[v] * all->hatX[v];
-  answer->rightHandSide = cutRightHandSide(dual, gradientTerm, answer->value, task->alongRay);
+  answer->rightHandSide = cutRightHandSide(dual, gradientTerm, answer->value, dualFormOnly);
+  return answer->status != 1 || !dual.needsInfinity;
 }
 
 // How far a feasibility cut is violated when its largest coefficient is 1.
@@ -120,7 +122,8 @@ bool askTree(Families *all, Member *member, const MemberTask *task, MemberAnswer
     answer->gradient = memberGradient(all, f, member, home);
     answer->value = 0.0;
     if (answer->status == 0) answer->value = tree_cost(f->tree);
-    makeCut(all, f, task, tolerance, answer);
+    // The tree measures no infeasibility: a proof is worth what its multipliers say.
+    if (!makeCut(all, f, task->alongRay || answer->status == 1, tolerance, answer)) return false;
     if (answer->status == 0 || task->alongRay) break;
     answer->value = scaledViolation(all, f, answer);
     if (answer->value > HAIR * qrt_getRtolpinf(f->model)) break;
@@ -265,7 +268,7 @@ int askModel(Families *all, Member *member, const MemberTask *task, MemberAnswer
   answer->value = answer->status == 1 ? qrt_getRsumpinf(lp) : qrt_getRobjvalue(lp);
   if (code < 2 && answer->status == 1 && !task->alongRay) {
     takeMultipliers(all, f, answer);
-    makeCut(all, f, task, qrt_getRtoldinf(lp), answer);
+    makeCut(all, f, task->alongRay, qrt_getRtoldinf(lp), answer);
     if (scaledViolation(all, f, answer) <= HAIR * qrt_getRtolpinf(lp)) {
       // A cut that shallow would come back for ever.
       const double tolerance = qrt_getRtolpinf(lp);
@@ -279,7 +282,7 @@ int askModel(Families *all, Member *member, const MemberTask *task, MemberAnswer
   if (member->nElements) dropLastBlock(lp);
   if (code >= 2 || answer->status < 0 || answer->status > 1) return code;
   takeMultipliers(all, f, answer);
-  makeCut(all, f, task, qrt_getRtoldinf(lp), answer);
+  makeCut(all, f, task->alongRay, qrt_getRtoldinf(lp), answer);
   answer->sameMultipliers = hadBasis && qrt_getIiternum(lp) == before && !task->alongRay && !member->cutAlongRay &&
                             member->cutStatus == answer->status && member->cutHome < 0;
   keepBasis(f, member);
