@@ -128,3 +128,50 @@ void writeScenarios(const std::string &path, int random, int scenarios) {
   std::fprintf(file, "ENDATA\n");
   std::fclose(file);
 }
+
+namespace {
+
+// The same numbers on every machine.
+struct Dice {
+  unsigned state;
+  double roll(double low, double high) {
+    state = state * 1664525u + 1013904223u;
+    return low + (high - low) * double(state >> 8) / 16777216.0;
+  }
+};
+
+}  // namespace
+
+void writePlants(const std::string &path, int plants, int markets, int scenarios) {
+  Dice dice = {12345u};
+  FILE *file = create(path + ".cor");
+  std::fprintf(file, "NAME          PLANTS\nROWS\n N  COST\n L  BUDGET\n");
+  for (int p = 0; p < plants; ++p) std::fprintf(file, " L  MAKE%04d\n", p);
+  for (int m = 0; m < markets; ++m) std::fprintf(file, " G  NEED%04d\n", m);
+  std::fprintf(file, "COLUMNS\n");
+  for (int p = 0; p < plants; ++p) {
+    std::fprintf(file, "    BUILD%03d  COST      %12.4f   BUDGET             1.0\n", p, dice.roll(2.0, 4.0));
+    std::fprintf(file, "    BUILD%03d  MAKE%04d          -1.0\n", p, p);
+  }
+  for (int p = 0; p < plants; ++p)
+    for (int m = 0; m < markets; ++m) {
+      std::fprintf(file, "    S%03d%03d   COST      %12.4f   MAKE%04d           1.0\n", p, m, dice.roll(1.0, 9.0), p);
+      std::fprintf(file, "    S%03d%03d   NEED%04d           1.0\n", p, m, m);
+    }
+  for (int m = 0; m < markets; ++m) std::fprintf(file, "    SHORT%03d  COST      %12.4f   NEED%04d           1.0\n", m, dice.roll(15.0, 30.0), m);
+  std::fprintf(file, "RHS\n    RHS       BUDGET    %12.1f\n", 40.0 * markets);
+  for (int m = 0; m < markets; ++m) std::fprintf(file, "    RHS       NEED%04d          50.0\n", m);
+  std::fprintf(file, "ENDATA\n");
+  std::fclose(file);
+  file = create(path + ".tim");
+  std::fprintf(file, "TIME          PLANTS\nPERIODS\n    BUILD000  BUDGET                   NOW\n    S000000   MAKE0000                 THEN\nENDATA\n");
+  std::fclose(file);
+  file = create(path + ".sto");
+  std::fprintf(file, "STOCH         PLANTS\nSCENARIOS     DISCRETE\n");
+  for (int s = 0; s < scenarios; ++s) {
+    std::fprintf(file, " SC S%07d  ROOT      %12.9f   THEN\n", s, 1.0 / scenarios);
+    for (int m = 0; m < markets; ++m) std::fprintf(file, "    RHS       NEED%04d  %12.4f\n", m, dice.roll(10.0, 90.0));
+  }
+  std::fprintf(file, "ENDATA\n");
+  std::fclose(file);
+}

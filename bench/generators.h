@@ -27,3 +27,7 @@ void writeCore(const std::string &path, int random);
 void writeIndep(const std::string &path, int random, int outcomes);
 // `scenarios` SCENARIOS entries of `random` elements each.
 void writeScenarios(const std::string &path, int random, int scenarios);
+
+// A two-stage triple: plants are built in stage 1 under a budget and serve markets in stage 2, where what is short has a
+// price; every market's demand is random, in `scenarios` SCENARIOS entries. path + ".cor", ".tim", ".sto".
+void writePlants(const std::string &path, int plants, int markets, int scenarios);
