@@ -15,6 +15,7 @@
 namespace {
 
 constexpr int ROW_PRICING_ROWS = 100;   // below this a row copy gains nothing
+constexpr double SPARSE_ROWS = 0.1;     // mean density of the inverse's rows up to which pivotal rows are short
 constexpr int STALLED_PASSES = 21;
 
 SimplexWork *newWork(QRTModel *model) {
@@ -141,6 +142,7 @@ void applyRepair(SimplexWork *w) {
     }
   }
   w->addedLogicals += added;
+  w->djState = 5;
 }
 
 int runFactorisation(SimplexWork *w, int nBasic, const int *basic, int repair) {
@@ -185,7 +187,9 @@ int factorise(SimplexWork *w) {
     if (result != 0 && w->historyCount == 0) result = runFactorisation(w, w->m, w->basisCopy, 1);
   }
   if (result != 0) return result;
-  qrtrsrt(w);
+  // Where pivotal rows are formed column by column the columns are better met in their own order.
+  if (first || w->factor->density[SOLVE_ROW] > SPARSE_ROWS) qrtrsrt(w);
+  else list_basicsReordered(w);
   w->updateCount = 0;
   w->leastCost = 0.0;
   w->totalWork = 0.0;

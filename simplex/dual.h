@@ -26,8 +26,7 @@
 struct DualBreak {
   int var;
   double size;    // |alpha_rj|
-  double dist;    // |dj| on the allowed side, 0 when it is on the wrong one or the variable is free
-  double slope;   // what the dual objective's slope loses when the step goes beyond: size * range
+  double dist;    // |dj| on the allowed side, negative when it is on the wrong one by rounding, 0 for a free variable
 };
 
 struct DualWork {
@@ -51,6 +50,9 @@ struct DualWork {
   int reachedFeasible;     // 1: the true bounds have seen a dual feasible basis; what gets lost is mended by shifts
   int rowLengthCount;      // pivotal rows of the pass, and their total length
   double rowLengthSum;
+  int djAge;               // checks since the reduced costs were last made from the multipliers
+  int flipChecks;          // checks in a row that found boxed variables on the wrong side
+  double djDrift;          // largest relative error seen in the pass of a reduced cost carried from step to step
   int cutOff;              // 1: the loop left because the objective passed Rbbcutoff
 };
 

@@ -11,6 +11,7 @@ constexpr double WEIGHT_FOR_CLEAN_UP = 1.0e-4;   // the basis is nearly optimal:
 constexpr double WEIGHT_FOR_PROOF = 1.0e-30;     // infeasibility alone: the multipliers are the proof
 constexpr int MOST_PHASE_ONES = 2;
 constexpr double ROUNDING_DJ = 1.0e-5;           // reduced costs up to this are the rounding of a first phase that succeeded
+constexpr int MOST_FLIP_CHECKS = 20;
 constexpr int MOST_DOUBTS = 20;
 
 int finish(int status) {
@@ -127,7 +128,11 @@ int dualCheckpoint(SimplexWork *w, int continued) {
   if (d->cutOff) return finish(1);
   // After a proof of infeasibility the check has made the multipliers of the proof: they say nothing about costs.
   if (qrtlplp.Iprobstat == 1) return statusOfLoop(w);
-  const int moved = makeDualFeasible(w);
+  // Each such flip gives back what the steps had gained: before it can go round in circles the costs give way instead.
+  if (d->flipChecks > MOST_FLIP_CHECKS && d->reachedFeasible) dualShiftInfeasible(w, QRT_INFINITY);
+  // Reduced costs kept from a pass are feasible as its ratio tests left them.
+  const int moved = w->djState == 1 ? 0 : makeDualFeasible(w);
+  d->flipChecks = moved > 0 ? d->flipChecks + 1 : 0;
   // Flips that repair the outcome of a pass mean that the values are no longer those its status was about.
   if (moved > 0 && qrtlplp.Iprobstat >= 0) qrtlplp.Iprobstat = -1;
   if (w->state.checkCount < 0) {

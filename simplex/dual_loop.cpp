@@ -14,6 +14,7 @@ constexpr double PIVOT_DISAGREES = 1.0e-7;   // relative difference of a pivot b
 constexpr double WEIGHT_FAR_OFF = 0.25;      // stored over true weight below which the row choice is made again
 constexpr double FRESH_SMALLEST_PIVOT = 1.0e-9;
 constexpr int ROW_CHOICES = 20;
+constexpr double DRIFT_ALLOWED = 1.0e-9;     // of reduced costs, before a check makes them anew
 
 struct Pass {
   int code;
@@ -102,6 +103,21 @@ bool pivotAgrees(SimplexWork *w) {
   return sinceFactor(w) == 0 && off <= 1.0e-3 * size;
 }
 
+// The entering column gives its reduced cost without regard to how it was carried here.
+void noteDrift(SimplexWork *w) {
+  DualWork *d = w->dual;
+  const int k = w->enterVar;
+  double sum = w->cost[k], size = std::fabs(sum);
+  for (int t = 0; t < d->alpha.count; t++) {
+    const int i = d->alpha.index[t];
+    const double term = w->cost[w->list[i]] * d->alpha.value[i];
+    sum -= term;
+    size += std::fabs(term);
+  }
+  const double drift = std::fabs(sum - w->dj[k]) / (1.0 + 1.0e-5 * size);
+  if (drift > d->djDrift) d->djDrift = drift;
+}
+
 bool pastCutoff(const SimplexWork *w) {
   const DualWork *d = w->dual;
   return d->phase == 2 && qrtint3.Rbbcutoff < qrtlplp.Rmaxmin * qrtlplp.Robjvalue && !d->costsShifted &&
@@ -126,6 +142,7 @@ Fate housekeeping(SimplexWork *w, Pass *pass) {
 
 Fate pivot(SimplexWork *w, Pass *pass, int leavesAtUpper) {
   DualWork *d = w->dual;
+  noteDrift(w);
   dualFlips_apply(w);
   history_append(w);
   qrtupsd(w, leavesAtUpper);
@@ -212,6 +229,7 @@ int qrtsdul(SimplexWork *w) {
   rows_partition(w);
   d->rowLengthSum = 0.0;
   d->rowLengthCount = d->cutOff = 0;
+  d->djDrift = 0.0;
   while (iterate(w, &pass) == GO_ON) {
 #ifdef QRT_SELF_CHECKS
     if (qrtlplp.Iiternum % 50 == 0)
@@ -223,5 +241,7 @@ int qrtsdul(SimplexWork *w) {
   scatterWeights(w);
   basicsToRims(w);
   w->btranMean = d->rowLengthCount ? d->rowLengthSum / d->rowLengthCount : 0.0;
+  // An ordinary end leaves reduced costs good enough to go on with; "no row" and "no column" are judged on fresh ones.
+  w->djState = pass.wanted && d->djDrift <= DRIFT_ALLOWED ? 1 : 5;
   return pass.code;
 }

@@ -30,9 +30,7 @@ void addBreak(DualWork *d, const SimplexWork *w, int *count, int k, double a, do
   DualBreak *b = &d->breaks[(*count)++];
   b->var = k;
   b->size = state == 3 ? size * FREE_PREFERENCE : size;
-  b->dist = dist > 0.0 ? dist : 0.0;
-  const double range = infinityRange(w->lower[k], w->upper[k]);
-  b->slope = range >= QRT_INFINITE_TEST ? QRT_INFINITY : size * range;
+  b->dist = dist;
 }
 
 int collectBreaks(SimplexWork *w, double sign, double floor) {
@@ -50,18 +48,32 @@ int collectBreaks(SimplexWork *w, double sign, double floor) {
   return count;
 }
 
+// The step at which the reduced cost is wrong by the tolerance. One that is wrong already has the less of it left: what
+// the steps take out of the tolerance must not add up.
+double relaxedStep(const DualBreak *b, double tolerance) {
+  const double room = b->dist + tolerance;
+  return room > 0.0 ? room / b->size : 0.0;
+}
+
+// What the dual objective's slope loses when the step goes beyond a break.
+double slopeTaken(const SimplexWork *w, const DualBreak *b) {
+  const double range = infinityRange(w->lower[b->var], w->upper[b->var]);
+  return range >= QRT_INFINITE_TEST ? QRT_INFINITY : b->size * range;
+}
+
 // Moves the breaks within `step` from [from, count) to the front; returns the end of those moved. `next` becomes the
 // least relaxed step among the rest, `slope` loses what the moved ones take.
-int takeWithin(DualBreak *breaks, int from, int count, double step, double tolerance, double *slope, double *next) {
+int takeWithin(const SimplexWork *w, int from, int count, double step, double tolerance, double *slope, double *next) {
+  DualBreak *breaks = w->dual->breaks;
   *next = QRT_INFINITY;
   int end = from;
   for (int t = from; t < count; t++) {
     DualBreak *b = &breaks[t];
     if (b->dist <= step * b->size) {
-      *slope -= b->slope;
+      *slope -= slopeTaken(w, b);
       std::swap(breaks[end++], *b);
     } else {
-      const double relaxed = (b->dist + tolerance) / b->size;
+      const double relaxed = relaxedStep(b, tolerance);
       if (relaxed < *next) *next = relaxed;
     }
   }
@@ -71,7 +83,7 @@ int takeWithin(DualBreak *breaks, int from, int count, double step, double toler
 double leastRelaxed(const DualBreak *breaks, int count, double tolerance) {
   double least = QRT_INFINITY;
   for (int t = 0; t < count; t++) {
-    const double relaxed = (breaks[t].dist + tolerance) / breaks[t].size;
+    const double relaxed = relaxedStep(&breaks[t], tolerance);
     if (relaxed < least) least = relaxed;
   }
   return least;
@@ -81,23 +93,24 @@ double leastRelaxed(const DualBreak *breaks, int count, double tolerance) {
 double longerStep(double step) { return step * (1.0 + 1.0e-9) + 1.0e-12; }
 
 // A few rounds with steps growing tenfold leave only the breaks that the groups can reach.
-int narrow(DualBreak *breaks, int count, double distance, double tolerance) {
-  double slope = distance, next = leastRelaxed(breaks, count, tolerance);
+int narrow(const SimplexWork *w, int count, double distance, double tolerance) {
+  double slope = distance, next = leastRelaxed(w->dual->breaks, count, tolerance);
   int end = 0;
   while (end < count && slope > 0.0 && next < QRT_INFINITY)
-    end = takeWithin(breaks, end, count, 10.0 * next + 1.0e-7, tolerance, &slope, &next);
+    end = takeWithin(w, end, count, 10.0 * next + 1.0e-7, tolerance, &slope, &next);
   return end;
 }
 
 // Ends of the groups into groupEnd[1..], groupEnd[0] = 0; returns their number.
-int formGroups(DualWork *d, int count, double distance, double tolerance) {
+int formGroups(const SimplexWork *w, int count, double distance, double tolerance) {
+  DualWork *d = w->dual;
   double slope = distance, next = leastRelaxed(d->breaks, count, tolerance);
   int groups = 0, end = 0;
   d->groupEnd[0] = 0;
   while (end < count && slope > 0.0 && next < QRT_INFINITY) {
     const int before = end;
     const double step = next;
-    end = takeWithin(d->breaks, end, count, step, tolerance, &slope, &next);
+    end = takeWithin(w, end, count, step, tolerance, &slope, &next);
     if (end > before) d->groupEnd[++groups] = end;
     else next = longerStep(step);
   }
@@ -139,8 +152,8 @@ DualRatio qrtczcf(SimplexWork *w, double sign, double distance) {
   d->flipCount = 0;
   int count = collectBreaks(w, sign, fresh ? FRESH_PIVOT : LATER_PIVOT);
   if (count == 0) return DUAL_UNBOUNDED;
-  count = narrow(d->breaks, count, distance, tolerance);
-  const int groups = formGroups(d, count, distance, tolerance);
+  count = narrow(w, count, distance, tolerance);
+  const int groups = formGroups(w, count, distance, tolerance);
   int group;
   const int chosen = chooseBreak(d, groups, &group);
   if (chosen < 0) return DUAL_SMALL_PIVOT;  // numbers beyond all reason

@@ -470,7 +470,6 @@ void begin(SimplexWork *w, Pass *pass) {
   p->infeasibilityMark = 1.00001 * qrtlplp.Rsumpinf > 0.001 ? 1.00001 * qrtlplp.Rsumpinf : 0.001;
   p->columnLengthSum = p->rowLengthSum = 0.0;
   p->rowCount = p->randomFailures = p->listedPlace = 0;
-  p->rowsArePartitioned = 0;
   if (w->priceMode == PRICE_VALUES) w->pivotZeroTol = 1.1e-5;
   for (int i = 1; i <= w->m; i++) p->basicCost[i] = w->cost[w->list[i]];
   for (int i = 1; i <= w->m; i++)

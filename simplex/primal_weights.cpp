@@ -93,6 +93,7 @@ void exactNorms(SimplexWork *w) {
 
 void rows_partition(SimplexWork *w) {
   PrimalWork *p = w->primal;
+  if (p->rowsArePartitioned && !w->runsChanged) return;
   for (int i = 1; i <= w->m; i++) {
     int low = w->rowStart[i], high = w->rowStart[i + 1];
     while (low < high) {
@@ -109,6 +110,7 @@ void rows_partition(SimplexWork *w) {
     p->rowEnd[i] = low;
   }
   p->rowsArePartitioned = 1;
+  w->runsChanged = 0;
 }
 
 void rows_exchange(SimplexWork *w, int entering, int leaving) {

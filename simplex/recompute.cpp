@@ -4,6 +4,7 @@
 
 #include "frame/messages.h"
 #include "simplex/driver.h"
+#include "simplex/dual.h"
 
 namespace {
 
@@ -39,13 +40,15 @@ void addToBasics(SimplexWork *w, SparseVector *correction) {
   sparseVector_clear(correction);
 }
 
-// Solves B x_B = -N x_N, then looks at the residual and refines once or twice.
-void recomputeBasics(SimplexWork *w) {
-  for (int i = 1; i <= w->m; i++) w->value[w->list[i]] = 0.0;
+// Solves B x_B = -N x_N, then looks at the residual and refines once or twice. With `keep` the values there are start.
+void recomputeBasics(SimplexWork *w, bool keep) {
   SparseVector *r = &w->rhs;
-  rowResidual(w, r);
-  qrtftrn(w->factor, r, SOLVE_RHS);
-  addToBasics(w, r);
+  if (!keep) {
+    for (int i = 1; i <= w->m; i++) w->value[w->list[i]] = 0.0;
+    rowResidual(w, r);
+    qrtftrn(w->factor, r, SOLVE_RHS);
+    addToBasics(w, r);
+  }
   double largest = 0.0;
   for (int round = 0; round < 3; round++) {
     largest = rowResidual(w, r);
@@ -245,6 +248,17 @@ void recomputeDuals(SimplexWork *w, double costWeight, double infeasibilityWeigh
   formReducedCosts(w, costWeight, w->y, w->dj);
 }
 
+// After an ordinary pass of the dual values and reduced costs are those carried from step to step. The values are
+// refined where their residual asks for it; the reduced costs have been watched by the loop, and are made anew every
+// so often, because to do so each time costs as much as many sparse iterations.
+constexpr int MOST_CHECKS_WITH_KEPT_DUALS = 5;
+
+bool dualsMayBeKept(SimplexWork *w) {
+  DualWork *d = w->dual;
+  if (w->algorithm != ALGORITHM_DUAL || !d || w->finalMode || w->djState != 1 || qrtlplp.Iprobstat >= 0) return false;
+  return d->djAge < MOST_CHECKS_WITH_KEPT_DUALS;
+}
+
 }  // namespace
 
 int qrtchks(SimplexWork *w) {
@@ -257,9 +271,10 @@ int qrtchks(SimplexWork *w) {
 #ifdef QRT_SELF_CHECKS
   if (const char *fault = solveState_check(w)) qrtmesg_no_q1(158, fault, -1);
 #endif
+  const bool keep = !first && dualsMayBeKept(w);
   const bool judgeStart = first && w->startValues && w->priceMode == PRICE_VALUES;
   if (judgeStart) rememberGivenValues(w);
-  recomputeBasics(w);
+  recomputeBasics(w, keep);
   if (judgeStart) {
     if (throwOutBadStarts(w) > 0) return CHECK_NEW_BASIS;
     w->startValues = 0;
@@ -272,6 +287,13 @@ int qrtchks(SimplexWork *w) {
   }
   qrtchpf(w);
   recomputeObjective(w);
+  if (keep && qrtlplp.Inumpinf > 0) {
+    w->dual->djAge++;
+    qrtobjv(w);
+    w->djState = 1;
+    return CHECK_GOOD;
+  }
+  if (w->dual) w->dual->djAge = 0;
   const bool infeasible = qrtlplp.Iprobstat == 1 && qrtlplp.Inumpinf > 0;
   recomputeDuals(w, infeasible ? 0.0 : 1.0, infeasible ? 1.0 : 0.0, first);
   if (w->largestBasicDj > qrtlplp.Rtoldinf) {

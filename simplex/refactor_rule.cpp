@@ -6,6 +6,8 @@
 
 namespace {
 
+constexpr double CHECK_PER_ROW = 20.0, CHECK_PER_VARIABLE = 5.0;   // operations, about
+
 int structuralBasics(const SimplexWork *w) {
   int count = 0;
   for (int i = 1; i <= w->m; i++)
@@ -69,8 +71,10 @@ bool refactorisationWanted(SimplexWork *w, int etaLength) {
   if (10 * int64_t(updates) >= w->updateLimit10 || since >= 4 * int64_t(most)) return true;
   if (20 * int64_t(updates) >= w->updateLimit10 && factor->etaCount > w->etaLimit) return true;
   if (updates < 20) return false;
-  // Running cost of an iteration, by operations counted: past its least value a fresh factor is cheaper.
-  const double cost = (2.0 * factor->factorWork + factor->solveWork) / updates;
+  // Running cost of an iteration, by operations counted: past its least value a fresh factor is cheaper. A fresh factor
+  // brings a check with it that looks at every row and variable.
+  const double start = 2.0 * factor->factorWork + CHECK_PER_ROW * w->m + CHECK_PER_VARIABLE * w->total;
+  const double cost = (start + factor->solveWork) / updates;
   if (w->leastCost <= 0.0 || cost < w->leastCost) w->leastCost = cost;
   return cost > 1.05 * w->leastCost;
 }

@@ -120,6 +120,7 @@ struct SimplexWork {
   int *list;                 // [1..total]
   int *where;                // [1..total] position in list; for a basic variable that is its row position
   int partEndFree, partEndUpper, partEndLower;
+  int runsChanged;           // 1: variables joined or left those that cannot move, so a row copy parted by them is stale
 
   // ---- basic variables by row position [0..m]; entry 0 is the entering variable
   double *basicLower, *basicValue, *basicUpper;
@@ -235,6 +236,8 @@ struct SimplexWork {
 
 // Rebuilds the nonbasic part of list, where and the run ends from the flags; list[1..m] stands (qrtrsrt).
 void qrtrsrt(SimplexWork *w);
+// The same when only the order of the basics in list[1..m] has changed.
+void list_basicsReordered(SimplexWork *w);
 // Gives nonbasic k the state 0..3 and moves it to the run of that state; constant time.
 void list_setState(SimplexWork *w, int k, int state);
 // Exchanges: nonbasic `enter` becomes basic at row position `row`; the variable there becomes nonbasic with `state`.

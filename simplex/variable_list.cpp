@@ -53,12 +53,18 @@ void qrtrsrt(SimplexWork *w) {
     w->list[p] = k;
     w->where[k] = p;
   }
+  list_basicsReordered(w);
+  w->runsChanged = 1;
+}
+
+void list_basicsReordered(SimplexWork *w) {
   for (int i = 1; i <= w->m; i++) w->where[w->list[i]] = i;
 }
 
 void list_setState(SimplexWork *w, int k, int state) {
   const int old = variableState(w->flags[k]);
   if (old == state) return;
+  if (old == 0 || state == 0) w->runsChanged = 1;
   moveBetweenRuns(w, k, runOfState(old), runOfState(state));
   w->flags[k] = (w->flags[k] & ~uint32_t(VAR_STATE)) | uint32_t(state) << VAR_STATE_SHIFT;
 }

@@ -567,7 +567,8 @@ TEST_F(Simplex, ControlsComeBack) {
 
 // Fixed columns and free rows leave the model before the solve and come back with everything a caller can read.
 TEST_F(Simplex, CompressionIsInvisible) {
-  for (unsigned seed = 61; seed < 65; seed++) {
+  int optimal = 0;
+  for (unsigned seed = 61; seed < 71; seed++) {
     double v;
     Lp p = known(70, 160, seed, &v);
     for (size_t j = 0; j < p.cost.size(); j += 7)
@@ -579,8 +580,11 @@ TEST_F(Simplex, CompressionIsInvisible) {
     ASSERT_EQ(0, qrt_primalSimplex(whole, 1));
     solve(small, qrt_getIprobstat(whole));
     EXPECT_EQ("", firstFault(certifyModel(whole), 1e-7));
+    if (qrt_getIprobstat(whole) != 0) continue;  // which point is the least infeasible depends on the scaling, and that on the model
+    optimal++;
     EXPECT_NEAR(qrt_getRobjvalue(whole), qrt_getRobjvalue(small), 1e-7 * (1 + std::fabs(qrt_getRobjvalue(whole))));
   }
+  EXPECT_GE(optimal, 2);
 }
 
 }  // namespace
