@@ -235,6 +235,8 @@ int tightenBounds(Presolve *p);                  // tighten_bounds.cpp: infeasib
 int reduceDoubletons(Presolve *p);               // reduce_doubletons.cpp
 int reduceFreeColumns(Presolve *p);              // reduce_free_columns.cpp: one or two rows, no fill
 int substituteFreeColumns(Presolve *p);          // reduce_free_columns.cpp: any number of rows, with fill
+// Do rows imply the bound of a column at `end` (1 upper, -1 lower)? Without `prove` by the running activities only.
+bool boundImplied(const Presolve *p, int column, int end, bool prove);
 int reduceBySigns(Presolve *p);                  // reduce_by_signs.cpp
 int reduceByDuals(Presolve *p);                  // reduce_by_duals.cpp
 int dropDuplicateRows(Presolve *p);              // reduce_duplicates.cpp

@@ -31,6 +31,7 @@ constexpr Step PASS[] = {
     {reduceDoubletons, KIND_1 | KIND_3, 0, 0},
 };
 constexpr Step AFTER[] = {
+    {dropDuplicateRows, ALL_KINDS, PRESOLVE_FLAG_DUPLICATES, 0},
     {absorbSlacks, ALL_KINDS, PRESOLVE_FLAG_DUPLICATES, 0},
     {mergeDuplicateColumns, ALL_KINDS, PRESOLVE_FLAG_DUPLICATES, 0},
 };
@@ -71,14 +72,20 @@ int clean(Presolve *p) {
   return result;
 }
 
+// Passes go on until one removes nothing; what the steps after them find may start them again, except where only
+// activities count.
 int runAll(Presolve *p, int passes) {
   int result = runSteps(p, BEFORE);
-  for (p->pass = 1; result >= 0 && p->pass <= passes; p->pass++) {
-    const int rows = p->liveRows;
+  bool finished = false;
+  for (p->pass = 1; result >= 0 && p->pass <= passes && !finished; p->pass++) {
+    const int rows = p->liveRows, columns = p->liveColumns;
     result = runSteps(p, PASS);
-    if (result < 0 || p->liveRows == 0 || p->liveRows == rows) break;
+    if (result < 0 || p->liveRows == 0) break;
+    if (p->liveRows < rows || p->liveColumns < columns) continue;
+    result = runSteps(p, AFTER);
+    finished = result == 0 || p->kind == 0;
   }
-  if (result >= 0) result = runSteps(p, AFTER);
+  if (result >= 0 && !finished) result = runSteps(p, AFTER);
   if (result >= 0 && (p->flags & PRESOLVE_FLAG_REPAIR)) p->repair = 1;
   if (result >= 0) result = clean(p);
   return result;

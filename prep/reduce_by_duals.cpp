@@ -78,7 +78,7 @@ Range reducedCostRange(const Presolve *p, const DualBounds &b, int column) {
 }
 
 // A tighter bound on the dual of a row. `upward` says that `value` is a lower bound of y.
-bool offerBound(DualBounds *b, int row, bool upward, double value, bool single) {
+bool offerBound(DualBounds *b, int row, bool upward, double value, bool single, bool take) {
   double *bound = upward ? &b->low[row] : &b->high[row];
   if (std::fabs(value) > LARGEST_DUAL) return false;
   if (std::fabs(*bound) < QRT_INFINITE_TEST) {
@@ -86,13 +86,15 @@ bool offerBound(DualBounds *b, int row, bool upward, double value, bool single) 
     if (gain <= WORTHWHILE * (1.0 + std::fabs(*bound))) return false;
   }
   if (upward ? value > b->high[row] : value < b->low[row]) return false;  // no dual fits: not for this call to say
+  if (!take) return true;
   *bound = value;
   if (!single) b->single[row] = 0;
   return true;
 }
 
-// What sum a_ij y_i <= c_j (sign 1), or >= c_j (-1), says of each y_i, given the bounds of the others.
-bool lendBounds(const Presolve *p, DualBounds *b, int column, int sign) {
+// What sum a_ij y_i <= c_j (sign 1), or >= c_j (-1), says of each y_i, given the bounds of the others; without `take` only
+// whether it says anything new.
+bool lendBounds(const Presolve *p, DualBounds *b, int column, int sign, bool take) {
   const Extreme rest = extremeOf(p, *b, column, -sign);
   if (rest.infinite > 1) return false;
   bool lent = false;
@@ -104,7 +106,7 @@ bool lendBounds(const Presolve *p, DualBounds *b, int column, int sign) {
     const double others = rest.infinite ? rest.sum : rest.sum - a.value * own;
     const double room = p->cost[column] - others;
     if (!rest.infinite && std::fabs(room) < CLEAR * (std::fabs(p->cost[column]) + rest.size)) continue;  // cancelled
-    if (offerBound(b, a.row, sign * a.value < 0.0, room / a.value, single)) {
+    if (offerBound(b, a.row, sign * a.value < 0.0, room / a.value, single, take)) {
       lent = true;
       if (!rest.infinite) break;  // the sum no longer holds
     }
@@ -112,16 +114,27 @@ bool lendBounds(const Presolve *p, DualBounds *b, int column, int sign) {
   return lent;
 }
 
-bool tightenDuals(const Presolve *p, DualBounds *b) {
+// A bound that rows imply holds nothing, so the constraint on y holds too; but then it has to go from the program, or an
+// optimum of that may rest on it. `end`: 1 upper, -1 lower.
+bool lendFrom(Presolve *p, DualBounds *b, int column, int end) {
+  const double lower = p->lower[column], upper = p->upper[column];
+  if (end > 0 ? hasUpper(upper) : hasLower(lower)) {
+    if (!boundImplied(p, column, end, false) || !lendBounds(p, b, column, end, false)) return false;
+    if (!boundImplied(p, column, end, true)) return false;
+    changeBounds(p, column, end > 0 ? lower : -QRT_INFINITY, end > 0 ? QRT_INFINITY : upper);
+  }
+  return lendBounds(p, b, column, end, true);
+}
+
+bool tightenDuals(Presolve *p, DualBounds *b) {
   bool any = false, changed = true;
   for (int sweep = 0; changed && sweep < SWEEPS; sweep++) {
     changed = false;
     for (int j = 0; j < p->n; j++) {
       if (!columnAlive(p, j) || p->columnCount[j] == 0 || p->columnKind[j] != COLUMN_CONTINUOUS) continue;
-      bool lent = false;
-      if (!hasUpper(p->upper[j])) lent = lendBounds(p, b, j, 1);
-      if (!hasLower(p->lower[j])) lent = lendBounds(p, b, j, -1) || lent;
-      if (lent) b->source[j] = 1, changed = any = true;
+      if (p->upper[j] - p->lower[j] <= PRESOLVE_ZERO) continue;
+      const bool lent = lendFrom(p, b, j, 1), lentToo = lendFrom(p, b, j, -1);
+      if (lent || lentToo) b->source[j] = 1, changed = any = true;
     }
   }
   return any;

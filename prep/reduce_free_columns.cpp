@@ -23,6 +23,7 @@ namespace {
 constexpr double SMALLEST_SHARE = 0.1;  // of the column's largest element that a pivot must have
 constexpr int MOST_ROWS = 20;           // of a column that may be substituted with fill
 constexpr int FILL_ALLOWED = 3;         // elements more than are removed
+constexpr int WORTH_COUNTING = 300;     // most pairs of a row and a column to look up
 
 // Limits of the row without one column: +-1e31 where an infinite term stands.
 struct RestOfRow {
@@ -55,17 +56,6 @@ bool rowImplies(const Presolve *p, int row, int column, double a, int end, const
   return fromUpper ? side - other <= a * bound + room : side - other >= a * bound - room;
 }
 
-// By running activities for a first look, by fresh ones for the proof.
-bool boundImplied(const Presolve *p, int column, int end, bool prove) {
-  if (end > 0 ? !hasUpper(p->upper[column]) : !hasLower(p->lower[column])) return true;
-  for (int e = p->columnFirst[column]; e >= 0; e = p->entry[e].columnNext) {
-    const PresolveEntry &x = p->entry[e];
-    if (!rowImplies(p, x.row, column, x.value, end, estimate(p, x.row, column, x.value), 1.0e-6)) continue;
-    if (!prove || rowImplies(p, x.row, column, x.value, end, finish(computeActivity(p, x.row, column)), PRESOLVE_ZERO)) return true;
-  }
-  return false;
-}
-
 bool impliedFree(const Presolve *p, int column) {
   if (!boundImplied(p, column, -1, false) || !boundImplied(p, column, 1, false)) return false;
   return boundImplied(p, column, -1, true) && boundImplied(p, column, 1, true);
@@ -75,6 +65,21 @@ bool impliedFree(const Presolve *p, int column) {
 bool sideOfSingleton(const Presolve *p, int row, double y, double *side) {
   *side = y > 0.0 ? p->rowLower[row] : p->rowUpper[row];
   return y != 0.0 && std::fabs(*side) < QRT_INFINITE_TEST;
+}
+
+// At most a few elements more than go? Counted where the worst case leaves it open and counting is cheap.
+bool fillIsSmall(const Presolve *p, int row, int column) {
+  const int64_t worst = int64_t(p->rowCount[row] - 1) * (p->columnCount[column] - 1);
+  const int allowed = p->rowCount[row] + p->columnCount[column] - 1 + FILL_ALLOWED;
+  if (worst <= allowed) return true;
+  if (worst > WORTH_COUNTING) return false;
+  int fill = 0;
+  for (int e = p->columnFirst[column]; e >= 0; e = p->entry[e].columnNext) {
+    if (p->entry[e].row == row) continue;
+    for (int k = p->rowFirst[row]; k >= 0 && fill <= allowed; k = p->entry[k].rowNext)
+      if (p->entry[k].column != column && findEntry(p, p->entry[e].row, p->entry[k].column) < 0) fill++;
+  }
+  return fill <= allowed;
 }
 
 // The element whose row is to define the column, the shortest that may; -1: none.
@@ -89,8 +94,7 @@ int choosePivot(const Presolve *p, int column, double *side) {
     const bool fits = isEquation(p, x.row) || (p->columnCount[column] == 1 && sideOfSingleton(p, x.row, p->cost[column] / x.value, &r));
     if (!fits || std::fabs(x.value) < SMALLEST_SHARE * largest) continue;
     if (best >= 0 && p->rowCount[x.row] >= p->rowCount[p->entry[best].row]) continue;
-    const int64_t fill = int64_t(p->rowCount[x.row] - 1) * (p->columnCount[column] - 1);
-    if (fill > p->rowCount[x.row] + p->columnCount[column] - 1 + FILL_ALLOWED) continue;
+    if (!fillIsSmall(p, x.row, column)) continue;
     best = e;
     *side = r;
   }
@@ -168,6 +172,16 @@ void undo(Postsolve *p, const Reduction *r, double side, double cost) {
 }
 
 }  // namespace
+
+bool boundImplied(const Presolve *p, int column, int end, bool prove) {
+  if (end > 0 ? !hasUpper(p->upper[column]) : !hasLower(p->lower[column])) return true;
+  for (int e = p->columnFirst[column]; e >= 0; e = p->entry[e].columnNext) {
+    const PresolveEntry &x = p->entry[e];
+    if (!rowImplies(p, x.row, column, x.value, end, estimate(p, x.row, column, x.value), 1.0e-6)) continue;
+    if (!prove || rowImplies(p, x.row, column, x.value, end, finish(computeActivity(p, x.row, column)), PRESOLVE_ZERO)) return true;
+  }
+  return false;
+}
 
 int reduceFreeColumns(Presolve *p) { return reduceColumns(p, COLUMNS_FREE, 2, false); }
 
