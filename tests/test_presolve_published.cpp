@@ -32,6 +32,7 @@ struct PresolveRoundTrip : ::testing::Test {
   void roundTrip(QRTModel *q, double optimum, int type) {
     SCOPED_TRACE("type " + std::to_string(type));
     const int m = qrt_getInumrows(q), n = qrt_getInumcols(q);
+    qrt_setIthreshold(q, 10);
     ASSERT_EQ(0, presolve(q, type));
     ASSERT_EQ(0, qrt_dualSimplex(q, 1));
     ASSERT_EQ(0, qrt_getIprobstat(q));
