@@ -135,9 +135,9 @@ QRT_API int qrts_writeNativeData(QRTStoch *stoch, const char *file);
  *  value for both sides of a row, no integer marks here, and no quadratic objective: message 501 tells what is lost.
  *  @param type  1 to 3, without further effect.
  *  @param mode  1: values in force, under REPLACE. Else differences from the core, under ADD.
- *  @param core,time,sto  files; what stands there is removed first.
+ *  @param core,time,sto  files; each is written beside its place, and they replace what stands there once all are whole.
  *  @return 0; 2 after a message, also for a disk that is full; or the code of qrt_exportModel() when the core can't be
- *  written. Files already written then remain. */
+ *  written. What stood there then remains. */
 QRT_API int qrts_outMatrixSMPS(QRTStoch *stoch, int type, int mode, const char *core, const char *time, const char *sto);
 /** @brief Writes the described model as one MPS file (qrt_exportModel() with format 1, two pairs a card).
  *  @return 1 after a line on stdout when nothing is described or the name is null; 2 for a bad handle; else as

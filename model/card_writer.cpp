@@ -1,9 +1,6 @@
 // Cards going out, and the file they go to.
 #include "model/card_writer.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -11,6 +8,7 @@
 #include <cstring>
 
 #include "frame/messages.h"
+#include "frame/safe_file.h"
 #include "frame/units.h"
 
 namespace {
@@ -32,11 +30,6 @@ void forgetOutput() {
   output.target = output.written = nullptr;
 }
 
-bool replaceable(const char *name) {
-  struct stat status;
-  return stat(name, &status) != 0 || S_ISREG(status.st_mode);
-}
-
 }  // namespace
 
 bool outputFile_open(const char *filename) {
@@ -44,14 +37,12 @@ bool outputFile_open(const char *filename) {
   const char *name = filename && *filename ? filename : "tempfile";
   const size_t length = strlen(name);
   output.target = static_cast<char *>(malloc(length + 1));
-  output.written = static_cast<char *>(malloc(length + 32));
+  output.written = safeFile_place(name);
   if (!output.target || !output.written) {
     forgetOutput();
     return false;
   }
   memcpy(output.target, name, length + 1);
-  if (replaceable(name)) snprintf(output.written, length + 32, "%s.%ld.new", name, static_cast<long>(getpid()));
-  else memcpy(output.written, name, length + 1);
   if (qrtopenbyname(output.written, UNIT_IMPORT, 4) == 0) return true;
   qrtmesg_no_q1(MSG_CANNOT_OPEN_OUTPUT, name, -1);
   closeNamedUnit(UNIT_IMPORT);
@@ -64,12 +55,10 @@ FILE *outputFile_stream() { return output.target ? qrt_file_fp[UNIT_IMPORT - UNI
 bool outputFile_commit() {
   FILE *stream = outputFile_stream();
   if (!stream) return false;
-  const bool direct = strcmp(output.target, output.written) == 0;
   int error = 0;
   if (fflush(stream) != 0 || ferror(stream)) error = errno ? errno : EIO;
   closeNamedUnit(UNIT_IMPORT);
-  if (error == 0 && !direct && rename(output.written, output.target) != 0) error = errno;
-  if (error != 0 && !direct) remove(output.written);
+  error = safeFile_settle(output.written, output.target, error);
   forgetOutput();
   if (error == 0) return true;
   qrtmesg_no_i2(MSG_WRITE_ERROR, error, UNIT_IMPORT);
@@ -78,9 +67,8 @@ bool outputFile_commit() {
 
 void outputFile_abandon() {
   if (!output.target) return;
-  const bool direct = strcmp(output.target, output.written) == 0;
   closeNamedUnit(UNIT_IMPORT);
-  if (!direct) remove(output.written);
+  safeFile_settle(output.written, output.target, ECANCELED);
   forgetOutput();
 }
 

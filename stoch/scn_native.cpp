@@ -1,9 +1,11 @@
 // A store saved under a name, or written anew to a file of its own.
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "frame/messages.h"
+#include "frame/safe_file.h"
 #include "stoch/scn_core_file.h"
 #include "stoch/scn_stoc.h"
 
@@ -95,6 +97,22 @@ static int copyGroup(const char *caller, CoreData *core, RecordFile *from, int r
   return first;
 }
 
+// The copy under way. A record file that fails ends the process, which should leave no piece of it.
+static struct {
+  char *place, *target;  // malloc'd, null when nothing is under way
+} copying;
+
+// Puts the copy to its place, or forgets it; 0 when it stands there.
+static int endCopy(int error) {
+  if (copying.place != nullptr) error = safeFile_settle(copying.place, copying.target, error);
+  std::free(copying.place);
+  std::free(copying.target);
+  copying.place = copying.target = nullptr;
+  return error;
+}
+
+static void abandonCopy() { endCopy(ECANCELED); }
+
 int qrts_copySdata2newfile(QRTStoch *stoch, const char *file) {
   static const char *const name = "qrts_copyStoch";
   if (!storable(stoch, file, name) || qrts_needNodes(stoch->sdata) != 0) return 2;
@@ -104,8 +122,16 @@ int qrts_copySdata2newfile(QRTStoch *stoch, const char *file) {
   const NodeList *list = sdata->nodes;
   const int64_t starts = 4 * int64_t(core->nStages) + 4, values = 8 * int64_t(core->maxElements);
   core_buffer(core, starts > values ? starts : values);
-  RecordFile *to = qrts_VRFileOpen(name, file, "NEW");
-  if (to == nullptr) return 2;
+  static bool registered = false;
+  if (!registered) registered = std::atexit(abandonCopy) == 0;
+  abandonCopy();
+  copying.place = safeFile_place(file);
+  copying.target = strdup(file);
+  RecordFile *to = copying.place && copying.target ? qrts_VRFileOpen(name, copying.place, "NEW") : nullptr;
+  if (to == nullptr) {
+    abandonCopy();
+    return 2;
+  }
   writeCoreIndex(name, core, to, core->maxElements);
   to->directory[to->dataWord] = recordFile_count(name, to) + 1;
   for (int s = 0; s < core->nStages; s++)
@@ -123,5 +149,5 @@ int qrts_copySdata2newfile(QRTStoch *stoch, const char *file) {
   std::free(moved);
   recordFile_save(name, to);
   qrts_VRFileFree(name, to);
-  return 0;
+  return endCopy(0) == 0 ? 0 : saveFault(file);
 }

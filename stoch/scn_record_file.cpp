@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "frame/messages.h"
+#include "frame/safe_file.h"
 #include "stoch/scn_stoc.h"
 
 constexpr int STAMP_BYTES = 128;
@@ -206,9 +207,9 @@ char *recordFile_temporaryName() {
   return strdup(path);
 }
 
-static bool sameFile(int a, int b) {
+static bool sameFile(int a, const char *name) {
   struct stat stateA, stateB;
-  return fstat(a, &stateA) == 0 && fstat(b, &stateB) == 0 && stateA.st_dev == stateB.st_dev && stateA.st_ino == stateB.st_ino;
+  return fstat(a, &stateA) == 0 && stat(name, &stateB) == 0 && stateA.st_dev == stateB.st_dev && stateA.st_ino == stateB.st_ino;
 }
 
 static bool copyBytes(int from, int to) {
@@ -226,13 +227,21 @@ static bool copyBytes(int from, int to) {
   }
 }
 
+// The target is only replaced by a whole copy.
+static int copyToPlace(int in, const char *to) {
+  char *place = safeFile_place(to);
+  const int out = place ? open(place, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666) : -1;
+  int error = out < 0 ? EIO : copyBytes(in, out) ? 0 : EIO;
+  if (out >= 0 && close(out) != 0) error = EIO;
+  if (place && out >= 0) error = safeFile_settle(place, to, error);
+  free(place);
+  return error != 0;
+}
+
 int qrts_copyFile(const char *from, const char *to) {
   const int in = open(from, O_RDONLY | O_CLOEXEC);
   if (in < 0) return 2;
-  const int out = open(to, O_WRONLY | O_CREAT | O_CLOEXEC, 0666);  // emptied only once it is known to be another file
-  int result = out < 0 || sameFile(in, out) || ftruncate(out, 0) != 0 ? 1 : 0;
-  if (result == 0 && !copyBytes(in, out)) result = 1;
-  if (out >= 0 && close(out) != 0) result = 1;
+  const int result = sameFile(in, to) ? 1 : copyToPlace(in, to);
   close(in);
   return result;
 }

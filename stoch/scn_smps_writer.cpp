@@ -4,9 +4,7 @@
 // out. Where the format cannot hold what the store has, user message 501 says so at the end.
 #include "stoch/scn_smps_writer.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
+#include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -14,6 +12,7 @@
 #include <cstring>
 
 #include "frame/messages.h"
+#include "frame/safe_file.h"
 #include "stoch/scn_object.h"
 #include "stoch/scn_smps.h"
 
@@ -34,6 +33,7 @@ struct Writing {
   char *rows, *cols, *periods, *scenarios;
   char problem[STRIDE], objective[STRIDE], rhs[STRIDE], bound[STRIDE], range[STRIDE];
   FILE *stream;
+  const char *fault;  // the file that could not be written, null while all is well
   // what the format cannot hold
   int64_t lostSides, lostLowers;
   bool cutNames, blankStages;
@@ -132,22 +132,38 @@ int severe(int index, const char *text) {
   return 2;
 }
 
-// Devices and pipes stay, what is a file goes.
-void removeFile(const char *name) {
-  struct stat about;
-  if (name && lstat(name, &about) == 0 && S_ISREG(about.st_mode)) unlink(name);
+// One file of the triple: all three are written beside their places and take them together, when all are whole.
+struct Part {
+  const char *target;
+  char *place;  // malloc'd, null when the target is no name
+};
+
+Part makePart(const char *target) { return {target, target && *target ? safeFile_place(target) : nullptr}; }
+
+// A fault is told once all parts are settled: its message may end the process.
+int fault(Writing *w, const char *target) {
+  w->fault = target ? target : "";
+  return 2;
 }
 
-int openFile(Writing *w, const char *name) {
-  w->stream = name ? fopen(name, "w") : nullptr;
-  return w->stream ? 0 : severe(MSG_CANNOT_READ, name ? name : "");
+int settle(Writing *w, Part (&parts)[3], int result) {
+  for (Part &part : parts) {
+    if (!part.place) continue;
+    const int error = safeFile_settle(part.place, part.target, result == 0 ? 0 : ECANCELED);
+    if (error != 0 && result == 0) result = fault(w, part.target);
+    free(part.place);
+  }
+  return w->fault ? severe(MSG_CANNOT_READ, w->fault) : result;
 }
 
-// A file that could not be written to its end is no file.
-int closeFile(Writing *w, const char *name, int result) {
+int openFile(Writing *w, const Part &part) {
+  w->stream = part.place ? fopen(part.place, "w") : nullptr;
+  return w->stream ? 0 : fault(w, part.target);
+}
+
+int closeFile(Writing *w, const Part &part, int result) {
   const bool failed = ferror(w->stream) != 0;
-  if ((fclose(w->stream) != 0 || failed) && result == 0) result = severe(MSG_CANNOT_READ, name);
-  if (result != 0) removeFile(name);
+  if ((fclose(w->stream) != 0 || failed) && result == 0) result = fault(w, part.target);
   return result;
 }
 
@@ -236,22 +252,22 @@ int fillCoreModel(Writing *w, QRTModel *model) {
   return 0;
 }
 
-int writeCore(Writing *w, const char *file) {
+int writeCore(Writing *w, const Part &part) {
   // Without a name the MPS writer would choose one.
-  if (!file || !*file) return severe(MSG_CANNOT_READ, "");
+  if (!part.place) return fault(w, part.target);
   QRTStoch *stoch = w->stoch;
   QRTModel *model = qrts_create2EmptyModel(stoch->baseModel->context, stoch->baseModel, nullptr, stoch->ifDebug);
   int rc = fillCoreModel(w, model);
-  if (rc == 0) rc = qrt_exportModel(model, file, 1, 2);
+  if (rc == 0) rc = qrt_exportModel(model, part.place, 1, 2);
   qrt_deleteModel(model);
   return rc;
 }
 
 // ---- time file
 
-int writeTime(Writing *w, const char *file) {
+int writeTime(Writing *w, const Part &part) {
   const CoreData *core = w->core;
-  if (openFile(w, file) != 0) return 2;
+  if (openFile(w, part) != 0) return 2;
   fprintf(w->stream, "TIME%*s  %s\n", 8, " ", w->problem);
   fprintf(w->stream, "PERIODS%*s  %s\n", 5, " ", "LP");
   for (int s = 1; s <= core->nStages; ++s) {
@@ -262,7 +278,7 @@ int writeTime(Writing *w, const char *file) {
             row <= core->nRows ? nameAt(w->rows, row - 1) : "        ", " ", nameAt(w->periods, s - 1));
   }
   fputs("ENDATA\n", w->stream);
-  return closeFile(w, file, 0);
+  return closeFile(w, part, 0);
 }
 
 // ---- stoch file
@@ -390,13 +406,13 @@ int writeScenarios(Writing *w) {
   return rc;
 }
 
-int writeStoch(Writing *w, const char *file) {
-  if (openFile(w, file) != 0) return 2;
+int writeStoch(Writing *w, const Part &part) {
+  if (openFile(w, part) != 0) return 2;
   fprintf(w->stream, "STOCH%*s  %s\n", 7, " ", w->problem);
   fprintf(w->stream, "SCENARIOS%*s  %-*s  %12s  %s\n", 3, " ", NAME, "DISCRETE", " ", w->absolute ? "REPLACE" : "ADD");
   const int rc = writeScenarios(w);
   fputs("ENDATA\n", w->stream);
-  return closeFile(w, file, rc);
+  return closeFile(w, part, rc);
 }
 
 // ---- what the format cannot hold
@@ -443,9 +459,6 @@ int qrts_out2MatrixSMPS(QRTStoch *stoch, int type, int mode, const char *coreFil
     stochMessage(MSG_DISTRIBUTION);
     return 2;
   }
-  removeFile(coreFile);
-  removeFile(timeFile);
-  removeFile(stochFile);
   if (!stoch) return missing("QRTStoch");
   if (!stoch->sdata) return missing("Stochastic Data");
   if (!stoch->sdata->core || stoch->sdata->core->nStages < 1) return missing("Core Data");
@@ -455,9 +468,11 @@ int qrts_out2MatrixSMPS(QRTStoch *stoch, int type, int mode, const char *coreFil
   w.core = stoch->sdata->core;
   w.absolute = mode == 1;
   takeNames(&w);
-  int rc = writeCore(&w, coreFile);
-  if (rc == 0) rc = writeTime(&w, timeFile);
-  if (rc == 0) rc = writeStoch(&w, stochFile);
+  Part parts[3] = {makePart(coreFile), makePart(timeFile), makePart(stochFile)};
+  int rc = writeCore(&w, parts[0]);
+  if (rc == 0) rc = writeTime(&w, parts[1]);
+  if (rc == 0) rc = writeStoch(&w, parts[2]);
+  rc = settle(&w, parts, rc);
   if (rc == 0) tellLosses(&w);
   free(w.rows);
   free(w.cols);

@@ -147,6 +147,39 @@ TEST(ProgramByCalls, ComesBackInStageOrderAndTellsWhatIsLost) {
   fclose(log);
 }
 
+// More scenarios than "SCEN0001" has room for: the names of the later ones must not run together when they are cut.
+TEST(ProgramByCalls, TenThousandScenariosComeBackInBothManners) {
+  Triple t;
+  t.stoch = stochFile("SCENARIOS", scenarioCard("ONE", "ROOT", 1, "STAGE1"));
+  ASSERT_EQ(t.read(10), 1);
+  const int n = 10050, stages[2] = {1, 2}, rows[3] = {1, 2, 2}, cols[3] = {1, 1, 2};
+  const double cost[2] = {1, 2}, lower[2] = {0, 1}, values[3] = {1, 1, 1};
+  QRTStoch *stoch = qrts_newStoch(t.library(), "many", n);
+  ASSERT_EQ(qrts_createCore(stoch, 2, stages, stages, 2, 2, 3, cost, lower, nullptr, nullptr, nullptr, rows, cols, values), 0);
+  for (int k = 1; k <= n; ++k) {
+    const double demand[2] = {0, double(k % 101)}, element[1] = {0.25 * (k % 3)};
+    const int row[1] = {2}, col[1] = {2};
+    ASSERT_EQ(qrts_addScenario(stoch, k, 0, 2, 1.0 / n, 0, 2, 2, 1, nullptr, demand, nullptr, nullptr, nullptr, row, col, element, 0), 0);
+  }
+  const std::string cor = t.path("o.cor"), tim = t.path("o.tim"), sto = t.path("o.sto");
+  for (const int mode : {1, 0}) {
+    ASSERT_EQ(qrts_outMatrixSMPS(stoch, 1, mode, cor.c_str(), tim.c_str(), sto.c_str()), 0);
+    Triple to;
+    to.core = contents(cor);
+    to.time = contents(tim);
+    to.stoch = contents(sto);
+    EXPECT_NE(to.stoch.find(" SC SCEN9999  ROOT"), std::string::npos);
+    EXPECT_NE(to.stoch.find(" SC S0010050  ROOT"), std::string::npos);
+    ASSERT_EQ(to.readInto(t, n), 1) << to.log;
+    ASSERT_EQ(to.object()->sdata->scenarios->count, n);
+    for (const int k : {1, 9999, 10000, 10001, n}) {
+      EXPECT_NEAR(storedValue(to.object(), k, 2, 2 + EXT_ROW_LOWER), 1 + k % 101, 1e-5) << k;
+      EXPECT_NEAR(storedValue(to.object(), k, 2, 2), 1 + 0.25 * (k % 3), 1e-6) << k;
+    }
+  }
+  qrts_deleteStoch(stoch);
+}
+
 TEST(Refusals, LeaveFilesAsDocumented) {
   Triple t;
   t.stoch = stochFile("SCENARIOS", scenarioCard("ONE", "ROOT", 1, "STAGE1"));
@@ -157,6 +190,7 @@ TEST(Refusals, LeaveFilesAsDocumented) {
   EXPECT_EQ(contents(t.path("o.cor")), "kept");
   EXPECT_EQ(qrts_outMatrixSMPS(t.object(), 1, 1, t.path("o.cor").c_str(), t.path("no/o.tim").c_str(), t.path("o.sto").c_str()), 2);
   EXPECT_NE(stat(t.path("o.sto").c_str(), &about), 0);
+  EXPECT_EQ(contents(t.path("o.cor")), "kept");
   EXPECT_EQ(qrts_outMatrixSMPS(t.object(), 1, 1, t.path("o.cor").c_str(), t.path("o.tim").c_str(), "/dev/full"), 2);
   EXPECT_EQ(stat("/dev/full", &about), 0);
   EXPECT_EQ(qrts_outMatrixMPS(t.object(), t.path("o.mps").c_str()), 1);

@@ -122,6 +122,33 @@ for way in "" --binary "--pairs 1"; do
   expect 0 "lp of what was converted" lp other.mps --quiet
   says out '^optimal 17\.142857'
 done
+# Stochastic programs to other triples, to a native file and back: the optimum stays.
+for way in "" --add; do
+  expect 0 "convert a triple $way" convert power.cor power.tim power.sto o.cor o.tim o.sto $way
+  says out '^written .*o\.sto: 2 stages, 3 scenarios, 4 nodes'
+  expect 0 "solve of what was converted" solve o.cor o.tim o.sto --strict --quiet
+  says out '^optimal 381\.853'
+done
+expect 0 "convert to a native file" convert power.cor power.tim power.sto power.nat
+expect 0 "convert from a native file" convert --native power.nat o.cor o.tim o.sto
+expect 0 "solve of what was native" solve o.cor o.tim o.sto --strict --quiet
+says out '^optimal 381\.853'
+expect 65 "convert to nowhere" convert power.cor power.tim power.sto absent/o.cor o.tim o.sto
+says err '^tavstoch: .*absent'
+expect 65 "noise as native file" convert --native power.sto o.cor o.tim o.sto
+expect 65 "no native file" convert --native absent.nat o.cor o.tim o.sto
+says err '^tavstoch: .*absent'
+expect 64 "three files" convert power.cor power.tim power.sto
+# Samples: the same seed the same file, frequencies of so many draws.
+expect 0 "sample" sample power.cor power.tim power.sto s1.cor s1.tim s1.sto --draws 8 --seed 7
+expect 0 "sample again" sample power.cor power.tim power.sto s2.cor s2.tim s2.sto --draws 8 --seed 7
+cmp -s s1.sto s2.sto || fail "the same seed gives another sample"
+awk '/^ SC/ { n++; p = $4 * 8; if (p != int(p)) exit 1; sum += p } END { exit !(n == 3 && sum == 8) }' s1.sto || fail "frequencies of 8 draws"
+expect 0 "sample of another seed" sample power.cor power.tim power.sto s2.cor s2.tim s2.sto --draws 8 --seed 8
+cmp -s s1.sto s2.sto && fail "another seed gives the same sample"
+expect 0 "solve of a sample" solve s1.cor s1.tim s1.sto --quiet
+says out '^optimal'
+expect 64 "no draws" sample power.cor power.tim power.sto s1.cor s1.tim s1.sto --draws 0
 expect 65 "convert without a target folder" convert diet.mps absent/other.mps
 says err '^tavstoch: .*other'
 expect 64 "crash of no type" lp diet.mps --crash 5

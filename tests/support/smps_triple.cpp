@@ -105,7 +105,7 @@ int Triple::readIn(QRTContext *library, int maxScenarios) {
   logStream = fopen(path("log").c_str(), "w+");
   if (context) {
     qrt_setLogfileFilePointer(qrt_baseModel(context), logStream);
-    qrt_mset(qrt_baseModel(context), 7401, 256, 0, 0, 7454, 0);
+    qrt_mset(qrt_baseModel(context), 7000, 256, 0, 0, 7999, 0);
   }
   held = qrts_newStoch(library, "triple", maxScenarios);
   qrt_setLogfileFilePointer(qrtse_getBaseModel(held), logStream);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 enum ExitCode : int {
   EXIT_SOLVED = 0,
@@ -26,7 +27,11 @@ struct Options {
   bool noFinal = false;           // end a decomposition without a simplex solve of the whole
   int mode = 1;                   // lp: how the simplex starts
   std::string algorithm = "either";  // lp
-  std::string target;             // convert: the file to write
+  std::vector<std::string> files; // convert: what is read, then what is written; sample: what is written
+  bool native = false;            // convert: the first file is a native one
+  bool add = false;               // convert, sample: a triple of differences
+  int draws = 1000;               // sample
+  unsigned seed = 1;              // sample
   int pairs = 2;                  // convert: pairs of name and number on a card
   bool binary = false;            // convert: numbers with every bit
   std::string changes;            // parametric: the file that says what moves
@@ -44,4 +49,5 @@ int runSolve(const Options &options);
 int runLp(const Options &options);
 int runInfo(const Options &options);
 int runParametric(const Options &options);
+int runSample(const Options &options);
 int runConvert(const Options &options);

@@ -7,13 +7,17 @@
 
 namespace {
 
+void addReading(CLI::App *app, Options &o) {
+  app->add_flag("--strict", o.strict, "read by the letter: refuse what published files contain beyond the format");
+  app->add_flag("--inherit", o.inherit, "a scenario takes over its ancestor's data");
+  app->add_option("--max-scenarios", o.maxScenarios, "scenarios to make room for")->check(CLI::Range(1, 2147483646))->capture_default_str();
+}
+
 void addTriple(CLI::App *app, Options &o) {
   app->add_option("CORE", o.core, "core file")->required();
   app->add_option("TIME", o.time, "time file")->required();
   app->add_option("STOCH", o.stoch, "stoch file")->required();
-  app->add_flag("--strict", o.strict, "read by the letter: refuse what published files contain beyond the format");
-  app->add_flag("--inherit", o.inherit, "a scenario takes over its ancestor's data");
-  app->add_option("--max-scenarios", o.maxScenarios, "scenarios to make room for")->check(CLI::Range(1, 2147483646))->capture_default_str();
+  addReading(app, o);
 }
 
 void addOutput(CLI::App *app, Options &o) {
@@ -88,14 +92,26 @@ int main(int argc, char **argv) {
   addOutput(parametric, options);
   parametric->callback([&] { run = runParametric; });
 
-  CLI::App *convert = app.add_subcommand("convert", "write a linear program in another form of MPS file");
-  convert->add_option("FILE", options.mps, "MPS file")->required();
-  convert->add_option("TARGET", options.target, "file to write")->required();
+  CLI::App *convert = app.add_subcommand("convert", "write a program in another form");
+  convert->add_option("FILES", options.files, "MPS TARGET; or CORE TIME STOCH and the three files of the new triple; or CORE TIME "
+                      "STOCH NATIVE; or, with --native, NATIVE CORE TIME STOCH")->required()->expected(2, 6);
+  convert->add_flag("--native", options.native, "the first file is a native file");
+  convert->add_flag("--add", options.add, "a triple is written as additions to the core, not as values");
+  addReading(convert, options);
   convert->add_flag("--free", options.free, "FILE is in the free format");
   convert->add_flag("--binary", options.binary, "write binary numbers, which keep every bit");
   convert->add_option("--pairs", options.pairs, "pairs of name and number on a card")->check(CLI::Range(1, 2))->capture_default_str();
   addOutput(convert, options);
   convert->callback([&] { run = runConvert; });
+
+  CLI::App *sample = app.add_subcommand("sample", "draw the scenarios' probabilities anew and write the program as a triple");
+  addTriple(sample, options);
+  sample->add_option("TARGETS", options.files, "core, time and stoch file to write")->required()->expected(3);
+  sample->add_option("--draws", options.draws, "draws; each falls on every scenario alike")->check(CLI::Range(1, 2147483646))->capture_default_str();
+  sample->add_option("--seed", options.seed, "start of the random sequence")->capture_default_str();
+  sample->add_flag("--add", options.add, "the triple is written as additions to the core, not as values");
+  addOutput(sample, options);
+  sample->callback([&] { run = runSample; });
 
   try {
     app.parse(argc, argv);

@@ -3,16 +3,32 @@
 
 #include <fmt/core.h>
 
+#include <fstream>
+
 #include "failure.h"
+
+void StochProgram::open(Session &session, const Options &options, const std::string &name) {
+  stoch_ = qrts_newStoch(session.context(), name.substr(0, 100).c_str(), options.maxScenarios);
+  if (!stoch_) throw InternalFailure("no stochastic object");
+  session.raiseLimits(qrtse_getBaseModel(stoch_));
+}
+
+StochProgram::StochProgram(Session &session, const Options &options, const std::string &native) {
+  if (!std::ifstream(native)) throw BadInput(native + ": cannot be read");
+  open(session, options, native);
+  session.progress.phase("reading " + native);
+  const int code = qrts_readNativeData(stoch_, native.c_str());
+  seconds_ = session.progress.done();
+  if (code != 0) throw BadInput(native + ": " + (session.complaint().empty() ? "is no native file" : session.complaint()));
+  kind_ = "native";
+}
 
 StochProgram::StochProgram(Session &session, const Options &options) {
   requireCards(options.core, options.strict ? "NAME" : "NAME ROWS");
   requireCards(options.time, "TIME");
   requireCards(options.stoch, options.strict ? "STOCH" : "STOCH NAME");
   core_ = scanCore(options.core);
-  stoch_ = qrts_newStoch(session.context(), core_.problem.substr(0, 100).c_str(), options.maxScenarios);
-  if (!stoch_) throw InternalFailure("no stochastic object");
-  session.raiseLimits(qrtse_getBaseModel(stoch_));
+  open(session, options, core_.problem);
   if (!options.strict) qrts_setLenientOn(stoch_);
   if (options.inherit) qrts_setInheritOn(stoch_);
   if (options.maximize) qrts_setMaximize(stoch_);

@@ -12,6 +12,8 @@ class StochProgram {
 public:
   // Checks the files, then reads them. Throws BadInput with the library's complaint when it refuses them.
   StochProgram(Session &session, const Options &options);
+  // Takes a native file. Such a file holds no names.
+  StochProgram(Session &session, const Options &options, const std::string &native);
   ~StochProgram();
   StochProgram(const StochProgram &) = delete;
   StochProgram &operator=(const StochProgram &) = delete;
@@ -25,6 +27,8 @@ public:
   int stageSize(int stage, bool rows) const;
 
 private:
+  void open(Session &session, const Options &options, const std::string &name);
+
   QRTStoch *stoch_ = nullptr;
   CoreText core_;
   std::string kind_;
