@@ -230,7 +230,13 @@ TEST_F(Faults, TriplesCutAtAnyByteAreTold) {
       Triple cut;
       std::string *const texts[] = {&cut.core, &cut.time, &cut.stoch};
       for (int k = 0; k < 3; k++) *texts[k] = k == part ? sound[k].substr(0, length) : sound[k];
-      ASSERT_EQ(-1, cut.readInto(triple, 100)) << cut.log;
+      // Time and stoch file may lack their end, which is told by a warning; what stands before it counts.
+      const int kind = cut.readInto(triple, 100);
+      if (kind == 1 && part > 0 && cut.told(3410) == 1) {
+        ASSERT_EQ(3, qrts_getNumStages(cut.object()));
+        continue;
+      }
+      ASSERT_EQ(-1, kind) << cut.log;
       EXPECT_TRUE(cut.log.find("E ") != std::string::npos || cut.log.find("S ") != std::string::npos) << cut.log;
     }
 }
