@@ -122,6 +122,18 @@ void propose(BendersRun *run) {
     if (record->subs[j - 1].hasOptimal) record->subs[j - 1].estimate = x[record->nCols + j];
 }
 
+// Bounds that an optimum of the master gives.
+void takeMasterValue(BendersRun *run) {
+  const QRTModel *lp = run->master->smodel->model;
+  const BendersMaster *record = masterOf(run->master);
+  run->masterValue = run->stoch->robjvalue = qrt_getRobjvalue(run->master->smodel->model);
+  run->boundKnown = true;
+  for (int j = 0; j < record->numSubs; ++j) run->boundKnown &= record->subs[j].hasOptimal != 0;
+  sayValue(MSG_MASTER_VALUE, run->masterValue);
+  run->thetaValue = lp->solution[lp->Imaxrows + record->nCols];
+  sayValue(MSG_ESTIMATED_VALUE, run->stoch->optmaxmin * run->thetaValue);
+}
+
 int firstMasterSolve(BendersRun *run) {
   QRTStoch *master = run->master;
   qrts_copy2SolverOptions(master, run->stoch);
@@ -132,7 +144,9 @@ int firstMasterSolve(BendersRun *run) {
   const int code = solveAfresh(master, master->alg);
   if (code >= 2) return code;
   run->stoch->status = outcomeOf(master->smodel->model);
-  if (judgeMaster(run)) propose(run);
+  if (!judgeMaster(run)) return 0;
+  propose(run);
+  if (run->cyclesBefore > 0 && run->mstat == 0) takeMasterValue(run);
   return 0;
 }
 
@@ -150,7 +164,10 @@ int pass(BendersRun *run) {
     return 0;
   }
   sayValue(MSG_ACTUAL_VALUE, run->total);
-  return cutBatch_add(&run->batch, run->master->smodel->model);
+  run_keepCuts(run, &run->batch);
+  code = cutBatch_add(&run->batch, run->master->smodel->model);
+  if (code < 2 && run->stoch->saveFile && run->cycle % run->stoch->saveEvery == 0) run_saveState(run);
+  return code;
 }
 
 // ---- the end test and the next proposal
@@ -236,11 +253,7 @@ int solveMaster(BendersRun *run) {
   if (!judgeMaster(run)) return 0;
   propose(run);
   if (run->mstat != 0) return 0;
-  run->masterValue = run->stoch->robjvalue = qrt_getRobjvalue(lp);
-  run->boundKnown = masterOf(master)->allReported != 0;
-  sayValue(MSG_MASTER_VALUE, run->masterValue);
-  run->thetaValue = lp->solution[lp->Imaxrows + theta];
-  sayValue(MSG_ESTIMATED_VALUE, run->stoch->optmaxmin * run->thetaValue);
+  takeMasterValue(run);
   return 0;
 }
 
@@ -304,7 +317,8 @@ int setUp(BendersRun *run, int mode, int **lists, const int *counts) {
     for (int i = 0; i < run->n - 1; ++i) member_hotStart(&run->all, i);
   }
   qrt_messagePrintOff(lp, MERGE_NUMBER);
-  return 0;
+  run_prepareState(run);
+  return run_resume(run);
 }
 
 int runCycles(BendersRun *run, int mode, int **lists, const int *counts) {
@@ -312,6 +326,7 @@ int runCycles(BendersRun *run, int mode, int **lists, const int *counts) {
   if (code != 0) return code;
   code = firstMasterSolve(run);
   if (code < 2 && run->end == END_NOT_YET) code = cycles(run);
+  run_saveState(run);
   if (code >= 2) return code;
   if (run->end == END_FAILED) return 1;
   if (run->end == END_GATHER && run->stoch->status != 3) code = run_gather(run, false);

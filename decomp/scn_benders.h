@@ -78,7 +78,6 @@ struct SubEntry {
 struct BendersMaster {
   int32_t numSubs;
   SubEntry *subs;           // [numSubs] child j at [j-1]
-  int32_t allReported;      // 1: every child has sent an optimality cut
   int32_t nCols, nRows;     // own columns and rows, without what the method added
   double *savedLower, *savedUpper;  // [nCols + 1] column bounds that large ones stand for; null without
 };

@@ -114,6 +114,7 @@ int visit(BendersRun *run, int i, ClusterSum *sum) {
   const MemberTask task = {run->proposed, false};
   MemberAnswer answer;
   int code = member_solve(&run->all, i, &task, &answer);
+  if (code >= 2 || answer.status > 2 || answer.status < 0) run_writeFailure(run, i);
   if (code >= 2) return code;
   bool alongRay = false;
   const double value = run->stoch->optmaxmin * member->weight * answer.value;
@@ -171,7 +172,7 @@ int visitCluster(BendersRun *run, int child) {
   }
   // Multipliers that have not changed give the cut that the master has.
   const bool wanted = sum.optimal && run->end == END_NOT_YET &&
-                      (run->cycle < 2 || run->rayPass || !entry->hasOptimal || (sum.moved && !cutIsNoise(run, entry, sum.value)));
+                      ((run->cycle < 2 && run->cyclesBefore == 0) || run->rayPass || !entry->hasOptimal || (sum.moved && !cutIsNoise(run, entry, sum.value)));
   if (wanted) sendCut(run, child, &sum);
   cutColumns_clear(&run->cut);
   return 0;
@@ -222,6 +223,7 @@ int run_setUp(BendersRun *run, int **lists, const int *counts) {
 void run_free(BendersRun *run) {
   families_free(&run->all);
   cutBatch_drop(&run->batch);
+  cutBatch_drop(&run->kept);
   free(run->cut.sum);
   free(run->cut.marked);
   free(run->cut.touched);
@@ -242,8 +244,6 @@ int run_pass(BendersRun *run) {
   }
   if (run->end != END_NOT_YET) return 0;
   families_endPass(&run->all);
-  record->allReported = 1;
-  for (int j = 0; j < record->numSubs; ++j) record->allReported &= record->subs[j].hasOptimal;
   run->total += run->totalRest;
   return 0;
 }

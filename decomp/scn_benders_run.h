@@ -37,6 +37,11 @@ struct BendersRun {
   double bestValue;         // least sense * value of any proposal
   int freedBefore;          // recourse columns without their first bound, as of the last master
   double started;
+  // saved state
+  uint64_t fingerprint;     // of the program, when states are written or read
+  int cyclesBefore;         // of the run that was resumed
+  CutBatch kept;            // all cuts so far; empty unless states are written
+  int64_t keptRoom;
   // a pass
   CutBatch batch;
   CutColumns cut;           // of the cluster in view
@@ -54,6 +59,14 @@ void run_free(BendersRun *run);
 int run_pass(BendersRun *run);
 // The last proposal's solution of every subproblem into the described model. 0 or a code of 2 or more.
 int run_gather(BendersRun *run, bool announce);
+// Saved states (scn_resume.cpp); nothing happens where the object names no file. Keeping takes a copy of cuts before they
+// are added; resuming puts a state's cuts into the master before its first solve: 0, or 2 after a text that says why not.
+void run_prepareState(BendersRun *run);
+void run_keepCuts(BendersRun *run, const CutBatch *cuts);
+void run_saveState(const BendersRun *run);
+int run_resume(BendersRun *run);
+// Writes member i, which did not solve, as an MPS file beside the state, and a line on stdout that says so.
+void run_writeFailure(BendersRun *run, int i);
 // Recourse columns that lost their first bound since the last call.
 int countFreed(BendersRun *run);
 // The user exit at each solve of a subproblem (scn_benders.cpp).

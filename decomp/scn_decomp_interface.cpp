@@ -1,4 +1,7 @@
 // The public functions of decomposition: each passes the entry frame and hands on.
+#include <cstdlib>
+#include <cstring>
+
 #include "decomp/scn_benders.h"
 #include "decomp/scn_parametric.h"
 #include "frame/messages.h"
@@ -9,6 +12,14 @@ template <class Call> int framed(QRTStoch *stoch, const char *function, int sign
   const int result = frame > 0 ? sign * frame : call();
   flushLogs();
   return result;
+}
+
+void replaceText(char **text, const char *with) {
+  free(*text);
+  *text = nullptr;
+  if (!with) return;
+  *text = static_cast<char *>(qrts__alloc("qrts_setSaveState", int64_t(strlen(with)) + 1, 0));
+  strcpy(*text, with);
 }
 }  // namespace
 
@@ -40,6 +51,18 @@ void qrts_setCycleCallBack(QRTStoch *stoch, QRTSCycleCallBack callback, void *da
   if (!handleLives(stoch)) return;
   stoch->cycleCallBack = callback;
   stoch->cycleData = data;
+}
+
+int qrts_setSaveState(QRTStoch *stoch, const char *file, int every) {
+  if (!handleLives(stoch) || every < 1) return 2;
+  replaceText(&stoch->saveFile, file);
+  stoch->saveEvery = every;
+  return 0;
+}
+int qrts_setResumeState(QRTStoch *stoch, const char *file) {
+  if (!handleLives(stoch)) return 2;
+  replaceText(&stoch->resumeFile, file);
+  return 0;
 }
 
 }  // extern "C"

@@ -233,6 +233,8 @@ int qrts_delete2Stoch(QRTStoch *stoch) {
   if (stochMessageGetSpeaker() == stoch->baseModel) stochMessageSpeaker(nullptr);
   qrt_deleteModel(stoch->baseModel);
   if (stoch->nIntegers > 0) free(stoch->integerMarks);
+  free(stoch->saveFile);
+  free(stoch->resumeFile);
   free(stoch);
   return 0;
 }

@@ -238,6 +238,9 @@ struct QRTStoch {
   double gapAsked;          // the gap last asked for; reloptgap shows the one reached once a decomposition has run
   QRTSCycleCallBack cycleCallBack;  // told of each cycle, or null
   void *cycleData;          // what it gets back
+  char *saveFile;           // where a decomposition leaves its state, null nowhere; owned
+  char *resumeFile;         // from which state it goes on, null from none; owned
+  int32_t saveEvery;        // cycles between states
 };
 
 // ---- views --------------------------------------------------------------------------------------------------

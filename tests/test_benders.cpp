@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
+#include <string>
 #include <vector>
 
 #include "decomp/scn_benders.h"
@@ -316,6 +318,61 @@ TEST_F(Benders, ExitsAndCycleNews) {
   }
   qrts_clcb(&solve);
   qrts_clcb(&gap);
+}
+
+TEST_F(Benders, ASubproblemThatDoesNotSolveIsWrittenOut) {
+  const std::string file = testing::TempDir() + "failing.state", model = file + ".sub2.mps";
+  Program p = demand(1, 0.5, NONE, NONE, {{1, 3}, {1, -1}});
+  constexpr int ROWS = 5;
+  p.rowStage.assign(ROWS, 2);
+  p.rowLower.assign(ROWS, 0);
+  p.rowUpper.assign(ROWS, NONE);
+  p.elements.clear();
+  for (int i = 1; i <= ROWS; ++i) {
+    p.elements.push_back({i, 1, 1});
+    p.elements.push_back({i, i + 1, 1});
+    if (i == 1) continue;
+    p.colStage.push_back(2);
+    p.objective.push_back(0.5);
+    p.colLower.push_back(0);
+    p.colUpper.push_back(NONE);
+  }
+  for (Scenario &s : p.scenarios) s.rowLower.assign(ROWS, s.rowLower[0]);
+  QRTStoch *stoch = load(p);
+  qrt_setImaxiter(qrtse_getBaseModel(stoch), 3);  // enough for the master, whose scenario asks for nothing
+  qrts_setSaveState(stoch, file.c_str(), 1);
+  EXPECT_EQ(qrts_bendersLSolve(stoch, 0), 1);
+  EXPECT_EQ(std::remove(file.c_str()), 0);
+  QRTModel *read = qrt_newModel(context, "");
+  qrt_messagesPrintOff(read, 1, 6999);
+  ASSERT_EQ(qrt_importModel(read, model.c_str()), 0);
+  EXPECT_EQ(qrt_getInumrows(read), ROWS);
+  EXPECT_EQ(qrt_getInumcols(read), ROWS + 1);
+  EXPECT_EQ(qrt_rowlower(read)[0], 3);
+  std::remove(model.c_str());
+  qrts_deleteStoch(stoch);
+}
+
+TEST_F(Benders, SubmodelsCanBeSeenWhileItRuns) {
+  QRTStoch *stoch = load(demand(1, 3, NONE, NONE, {{1, 6}, {3, 2}, {2, 4}}));
+  struct Look {
+    QRTStoch *stoch;
+    int models, rows;
+  } look = {stoch, 0, 0};
+  qrts_setCycleCallBack(stoch, [](const QRTSCycle *, void *data) {
+    Look *l = static_cast<Look *>(data);
+    l->models = qrts_getNsubmodels(l->stoch);
+    QRTStoch **models = qrts_getSubmodels(l->stoch);
+    l->rows = 0;
+    for (int i = 0; models && i < l->models; ++i) l->rows += qrt_getInumrows(qrtse_getCurrentModel(models[i]));
+    return 0;
+  }, &look);
+  EXPECT_EQ(qrts_bendersLSolve(stoch, 0), 0);
+  EXPECT_EQ(qrts_getStatus(stoch), 0);
+  EXPECT_EQ(look.models, 3);
+  EXPECT_EQ(look.rows, 3);
+  EXPECT_EQ(qrts_getNsubmodels(stoch), 0);
+  qrts_deleteStoch(stoch);
 }
 
 TEST(CutArithmetic, TheDualFormHoldsFarOut) {

@@ -7,7 +7,11 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "decomp/scn_basis_tree.h"
@@ -149,6 +153,67 @@ TEST_F(Families, SubtreesOfThreeStagesAtBothCuts) {
 TEST_F(Families, ManyScenariosInClusters) {
   expectWholeOptimum({false, false, true, true, false}, 2, 700, 7, 2);  // beyond 500 a cut stands for several
   expectWholeOptimum({false, false, false, true, true}, 2, 700, 8, 2);
+}
+
+std::vector<char> contents(const std::string &path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+void overwrite(const std::string &path, const std::vector<char> &bytes) {
+  std::ofstream(path, std::ios::binary).write(bytes.data(), std::streamsize(bytes.size()));
+}
+
+TEST_F(Families, StatesGoOnOrAreRefused) {
+  const std::string file = testing::TempDir() + "benders.state";
+  const auto make = [this](unsigned seed) { return program(seed, 2, 40, {false, false, true, true, false}, true); };
+  int cyclesSeen = 0;
+  const auto watch = [](const QRTSCycle *cycle, void *seen) {
+    *static_cast<int *>(seen) = cycle->cycle;
+    return 0;
+  };
+  QRTStoch *whole = make(3);
+  qrts_setCycleCallBack(whole, watch, &cyclesSeen);
+  ASSERT_EQ(qrts_bendersLSolve(whole, 0), 0);
+  const int cycles = cyclesSeen;
+  ASSERT_GT(cycles, 3);
+
+  QRTStoch *first = make(3);
+  EXPECT_EQ(qrts_setSaveState(first, file.c_str(), 0), 2);
+  ASSERT_EQ(qrts_setSaveState(first, file.c_str(), 100), 0);  // at the end of the run, at least
+  qrts_setMaxiter(first, 3);
+  ASSERT_EQ(qrts_bendersLSolve(first, 0), 0);
+  EXPECT_EQ(qrts_getStatus(first), 3);
+  const std::vector<char> state = contents(file);
+  ASSERT_GT(state.size(), 100u);
+
+  QRTStoch *second = make(3);
+  ASSERT_EQ(qrts_setResumeState(second, file.c_str()), 0);
+  qrts_setCycleCallBack(second, watch, &cyclesSeen);
+  ASSERT_EQ(qrts_bendersLSolve(second, 0), 0);
+  EXPECT_EQ(qrts_getStatus(second), 0);
+  EXPECT_NEAR(qrts_getRobjvalue(second), qrts_getRobjvalue(whole), 1e-6);
+  EXPECT_LT(cyclesSeen, cycles);
+
+  // Cut off at any place, one byte changed anywhere, nothing there, another program: refused, and the object lives on.
+  std::vector<std::vector<char>> bad = {{}};
+  for (size_t length : {size_t(1), size_t(40), state.size() / 2, state.size() - 1}) bad.push_back({state.begin(), state.begin() + long(length)});
+  for (size_t at = 0; at < state.size(); at += 37) {
+    bad.push_back(state);
+    bad.back()[at] = char(bad.back()[at] ^ 0x11);
+  }
+  for (const std::vector<char> &bytes : bad) {
+    overwrite(file, bytes);
+    EXPECT_EQ(qrts_bendersLSolve(second, 0), 2) << bytes.size();
+  }
+  overwrite(file, state);
+  QRTStoch *other = make(4);
+  qrts_setResumeState(other, file.c_str());
+  EXPECT_EQ(qrts_bendersLSolve(other, 0), 2);
+  std::remove(file.c_str());
+  EXPECT_EQ(qrts_bendersLSolve(second, 0), 2);
+  qrts_setResumeState(second, nullptr);
+  EXPECT_EQ(qrts_bendersLSolve(second, 0), 0);
+  for (QRTStoch *stoch : {whole, first, second, other}) qrts_deleteStoch(stoch);
 }
 
 // Walks of all members of a family, at random proposals, against the simplex on the member's own program.

@@ -53,6 +53,11 @@ says out '^objective +381\.853'
 says out '^ +mean +381\.853'
 expect 0 "solve by cycles as JSON" solve power.cor power.tim power.sto --method lshaped --gap 1e-6 --cycles 50 --json
 says out '"cuts":'
+expect 3 "a run cut off leaves its state" solve power.cor power.tim power.sto --method lshaped --no-final --cycles 2 --save-state "$work/run.state"
+expect 0 "and goes on from there" solve power.cor power.tim power.sto --method lshaped --no-final --resume "$work/run.state" --check
+expect 65 "a state that is none" solve power.cor power.tim power.sto --method lshaped --resume power.cor
+expect 0 "models of a cut" info power.cor power.tim power.sto --cut models:2
+expect 65 "no such cut" info power.cor power.tim power.sto --cut half
 expect 65 "a cut the method does not know" solve power.cor power.tim power.sto --method lshaped --cut rows:5
 says err '^tavstoch: --cut rows:5'
 expect 65 "a cut below the last stage" solve power.cor power.tim power.sto --method lshaped --cut stage:3

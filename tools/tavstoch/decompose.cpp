@@ -42,7 +42,10 @@ int solveByCycles(const Options &options, const StochProgram &program, CycleHist
   qrts_setRelOptimalityGap(stoch, options.gap);
   if (options.noFinal) qrts_setFinalSimplexSolverOff(stoch);
   qrts_setCycleCallBack(stoch, tell, &history);
+  if (!options.saveState.empty()) qrts_setSaveState(stoch, options.saveState.c_str(), options.saveEvery);
+  if (!options.resume.empty()) qrts_setResumeState(stoch, options.resume.c_str());
   const int code = qrts_bendersLSolve(stoch, 0);
+  if (code == 2 && !options.resume.empty() && history.cycles.empty()) throw BadInput("--resume " + options.resume + ": the state cannot be used");
   qrts_setCycleCallBack(stoch, nullptr, nullptr);
   if (code == 1 && history.cycles.empty()) throw BadInput("the tree has no two parts at this cut: solve it by --method direct");
   return code;

@@ -4,6 +4,8 @@
 #include <cstdio>
 
 #include "command.h"
+#include "cut.h"
+#include "failure.h"
 #include "report.h"
 #include "stoch_program.h"
 
@@ -38,6 +40,9 @@ int runInfo(const Options &options) {
     json["equivalent"] = {{"rows", rows}, {"columns", columns}, {"leastElements", least}, {"mostElements", most}};
     if (program.core().objectiveConstant != 0) json["objectiveConstant"] = program.core().objectiveConstant;
     json["strayings"] = strayings;
+    bool sound = true;
+    if (!options.cut.empty()) sound = describeCut(options, program, json["cut"], nullptr);
+    if (!sound) throw InternalFailure("the cut does not hold every row once");
     fmt::print(out, "{}\n", json.dump(2));
     return EXIT_SOLVED;
   }
@@ -52,5 +57,7 @@ int runInfo(const Options &options) {
   if (program.core().objectiveConstant != 0) fmt::print(out, "constant    {:.10g} in the objective\n", program.core().objectiveConstant);
   if (strayings.empty()) fmt::print(out, "strayings   none\n");
   for (const std::string &text : strayings) fmt::print(out, "straying    {}\n", text);
+  nlohmann::ordered_json ignored;
+  if (!options.cut.empty() && !describeCut(options, program, ignored, out)) return EXIT_INTERNAL;
   return EXIT_SOLVED;
 }
