@@ -213,8 +213,8 @@ int qrtpsslf(QRTModel *model, ByteStream *stream) {
   storeControlInteger(model, CONTROL_Inumpinf, 0);
   messageD(1, qrtlplp.Robjvalue);
   qrtmesg_no_q1(MSG_MAPPED_OBJECTIVE, "qrtpssl", -1);
-  if (q.primal > WORTH_A_SOLVE * qrtlplp.Rtolpinf || q.dual > WORTH_A_SOLVE * qrtlplp.Rtoldinf) return qrt_primalSimplex(model, 1);
-  return 0;
+  const bool near = q.primal <= WORTH_A_SOLVE * qrtlplp.Rtolpinf && q.dual <= WORTH_A_SOLVE * qrtlplp.Rtoldinf;
+  return near && (p->valuesOnly || basisConfirms(p)) ? 0 : qrt_primalSimplex(model, 1);
 }
 
 int postSolve(QRTModel *model, const char *filename) {

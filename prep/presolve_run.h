@@ -56,5 +56,7 @@ int readPresolve(QRTModel *model, ByteStream *stream, PresolveRecord *record);
 bool knownReduction(int type);
 // Undoes the log on a point of the reduced model.
 void undoReductions(Postsolve *p);
+// Whether the stored solution of the original is the one of its basis.
+bool basisConfirms(const Postsolve *p);
 // Quality of the solution the reduced model holds, in four messages.
 void reportSolution(QRTModel *model);

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
@@ -13,7 +14,9 @@
 #include <vector>
 
 #include "certificate_model.h"
+#include "frame/entry_frame.h"
 #include "prep/presolve_call.h"
+#include "prep/presolve_run.h"
 #include "support/planted_lp.h"
 
 namespace {
@@ -210,6 +213,54 @@ TEST_F(PresolveEntry, StoppedSolveGivesAStart) {
       EXPECT_NEAR(lp.optimum, qrt_getRobjvalue(q), 1e-7 * (1 + std::fabs(lp.optimum)));
       qrt_deleteModel(q);
     }
+}
+
+// An optimal point without a basis: values and duals come back all the same, and statuses are a start of the right size.
+TEST_F(PresolveEntry, PointWithoutBasis) {
+  for (unsigned seed = 1; seed <= 40 && !HasFailure(); seed++) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    const PlantedLp lp = plantedLp(seed, 20, 30, PLANT_ALL, 3);
+    QRTModel *q = lp.load(context);
+    ASSERT_EQ(0, preSolveForRun(q, 47, nullptr));
+    qrt_primalSimplex(q, 1);
+    for (int i = 0; i < qrt_getInumrows(q); i++) q->status[i] = 0;
+    for (int j = 0; j < qrt_getInumcols(q); j++) q->status[q->Imaxrows + j] = 0;
+    ASSERT_EQ(0, qrt_postSolve(q, nullptr));
+    EXPECT_EQ("", firstFault(certifyModel(q), 1e-7));
+    EXPECT_EQ(lp.rows(), basics(q));
+    qrt_deleteModel(q);
+  }
+}
+
+// What postsolve believes of a basis: neither a singular one, nor values or duals that are not its own.
+TEST_F(PresolveEntry, BasisIsJudged) {
+  const PlantedLp lp = plantedLp(9, 15, 20, 0, 0);
+  QRTModel *q = lp.load(context);
+  qrt_primalSimplex(q, 1);
+  qrt_enter(q, "test", 0);
+  std::vector<double> x(qrt_colsol(q), qrt_colsol(q) + lp.columns()), y(qrt_rowduals(q), qrt_rowduals(q) + lp.rows());
+  std::vector<char> rowBasic, columnBasic;
+  for (int i = 0; i < lp.rows(); i++) rowBasic.push_back(qrt_rowStatus(q, i) == 0);
+  for (int j = 0; j < lp.columns(); j++) columnBasic.push_back(qrt_columnStatus(q, j) == 0);
+  Postsolve p = {q, lp.rows(), lp.columns(), 0, 1e-9, 1e-12, x.data(), nullptr, y.data(), rowBasic.data(), columnBasic.data(), nullptr};
+  EXPECT_TRUE(basisConfirms(&p));
+  for (int j = 0; j < lp.columns(); j++)
+    if (columnBasic[size_t(j)]) {
+      x[size_t(j)] += 1e-3;
+      EXPECT_FALSE(basisConfirms(&p)) << "value of column " << j;
+      x[size_t(j)] -= 1e-3;
+    }
+  for (int i = 0; i < lp.rows(); i++) {
+    y[size_t(i)] += 1e-3;
+    EXPECT_FALSE(basisConfirms(&p)) << "dual of row " << i;
+    y[size_t(i)] -= 1e-3;
+  }
+  const auto out = std::find(columnBasic.begin(), columnBasic.end(), char(1));
+  ASSERT_NE(columnBasic.end(), out);
+  *out = 0;
+  EXPECT_FALSE(basisConfirms(&p)) << "one variable short";
+  qrt_leave(q);
+  qrt_deleteModel(q);
 }
 
 // Rows and columns move up with all that is theirs, and back.
