@@ -72,6 +72,14 @@ int clean(Presolve *p) {
   return result;
 }
 
+// On a large program a pass that removed next to nothing is the last: each costs a few looks at every element.
+constexpr int LARGE = 50000;
+constexpr double LITTLE = 0.01;
+bool worthAnother(const Presolve *p, int rows, int columns) {
+  const int gone = rows - p->liveRows + columns - p->liveColumns;
+  return gone > (p->liveEntries > LARGE ? LITTLE * (rows + columns) : 0.0);
+}
+
 // Passes go on until one removes nothing; what the steps after them find may start them again, except where only
 // activities count.
 int runAll(Presolve *p, int passes) {
@@ -81,9 +89,9 @@ int runAll(Presolve *p, int passes) {
     const int rows = p->liveRows, columns = p->liveColumns;
     result = runSteps(p, PASS);
     if (result < 0 || p->liveRows == 0) break;
-    if (p->liveRows < rows || p->liveColumns < columns) continue;
+    if (worthAnother(p, rows, columns)) continue;
     result = runSteps(p, AFTER);
-    finished = result == 0 || p->kind == 0;
+    finished = p->kind == 0 || !worthAnother(p, rows, columns);
   }
   if (result >= 0 && !finished) result = runSteps(p, AFTER);
   if (result >= 0 && (p->flags & PRESOLVE_FLAG_REPAIR)) p->repair = 1;

@@ -27,6 +27,9 @@ struct DualBounds {
   double *low, *high;  // [m] bounds on y, +-1e31 for none
   char *single;        // [m] 1: low and high owe nothing to a column of more than one element
   char *source;        // [n] 1: the column lent a bound
+  char *due;           // [n] 1: to be looked at, since the dual of a row of it has changed
+  int *changedIn;      // [m] sweep in which the row's dual last changed, so that its columns are due
+  int sweep;
 };
 
 struct Range {
@@ -44,7 +47,11 @@ DualBounds newBounds(const Presolve *p) {
     b.high[i] = hasLower(p->rowLower[i]) ? QRT_INFINITY : 0.0;
     b.single[i] = 1;
   }
-  for (int j = 0; j < p->n; j++) b.source[j] = 0;
+  b.due = static_cast<char *>(temporaryAllocate(p->model, int64_t(p->n) + 1, 1));
+  b.changedIn = static_cast<int *>(temporaryAllocate(p->model, int64_t(p->m) + 1, sizeof(int)));
+  b.sweep = 0;
+  for (int i = 0; i < p->m; i++) b.changedIn[i] = 0;
+  for (int j = 0; j < p->n; j++) b.source[j] = 0, b.due[j] = 1;
   return b;
 }
 
@@ -92,6 +99,13 @@ bool offerBound(DualBounds *b, int row, bool upward, double value, bool single, 
   return true;
 }
 
+// Once a sweep: the columns of a long row are not walked for each of its bounds.
+void makeDue(const Presolve *p, DualBounds *b, int row) {
+  if (b->changedIn[row] == b->sweep) return;
+  b->changedIn[row] = b->sweep;
+  for (int e = p->rowFirst[row]; e >= 0; e = p->entry[e].rowNext) b->due[p->entry[e].column] = 1;
+}
+
 // What sum a_ij y_i <= c_j (sign 1), or >= c_j (-1), says of each y_i, given the bounds of the others; without `take` only
 // whether it says anything new.
 bool lendBounds(const Presolve *p, DualBounds *b, int column, int sign, bool take) {
@@ -108,6 +122,8 @@ bool lendBounds(const Presolve *p, DualBounds *b, int column, int sign, bool tak
     if (!rest.infinite && std::fabs(room) < CLEAR * (std::fabs(p->cost[column]) + rest.size)) continue;  // cancelled
     if (offerBound(b, a.row, sign * a.value < 0.0, room / a.value, single, take)) {
       lent = true;
+      if (!take) return true;
+      makeDue(p, b, a.row);
       if (!rest.infinite) break;  // the sum no longer holds
     }
   }
@@ -119,8 +135,7 @@ bool lendBounds(const Presolve *p, DualBounds *b, int column, int sign, bool tak
 bool lendFrom(Presolve *p, DualBounds *b, int column, int end) {
   const double lower = p->lower[column], upper = p->upper[column];
   if (end > 0 ? hasUpper(upper) : hasLower(lower)) {
-    if (!boundImplied(p, column, end, false) || !lendBounds(p, b, column, end, false)) return false;
-    if (!boundImplied(p, column, end, true)) return false;
+    if (!lendBounds(p, b, column, end, false) || !boundImplied(p, column, end, true)) return false;
     changeBounds(p, column, end > 0 ? lower : -QRT_INFINITY, end > 0 ? QRT_INFINITY : upper);
   }
   return lendBounds(p, b, column, end, true);
@@ -128,9 +143,11 @@ bool lendFrom(Presolve *p, DualBounds *b, int column, int end) {
 
 bool tightenDuals(Presolve *p, DualBounds *b) {
   bool any = false, changed = true;
-  for (int sweep = 0; changed && sweep < SWEEPS; sweep++) {
+  while (changed && b->sweep++ < SWEEPS) {
     changed = false;
     for (int j = 0; j < p->n; j++) {
+      if (!b->due[j]) continue;
+      b->due[j] = 0;
       if (!columnAlive(p, j) || p->columnCount[j] == 0 || p->columnKind[j] != COLUMN_CONTINUOUS) continue;
       if (p->upper[j] - p->lower[j] <= PRESOLVE_ZERO) continue;
       const bool lent = lendFrom(p, b, j, 1), lentToo = lendFrom(p, b, j, -1);

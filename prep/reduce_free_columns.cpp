@@ -25,35 +25,11 @@ constexpr int MOST_ROWS = 20;           // of a column that may be substituted w
 constexpr int FILL_ALLOWED = 3;         // elements more than are removed
 constexpr int WORTH_COUNTING = 300;     // most pairs of a row and a column to look up
 
-// Limits of the row without one column: +-1e31 where an infinite term stands.
-struct RestOfRow {
-  double least, most;
-};
-
-RestOfRow finish(const PresolveActivity &a) {
-  return {a.leastInfinite ? -QRT_INFINITY : a.least, a.mostInfinite ? QRT_INFINITY : a.most};
-}
-
-// From the running activity, good for a first look only.
-RestOfRow estimate(const Presolve *p, int row, int column, double a) {
-  PresolveActivity rest = p->activity[row];
-  const double low = a > 0.0 ? p->lower[column] : p->upper[column], high = a > 0.0 ? p->upper[column] : p->lower[column];
-  if (std::fabs(low) < QRT_INFINITE_TEST) rest.least -= a * low;
-  else rest.leastInfinite--;
-  if (std::fabs(high) < QRT_INFINITE_TEST) rest.most -= a * high;
-  else rest.mostInfinite--;
-  return finish(rest);
-}
-
-// Is the bound at `end` (1 upper, -1 lower) no tighter than what the row says?
-bool rowImplies(const Presolve *p, int row, int column, double a, int end, const RestOfRow &rest, double slack) {
-  const double bound = end > 0 ? p->upper[column] : p->lower[column];
-  const bool fromUpper = (a > 0.0) == (end > 0);  // a x_j <= upper side - least, a x_j >= lower side - most
-  const double side = fromUpper ? p->rowUpper[row] : p->rowLower[row];
-  const double other = fromUpper ? rest.least : rest.most;
-  if (std::fabs(side) >= QRT_INFINITE_TEST || std::fabs(other) >= QRT_INFINITE_TEST) return false;
+// Only a bound at the other end of the column enters what a row implies for one end.
+bool rowImplies(const PresolveEntry &x, double side, bool fromUpper, double bound, const PresolveActivity &rest, double slack) {
+  if ((fromUpper ? rest.leastInfinite : rest.mostInfinite) > 0) return false;
   const double room = slack * (1.0 + std::fabs(side));
-  return fromUpper ? side - other <= a * bound + room : side - other >= a * bound - room;
+  return fromUpper ? side - rest.least <= x.value * bound + room : side - rest.most >= x.value * bound - room;
 }
 
 bool impliedFree(const Presolve *p, int column) {
@@ -174,11 +150,19 @@ void undo(Postsolve *p, const Reduction *r, double side, double cost) {
 }  // namespace
 
 bool boundImplied(const Presolve *p, int column, int end, bool prove) {
-  if (end > 0 ? !hasUpper(p->upper[column]) : !hasLower(p->lower[column])) return true;
+  const double bound = end > 0 ? p->upper[column] : p->lower[column], opposite = end > 0 ? p->lower[column] : p->upper[column];
+  if (std::fabs(bound) >= QRT_INFINITE_TEST) return true;
+  const bool bounded = std::fabs(opposite) < QRT_INFINITE_TEST;
   for (int e = p->columnFirst[column]; e >= 0; e = p->entry[e].columnNext) {
     const PresolveEntry &x = p->entry[e];
-    if (!rowImplies(p, x.row, column, x.value, end, estimate(p, x.row, column, x.value), 1.0e-6)) continue;
-    if (!prove || rowImplies(p, x.row, column, x.value, end, finish(computeActivity(p, x.row, column)), PRESOLVE_ZERO)) return true;
+    const bool fromUpper = (x.value > 0.0) == (end > 0);  // a x_j <= upper side - least, a x_j >= lower side - most
+    const double side = fromUpper ? p->rowUpper[x.row] : p->rowLower[x.row];
+    if (std::fabs(side) >= QRT_INFINITE_TEST) continue;
+    PresolveActivity rest = p->activity[x.row];
+    (fromUpper ? rest.leastInfinite : rest.mostInfinite) -= !bounded;
+    (fromUpper ? rest.least : rest.most) -= bounded ? x.value * opposite : 0.0;
+    if (!rowImplies(x, side, fromUpper, bound, rest, 1.0e-6)) continue;
+    if (!prove || rowImplies(x, side, fromUpper, bound, computeActivity(p, x.row, column), PRESOLVE_ZERO)) return true;
   }
   return false;
 }

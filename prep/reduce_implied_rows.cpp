@@ -50,10 +50,11 @@ bool finite(double bound) { return std::fabs(bound) < QRT_INFINITE_TEST; }
 
 // Bounds that one row implies on each of its columns.
 void implyBounds(const Presolve *p, int row, ImpliedBounds *b) {
-  const PresolveActivity all = computeActivity(p, row, -1);
+  const PresolveActivity &kept = p->activity[row];  // its counts are exact
   const double low = p->rowLower[row], high = p->rowUpper[row];
-  const bool byUpper = hasUpper(high) && all.leastInfinite <= 1, byLower = hasLower(low) && all.mostInfinite <= 1;
+  const bool byUpper = hasUpper(high) && kept.leastInfinite <= 1, byLower = hasLower(low) && kept.mostInfinite <= 1;
   if (!byUpper && !byLower) return;
+  const PresolveActivity all = computeActivity(p, row, -1);
   for (int e = p->rowFirst[row]; e >= 0; e = p->entry[e].rowNext) {
     const int j = p->entry[e].column;
     const double a = p->entry[e].value;
