@@ -357,7 +357,18 @@ void putBack(QRTModel *model, const QRTModel &whole) {
   model->matrixScaled = whole.matrixScaled;
 }
 
+constexpr int LEAST_SHARE = 10;  // per cent of rows and columns
+
 }  // namespace
+
+bool compressionPays(const QRTModel *model) {
+  if (!canCompress(model)) return false;
+  const int64_t all = int64_t(model->Inumrows) + model->Inumcols;
+  int64_t out = 0;
+  for (int i = 0; i < model->Inumrows; i++) out += isFreeBasicRow(model, i);
+  for (int j = 0; j < model->Inumcols; j++) out += isFixedNonbasicColumn(model, j);
+  return 100 * out > LEAST_SHARE * all;
+}
 
 CompressInfo *qrt_compressMatrix(QRTModel *model) {
   if (!canCompress(model)) return nullptr;

@@ -202,6 +202,9 @@ struct CompressInfo;
 // Takes free basic rows and fixed nonbasic columns out of the model, when it is worth while: exactly one column
 // block, no quadratic terms, no delta vectors. Null when nothing was taken out.
 CompressInfo *qrt_compressMatrix(QRTModel *model);
+// Would it remove more than a tenth of rows and columns? Less is not worth the copies it makes, and costs what the model
+// keeps between solves.
+bool compressionPays(const QRTModel *model);
 // While compressed the model's numbers, names and RobjectiveOffset are those of the small model; after a solve call
 // it when the duals are back in the caller's sign (behind qrt_up). It works in any index form, so that it also
 // serves after a jump.

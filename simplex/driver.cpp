@@ -11,6 +11,7 @@
 #include "model/model_store.h"
 #include "simplex/driver.h"
 #include "simplex/dual.h"
+#include "simplex/kept_solve.h"
 
 namespace {
 
@@ -172,13 +173,17 @@ int runFactorisation(SimplexWork *w, int nBasic, const int *basic, int repair) {
 
 int factorise(SimplexWork *w) {
   const bool first = w->passNumber < 0;
+  w->acceptedUpdates = 0;
   int result;
-  if (first) {
+  if (first && keptFactor_take(w)) {
+    w->passNumber = 0;
+    w->acceptedUpdates = w->factor->updateCount;
+    result = 0;
+  } else if (first) {
     int *basic = static_cast<int *>(temporaryAllocate(w->model, w->total + 1, int64_t(sizeof(int))));
     const int count = listBasics(w, basic);
     result = runFactorisation(w, count, basic, 1);
     w->passNumber = 0;
-    tidyNonbasics(w, w->cleaning);
   } else {
     // The factor writes the new order over the list it reads.
     std::memcpy(w->basisCopy, w->list + 1, size_t(w->m) * sizeof(int));
@@ -187,10 +192,13 @@ int factorise(SimplexWork *w) {
     if (result != 0 && w->historyCount == 0) result = runFactorisation(w, w->m, w->basisCopy, 1);
   }
   if (result != 0) return result;
-  // Where pivotal rows are formed column by column the columns are better met in their own order.
-  if (first || w->factor->density[SOLVE_ROW] > SPARSE_ROWS) qrtrsrt(w);
-  else list_basicsReordered(w);
-  w->updateCount = 0;
+  // The first check tidies the nonbasics and lists them itself. Where pivotal rows are formed column by column the columns are
+  // better met in their own order.
+  if (w->state.checkCount >= 0) {
+    if (first || w->factor->density[SOLVE_ROW] > SPARSE_ROWS) qrtrsrt(w);
+    else list_basicsReordered(w);
+  }
+  w->updateCount = w->acceptedUpdates;
   w->leastCost = 0.0;
   w->totalWork = 0.0;
   return 0;
@@ -250,7 +258,29 @@ bool dualPass(SimplexWork *w) {
 }
 
 // The factor belongs to another basis than the list, or carries updates.
-bool factorIsStale(const SimplexWork *w) { return !w->factor->valid || w->historyCount > 0 || w->updateCount > 0; }
+bool factorIsStale(const SimplexWork *w) {
+  return !w->factor->valid || w->historyCount > 0 || w->updateCount > w->acceptedUpdates;
+}
+
+constexpr int UPDATES_BELIEVED = 20;
+constexpr double RESIDUAL_BELIEVED = 1.0e-9;
+
+// A short run that found nothing more to do: the values recomputed by the factor as it stands, with the updates of that run,
+// tell as well as those of a new factorisation that the basis is optimal, when their residuals are as small.
+bool endsWithoutFactorisation(SimplexWork *w) {
+  if (!w->nothingLeft || !w->factor->valid || w->updateCount > UPDATES_BELIEVED || w->cleaning == 2) return false;
+  if (qrtlplp.Iprobstat >= 0 || qrtlplp.Inumpinf > 0 || w->rejectedCount > 0 || w->primalPerturbation != 0.0) return false;
+  if (w->priceMode == PRICE_VALUES || (w->algorithm == ALGORITHM_DUAL && (w->dual->costsShifted || w->dual->phase == 1))) return false;
+  w->finalMode = 1;
+  const int check = qrtchks(w);
+  w->finalMode = 0;
+  if (check != CHECK_GOOD || qrtlplp.Inumpinf > 0 || qrtlplp.Inumdinf > 0) return false;
+  if (!(w->largestResidual <= RESIDUAL_BELIEVED) || !(w->largestBasicDj <= RESIDUAL_BELIEVED)) return false;
+  w->acceptedUpdates = w->updateCount;
+  w->historyCount = 0;
+  qrtlplp.Iprobstat = 0;
+  return true;
+}
 
 // What the check asks for before any decision; true when the basis must be factorised first.
 bool checkWantsFactor(SimplexWork *w, int check) {
@@ -290,19 +320,29 @@ Course iterate(SimplexWork *w) {
     qrtlplp.Iprobstat = 3;
     return ENDED;
   }
-  if (w->algorithm == ALGORITHM_DUAL ? dualPass(w) : primalPass(w)) return ENDED;
+  w->iterated = 1;
+  w->valuesChecked = w->nothingLeft = 0;
+  const bool ended = w->algorithm == ALGORITHM_DUAL ? dualPass(w) : primalPass(w);
+  if (ended || endsWithoutFactorisation(w)) return ENDED;
   return factorIsStale(w) ? FACTORISE_AGAIN : CHECK_AGAIN;
 }
 
 Course checkAndDecide(SimplexWork *w, int *continued) {
   const int check = qrtchks(w);
   if (checkWantsFactor(w, check)) return FACTORISE_AGAIN;
+  // A factor of an earlier solve has to show that it is still as good as a new one.
+  if (w->acceptedUpdates > 0 && w->state.checkCount < 0 && check == CHECK_GOOD &&
+      !(w->largestResidual <= RESIDUAL_BELIEVED && w->largestBasicDj <= RESIDUAL_BELIEVED)) {
+    w->passNumber = -1;
+    return FACTORISE_AGAIN;
+  }
   if (w->addedLogicals > 0) {
     qrtmesg_no_i1(MSG_LOGICALS_ADDED, w->addedLogicals);
     w->addedLogicals = 0;
   }
   int decision = DECIDE_BACKTRACK;
   if (check != CHECK_UNUSABLE) {
+    w->valuesChecked = 1;
     decision = qrtchkp(w, *continued);
     *continued = 0;
   }
@@ -328,6 +368,10 @@ int majorLoop(SimplexWork *w, int continued) {
 
 // The last recomputation, with true bounds, so that what the caller reads is consistent.
 void finalRecomputation(SimplexWork *w) {
+  // The last check has it all, unless it was made for other bounds, other costs or a proof.
+  if (w->valuesChecked && qrtlplp.Iprobstat == 0 && w->primalPerturbation == 0.0 && !factorIsStale(w) &&
+      !(w->dual && (w->dual->costsShifted || w->dual->phase == 1)))
+    return;
   w->finalMode = 1;
   const int status = qrtlplp.Iprobstat;
   if (w->primalPerturbation != 0.0) removePerturbation(w);
@@ -375,6 +419,8 @@ void leave(SimplexWork *w, LegResult *leg) {
   finalRecomputation(w);
   qrtplsh(w);
   qrtinfs(w);
+  keptFactor_leave(w);
+  keptWeights_leave(w);
   restoreControls(w);
   const int status = qrtlplp.Iprobstat;
   if (w->scaled && (status == 0 || status == 1))
@@ -388,14 +434,14 @@ void leave(SimplexWork *w, LegResult *leg) {
 LegResult runLeg(QRTModel *model, int algorithm, int init, int coreMode, int kind) {
   SimplexWork *w = newWork(model);
   LegResult leg = {w, 0, false};
+  solveMemory_claim(w);
   loadProblem(w, kind == LEG_WHOLE);
   saveControls(w);
   setDefaults(w, algorithm, init, coreMode);
   w->passNumber = -1;
   w->entryThreshold = w->pivotThreshold;
   w->basisCopy = static_cast<int *>(temporaryAllocate(model, w->m + 1, int64_t(sizeof(int))));
-  if (!model->factor) model->factor = factor_create();
-  w->factor = static_cast<Factor *>(model->factor);
+  w->factor = keptSolve(model)->factor;
   qrtclbs(w);
   const bool continued = takeOver(w);
   if (!continued && model->auxKind != AUX_NONE) dropAux(model);
@@ -468,6 +514,7 @@ void reportUnscaledViolation(const SimplexWork *w) {
 
 int qrtsslvf(QRTModel *model, int algorithm, int init, int keep, int coreMode) {
   (void)keep;
+  const bool nested = solveMemory_taken();
   if (init == 0 && qrtlplp.startWord != 0) init = qrtlplp.startWord;
   qrtlplp.startWord = 0;
   LegResult leg = runLeg(model, algorithm, init, coreMode, LEG_WHOLE);
@@ -486,6 +533,7 @@ int qrtsslvf(QRTModel *model, int algorithm, int init, int keep, int coreMode) {
   }
   finalReport(leg.work);
   reportUnscaledViolation(leg.work);
+  if (!nested) solveMemory_release();
   return firstCode != 0 ? firstCode : qrtlplp.Iprobstat;
 }
 
@@ -494,5 +542,3 @@ double nextRandom() {
   qrtlplp.randomSeed = product - std::floor(product / 2147483647.0) * 2147483647.0;
   return qrtlplp.randomSeed / 2147483647.0;
 }
-
-void releaseFactor(void *factor) { factor_free(static_cast<Factor *>(factor)); }

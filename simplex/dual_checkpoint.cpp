@@ -121,10 +121,13 @@ void switchToPrimal(SimplexWork *w, double weight) {
 
 int dualCheckpoint(SimplexWork *w, int continued) {
   (void)continued;
-  DualWork *d = dualWork(w);
   // The dual starts from a basis, whatever values came with it.
   w->priceMode = PRICE_FULL;
   w->startValues = 0;
+  // A basis that is optimal as it stands needs none of the dual's work.
+  const bool clean = qrtlplp.Inumpinf == 0 && qrtlplp.Inumdinf == 0;
+  if (w->state.checkCount < 0 && clean && qrtlplp.Iprobstat < 0) return firstCheck(w);
+  DualWork *d = dualWork(w);
   if (d->cutOff) return finish(1);
   // After a proof of infeasibility the check has made the multipliers of the proof: they say nothing about costs.
   if (qrtlplp.Iprobstat == 1) return statusOfLoop(w);
@@ -133,6 +136,7 @@ int dualCheckpoint(SimplexWork *w, int continued) {
   // Reduced costs kept from a pass are feasible as its ratio tests left them.
   const int moved = w->djState == 1 ? 0 : makeDualFeasible(w);
   d->flipChecks = moved > 0 ? d->flipChecks + 1 : 0;
+  if (moved > 0) w->valuesChecked = 0;
   // Flips that repair the outcome of a pass mean that the values are no longer those its status was about.
   if (moved > 0 && qrtlplp.Iprobstat >= 0) qrtlplp.Iprobstat = -1;
   if (w->state.checkCount < 0) {

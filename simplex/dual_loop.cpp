@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "simplex/driver.h"
+#include "simplex/kept_solve.h"
 
 namespace {
 
@@ -60,7 +61,10 @@ Fate rejectRow(SimplexWork *w, Pass *pass) {
 }
 
 Fate noRow(SimplexWork *w, Pass *pass) {
-  if (sinceFactor(w) > 0) return refactor(pass);
+  if (sinceFactor(w) > 0) {
+    w->nothingLeft = 1;
+    return refactor(pass);
+  }
   if (w->dual->phase == 2) qrtlplp.Iprobstat = 0;
   return LEAVE;
 }
@@ -211,12 +215,12 @@ DualWork *dualWork(SimplexWork *w) {
   d->misfit = workDoubles(w, int64_t(w->m) + 1);
   d->row = workIntegers(w, int64_t(w->m) + 1);
   d->rowPlace = workIntegers(w, int64_t(w->m) + 1);
-  d->breaks = static_cast<DualBreak *>(workZeroed(w, int64_t(w->total) + 1, sizeof(DualBreak)));
+  d->breaks = static_cast<DualBreak *>(solveMemoryRaw(w, int64_t(w->total) + 1, sizeof(DualBreak)));
   d->flips = workIntegers(w, int64_t(w->total) + 1);
   d->groupEnd = workIntegers(w, int64_t(w->total) + 2);
   d->phase = 2;
   w->dual = d;
-  for (int k = 1; k <= w->total; k++) w->weight[k] = 1.0;
+  keptWeights_take(w);
   return d;
 }
 

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "frame/guarded_memory.h"
+#include "simplex/kept_solve.h"
 
 namespace {
 
@@ -100,7 +101,10 @@ Fate endOfValuesPass(SimplexWork *w, Pass *pass) {
 
 Fate noColumn(SimplexWork *w, Pass *pass) {
   if (w->priceMode == PRICE_VALUES) return endOfValuesPass(w, pass);
-  if (sinceFactor(w) > 0) return LEAVE;  // only a fresh factorisation is believed
+  if (sinceFactor(w) > 0) {
+    w->nothingLeft = 1;
+    return LEAVE;  // only a fresh factorisation is believed
+  }
   if (!primalInfeasible()) {
     qrtlplp.Iprobstat = 0;
     return LEAVE;
@@ -498,11 +502,7 @@ int finish(SimplexWork *w, Pass *pass) {
 
 }  // namespace
 
-void *workZeroed(SimplexWork *w, int64_t count, size_t size) {
-  void *block = temporaryAllocate(w->model, count, int64_t(size));
-  std::memset(block, 0, size_t(count) * size);
-  return block;
-}
+void *workZeroed(SimplexWork *w, int64_t count, size_t size) { return solveMemory(w, count, size); }
 double *workDoubles(SimplexWork *w, int64_t count) { return static_cast<double *>(workZeroed(w, count, sizeof(double))); }
 int *workIntegers(SimplexWork *w, int64_t count) { return static_cast<int *>(workZeroed(w, count, sizeof(int))); }
 void workVector_make(SimplexWork *w, SparseVector *v, int size) {
@@ -530,11 +530,11 @@ PrimalWork *primalWork(SimplexWork *w) {
   p->pairs = workDoubles(w, 2 * (int64_t(w->m) + 1) + 1);
   if (reinterpret_cast<uintptr_t>(p->pairs) & 8) p->pairs++;
   p->rowEnd = workIntegers(w, int64_t(w->m) + 2);
-  p->rowVar = workIntegers(w, int64_t(w->matrixElements) + 1);
-  p->rowValue = workDoubles(w, int64_t(w->matrixElements) + 1);
+  p->rowVar = static_cast<int *>(solveMemoryRaw(w, int64_t(w->matrixElements) + 1, sizeof(int)));
+  p->rowValue = static_cast<double *>(solveMemoryRaw(w, int64_t(w->matrixElements) + 1, sizeof(double)));
   std::memcpy(p->rowVar, w->rowVar, size_t(w->matrixElements) * sizeof(int));
   std::memcpy(p->rowValue, w->rowValue, size_t(w->matrixElements) * sizeof(double));
-  p->window = static_cast<Breakpoint *>(workZeroed(w, int64_t(w->m) + 1, sizeof(Breakpoint)));
+  p->window = static_cast<Breakpoint *>(solveMemoryRaw(w, int64_t(w->m) + 1, sizeof(Breakpoint)));
   p->changedRow = workIntegers(w, int64_t(w->m) + 1);
   p->savedValue = workDoubles(w, int64_t(w->m) + 1);
   p->savedStatus = static_cast<uint32_t *>(workZeroed(w, int64_t(w->m) + 1, sizeof(uint32_t)));

@@ -3,6 +3,7 @@
 #include "frame/messages.h"
 #include "model/model_store.h"
 #include "simplex/driver.h"
+#include "simplex/kept_solve.h"
 
 namespace {
 
@@ -10,11 +11,12 @@ namespace {
 struct SolveControls {
   double Rtolpinf, Rtoldinf, Rpweight, Rdweight;
   int Imaxiter, Ifastits, Idevexmode;
+  bool nested;  // within a call-back of another solve, whose work memory must stay its own
 };
 
 void remember(SolveControls *c) {
   *c = {qrtlplp.Rtolpinf, qrtlplp.Rtoldinf, qrtlplp.Rpweight,  qrtlplp.Rdweight,
-        qrtlplp.Imaxiter, qrtlplp.Ifastits, qrtlplp.Idevexmode};
+        qrtlplp.Imaxiter, qrtlplp.Ifastits, qrtlplp.Idevexmode, solveMemory_taken()};
 }
 
 int recoverFromJump(QRTModel *model, const SolveControls *c) {
@@ -25,6 +27,8 @@ int recoverFromJump(QRTModel *model, const SolveControls *c) {
   qrtlplp.Imaxiter = c->Imaxiter;
   qrtlplp.Ifastits = c->Ifastits;
   qrtlplp.Idevexmode = c->Idevexmode;
+  if (!c->nested) solveMemory_release();
+  keptSolve_drop(model);
   const int code = qrt_disaster(model);
   if (model->compression) qrt_decompressMatrix(model, model->compression);
   return code;
@@ -39,7 +43,8 @@ int objectSolve(QRTModel *model, const char *routine, int algorithm, int mode) {
   remember(&controls);
   QRT_JUMP_FRAME(model, recoverFromJump(model, &controls));
   qrt_checkParameter(model, 2, mode, 0, 3);
-  CompressInfo *compressed = (model->modelFlags & MODEL_COMPRESS) ? qrt_compressMatrix(model) : nullptr;
+  const bool compress = (model->modelFlags & MODEL_COMPRESS) && compressionPays(model);
+  CompressInfo *compressed = compress ? qrt_compressMatrix(model) : nullptr;
   qrt_down(model, mode == 0 ? 0 : 1, 0);
   const int core = qrtsslvf(model, algorithm, mode, model->entryDepth <= 1, 0);
   qrt_up(model, 0);

@@ -16,17 +16,23 @@
 #include "frame/messages.h"
 #include "model/model_store.h"
 #include "simplex/driver.h"
+#include "simplex/kept_solve.h"
 #include "simplex/scaling.h"
 
 namespace {
 
 template <class T> T *array(SimplexWork *w, int64_t count) {
-  T *block = static_cast<T *>(temporaryAllocate(w->model, count + 1, int64_t(sizeof(T))));
-  std::memset(block, 0, size_t(count + 1) * sizeof(T));
+  return static_cast<T *>(solveMemory(w, count + 1, sizeof(T)));
+}
+
+// An array [0..count] whose entries from 1 on are all written before any is read.
+template <class T> T *rawArray(SimplexWork *w, int64_t count) {
+  T *block = static_cast<T *>(solveMemoryRaw(w, count + 1, sizeof(T)));
+  block[0] = T();
   return block;
 }
 
-// A work vector whose blocks hang on the temporary chain.
+// A work vector that lives as long as the solve.
 void workVector(SimplexWork *w, SparseVector *v) {
   v->size = w->m;
   v->count = 0;
@@ -36,25 +42,25 @@ void workVector(SimplexWork *w, SparseVector *v) {
 
 void allocateArrays(SimplexWork *w) {
   const int64_t total = w->total, m = w->m;
-  w->lower = array<double>(w, total);
-  w->upper = array<double>(w, total);
-  w->value = array<double>(w, total);
-  w->cost = array<double>(w, total);
-  w->flags = array<uint32_t>(w, total);
+  w->lower = rawArray<double>(w, total);
+  w->upper = rawArray<double>(w, total);
+  w->value = rawArray<double>(w, total);
+  w->cost = rawArray<double>(w, total);
+  w->flags = rawArray<uint32_t>(w, total);
   w->dj = array<double>(w, total);
-  w->weight = array<double>(w, total);
-  w->list = array<int>(w, total);
-  w->where = array<int>(w, total);
+  w->weight = rawArray<double>(w, total);
+  w->list = rawArray<int>(w, total);
+  w->where = rawArray<int>(w, total);
   w->basicLower = array<double>(w, m);
   w->basicValue = array<double>(w, m);
   w->basicUpper = array<double>(w, m);
   w->basicStatus = array<uint32_t>(w, m);
   w->excess = array<double>(w, m);
   w->tauVector = array<double>(w, m);
-  w->trueLower = array<double>(w, total);
-  w->trueUpper = array<double>(w, total);
-  w->objective = array<double>(w, total);
-  w->varScale = array<double>(w, total);
+  w->trueLower = rawArray<double>(w, total);
+  w->trueUpper = rawArray<double>(w, total);
+  w->objective = rawArray<double>(w, total);
+  w->varScale = rawArray<double>(w, total);
   w->shift = array<double>(w, total);
   w->y = array<double>(w, m);
   int *unit = array<int>(w, m);
@@ -64,86 +70,125 @@ void allocateArrays(SimplexWork *w) {
   workVector(w, &w->multipliers);
 }
 
-// Factors the elements carry already (a model scaled by its owner), or factors of the solver's own choice; without
-// scaleInside neither.
-void setScales(SimplexWork *w, const QRTMatrixCopy *copy, int scaleInside, double *rowScale, double *columnScale) {
-  QRTModel *model = w->model;
-  for (int i = 0; i < w->m; i++) rowScale[i] = 1.0;
-  for (int j = 0; j < w->n; j++) columnScale[j] = 1.0;
-  w->scaled = 0;
-  if (model->matrixScaled && !scaleInside) {
-    // The owner's factors are taken back: the problem stands in the caller's units.
-    for (int i = 0; i < w->m; i++) rowScale[i] = 1.0 / model->scales[i];
-    for (int j = 0; j < w->n; j++) columnScale[j] = model->scales[model->Imaxrows + j];
-    for (int k = 1; k <= w->total; k++) w->varScale[k] = 1.0;
-    return;
+// Factors by which an element inside differs from the stored one: row[i] * column[j]; null: all 1.
+struct ElementFactors {
+  const double *row, *column;
+};
+
+// The solver's own factors. They depend on the matrix alone: a model solved again finds those of the first time.
+ElementFactors ownFactors(SimplexWork *w, const QRTMatrixCopy *copy) {
+  ModelMatrixCopies *kept = w->model->rowColumnCopy;
+  if (kept->solverScaled == 0) {
+    double *factors = static_cast<double *>(guardedAllocate(int64_t(w->m) + w->n + 1, int64_t(sizeof(double))));
+    double *work = array<double>(w, 2 * int64_t(w->m));
+    const bool chosen = chooseScales(w->m, w->n, copy->starts, copy->indices, copy->elements, factors, factors + w->m, work);
+    kept->solverScales = factors;
+    kept->solverScaled = chosen ? 2 : 1;
   }
-  if (model->matrixScaled) {
-    const double *owner = model->scales;
-    for (int i = 1; i <= w->m; i++) w->varScale[i] = 1.0 / owner[i - 1];
-    for (int j = 1; j <= w->n; j++) w->varScale[w->m + j] = 1.0 / owner[model->Imaxrows + j - 1];
-    w->scaled = 2;
-    return;
-  }
-  if (scaleInside) {
-    // Factors depend on the matrix alone: a model solved again finds those of the first time.
-    ModelMatrixCopies *kept = model->rowColumnCopy;
-    if (kept->solverScaled == 0) {
-      double *factors = static_cast<double *>(guardedAllocate(int64_t(w->m) + w->n + 1, int64_t(sizeof(double))));
-      double *work = array<double>(w, 2 * int64_t(w->m));
-      const bool chosen = chooseScales(w->m, w->n, copy->starts, copy->indices, copy->elements, factors, factors + w->m, work);
-      kept->solverScales = factors;
-      kept->solverScaled = chosen ? 2 : 1;
-    }
-    if (kept->solverScaled == 2) {
-      std::memcpy(rowScale, kept->solverScales, size_t(w->m) * sizeof(double));
-      std::memcpy(columnScale, kept->solverScales + w->m, size_t(w->n) * sizeof(double));
-      w->scaled = 1;
-    }
-  }
-  for (int i = 1; i <= w->m; i++) w->varScale[i] = 1.0 / rowScale[i - 1];
-  for (int j = 1; j <= w->n; j++) w->varScale[w->m + j] = columnScale[j - 1];
+  if (kept->solverScaled != 2) return {nullptr, nullptr};
+  return {kept->solverScales, kept->solverScales + w->m};
 }
 
-void loadMatrix(SimplexWork *w, int scaleInside) {
-  const QRTMatrixCopy *copy = currentColumnCopy(w->model);
-  double *rowScale = array<double>(w, w->m), *columnScale = array<double>(w, w->n);
-  setScales(w, copy, scaleInside, rowScale, columnScale);
-  const int elements = copy->starts[w->n];
-  int *start = array<int>(w, w->n + 2), *row = array<int>(w, elements);
-  double *value = array<double>(w, elements);
-  int *rowStart = array<int>(w, w->m + 2), *rowVar = array<int>(w, elements);
-  double *rowValue = array<double>(w, elements);
-  for (int j = 1; j <= w->n + 1; j++) start[j] = copy->starts[j - 1];
-  for (int j = 0; j < w->n; j++)
+// Factors the elements carry already (a model scaled by its owner), or factors of the solver's own choice; without
+// scaleInside neither. Sets varScale and matrixForm.
+ElementFactors setScales(SimplexWork *w, const QRTMatrixCopy *copy, int scaleInside) {
+  QRTModel *model = w->model;
+  w->scaled = 0;
+  w->matrixForm = FORM_STORED;
+  ElementFactors factors = {nullptr, nullptr};
+  if (model->matrixScaled) {
+    const double *owner = model->scales, *ownerColumn = model->scales + model->Imaxrows;
+    if (scaleInside) {
+      for (int i = 1; i <= w->m; i++) w->varScale[i] = 1.0 / owner[i - 1];
+      for (int j = 1; j <= w->n; j++) w->varScale[w->m + j] = 1.0 / ownerColumn[j - 1];
+      w->scaled = 2;
+      return factors;
+    }
+    // The owner's factors are taken back: the problem stands in the caller's units.
+    double *rowScale = array<double>(w, w->m);
+    for (int i = 0; i < w->m; i++) rowScale[i] = 1.0 / owner[i];
+    factors = {rowScale, ownerColumn};
+    w->matrixForm = FORM_UNSCALED;
+  } else if (scaleInside) {
+    factors = ownFactors(w, copy);
+    if (factors.row) {
+      for (int i = 1; i <= w->m; i++) w->varScale[i] = 1.0 / factors.row[i - 1];
+      for (int j = 1; j <= w->n; j++) w->varScale[w->m + j] = factors.column[j - 1];
+      w->scaled = 1;
+      w->matrixForm = FORM_SCALED;
+      return factors;
+    }
+  }
+  for (int k = 1; k <= w->total; k++) w->varScale[k] = 1.0;
+  return factors;
+}
+
+template <class T> void fresh(T **block, int64_t count) {
+  qrt_free(*block);
+  *block = nullptr;
+  *block = static_cast<T *>(guardedAllocate(count, int64_t(sizeof(T))));
+}
+
+// The matrix in solver form, by columns and by rows, into the kept record.
+void makeMatrix(SimplexWork *w, KeptSolve *kept, const QRTMatrixCopy *copy, const ElementFactors &factors) {
+  const int64_t elements = copy->starts[w->n];
+  kept->matrixForm = FORM_NONE;
+  fresh(&kept->colStart, int64_t(w->n) + 2);
+  fresh(&kept->colRow, elements + 1);
+  fresh(&kept->colValue, elements + 1);
+  fresh(&kept->rowStart, int64_t(w->m) + 2);
+  fresh(&kept->rowVar, elements + 1);
+  fresh(&kept->rowValue, elements + 1);
+  int32_t *start = kept->colStart, *row = kept->colRow, *rowStart = kept->rowStart, *rowVar = kept->rowVar;
+  double *value = kept->colValue, *rowValue = kept->rowValue;
+  int *next = array<int>(w, w->m + 1);
+  start[0] = 0;
+  for (int j = 0; j < w->n; j++) {
+    start[j + 1] = copy->starts[j];
     for (int e = copy->starts[j]; e < copy->starts[j + 1]; e++) {
       const int i = copy->indices[e];
       row[e] = i + 1;
-      value[e] = copy->elements[e] * rowScale[i] * columnScale[j];
-      rowStart[i + 1]++;
+      value[e] = factors.row ? copy->elements[e] * factors.row[i] * factors.column[j] : copy->elements[e];
+      next[i + 1]++;
     }
+  }
+  start[w->n + 1] = int(elements);
   int position = 0;
+  rowStart[0] = 0;
   for (int i = 1; i <= w->m; i++) {
-    const int count = rowStart[i];
     rowStart[i] = position;
-    position += count;
+    position += next[i];
+    next[i] = rowStart[i];
   }
   rowStart[w->m + 1] = position;
-  int *next = array<int>(w, w->m);
-  for (int i = 1; i <= w->m; i++) next[i] = rowStart[i];
   for (int j = 1; j <= w->n; j++)
     for (int e = start[j]; e < start[j + 1]; e++) {
       const int p = next[row[e]]++;
       rowVar[p] = w->m + j;
       rowValue[p] = value[e];
     }
-  w->colStart = start;
-  w->colRow = row;
-  w->colValue = value;
-  w->rowStart = rowStart;
-  w->rowVar = rowVar;
-  w->rowValue = rowValue;
-  w->matrixElements = elements;
+  kept->matrixM = w->m;
+  kept->matrixN = w->n;
+  kept->matrixVersion = w->model->matrixVersion;
+}
+
+void loadMatrix(SimplexWork *w, int scaleInside) {
+  const QRTMatrixCopy *copy = currentColumnCopy(w->model);
+  const ElementFactors factors = setScales(w, copy, scaleInside);
+  KeptSolve *kept = keptSolve(w->model);
+  // A compressed model is another one at each solve, under the version of the whole.
+  const bool passing = w->matrixForm == FORM_UNSCALED || w->model->compression;
+  if (passing || kept->matrixForm != w->matrixForm || kept->matrixM != w->m || kept->matrixN != w->n || kept->matrixVersion != w->model->matrixVersion) {
+    makeMatrix(w, kept, copy, factors);
+    kept->matrixForm = passing ? FORM_NONE : w->matrixForm;
+  }
+  w->colStart = kept->colStart;
+  w->colRow = kept->colRow;
+  w->colValue = kept->colValue;
+  w->rowStart = kept->rowStart;
+  w->rowVar = kept->rowVar;
+  w->rowValue = kept->rowValue;
+  w->matrixElements = copy->starts[w->n];
 }
 
 uint32_t swapSides(uint32_t side) {

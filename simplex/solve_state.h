@@ -191,6 +191,14 @@ struct SimplexWork {
   double *shift;             // [1..total] while perturbed: bounds were widened by this on both sides
   double *y;                 // [1..m] row multipliers of the last recomputation
 
+  // ---- what is kept between solves (kept_solve.h)
+  int matrixForm;            // MatrixForm of the matrix above
+  int ownsArena;             // 1: work memory comes from the shared block
+  int iterated;              // 1: a loop has run
+  int acceptedUpdates;       // updates the factor carries that a check has borne out; more of them make it stale
+  int valuesChecked;         // 1: nothing has moved since the last check
+  int nothingLeft;           // 1: the loop left because it found no candidate, at a factor with updates
+
   // ---- the driver's own
   SparseVector rhs, multipliers;  // work, empty between uses
   int *basisCopy;                 // [0..m-1] the basis while a factorisation orders it anew
