@@ -38,6 +38,28 @@ void announceEntry(QRTModel *model) {
   qrtmesg_no(MSG_ENTERING);
 }
 
+// A repeated dual keeps the model down between its calls. Another call is refused, and if the limits of the message let it
+// go on all the same, it ends the repeated dual, so that it finds the model as every call does.
+void refuseWhileDown(QRTModel *model, const char *routine) {
+  static const char *const allowed[] = {"qrt_fastDualSimplex", "qrt_stopFastDualSimplex", "qrt_deleteModel"};
+  for (const char *name : allowed)
+    if (strcmp(routine, name) == 0) return;
+  model->fastDual = 0;
+  qrtlplp.Imaxiter = model->fastDualLimit;
+  if (model->dual && model->dualSignFlip)
+    for (int i = 0; i < model->Inumrows; ++i) model->dual[i] = -model->dual[i];
+  qrt_up(model, 0);
+  // The frame of the call is not armed yet.
+  messageC(8, routine);
+  JumpFrame frame;
+  jumpFrame_save(&frame, model);
+  if (setjmp(qrtaixb) == 0) {
+    jumpFrame_arm(&frame);
+    qrtmesg_no_i4(MSG_BAD_PARAMETER, 1, 1, 0, 0);
+  }
+  jumpFrame_restore(&frame);
+}
+
 bool entryMessageOn(const QRTModel *model) {
   return model->messageControl && model->messageControl[MSG_ENTERING].maxprt != 0;
 }
@@ -69,6 +91,7 @@ void qrt_enter(QRTModel *model, const char *routine, int level) {
     abort();
   }
   if (!(model->modelFlags & MODEL_MOVING)) qrt_makeThisCurrent(model);
+  if (model->fastDual == 1) refuseWhileDown(model, routine);
   if (model->entryDepth == 0) {
     messageC(8, routine);
     qrterr.severitySummary = 0;

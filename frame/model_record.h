@@ -145,6 +145,8 @@ struct QRTModel {
   int32_t matrixVersion;   // grows with every change of the matrix
   int32_t matrixScaled;    // 1: stored elements are multiplied by scales[i] / scales[Imaxrows + j]
   struct ByteStream *presolveStream; // in memory: what postsolve needs of the last presolve, or null; owned
+  int32_t fastDual;        // 1 between the calls of a repeated dual: the model stays down; 2 within one
+  int32_t fastDualLimit;   // Imaxiter before it
   struct CompressInfo *compression;  // what the model was before it was compressed, null while it is whole
   struct IdiotInfo *idiotInfo;       // options of the idiot crash, null before its first use; guarded
 };

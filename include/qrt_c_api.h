@@ -745,6 +745,24 @@ QRT_API int qrt_dualSimplex(QRTModel *model, int mode);
 /** @brief Simplex method, the library choosing the algorithm. @param mode as for qrt_primalSimplex().
  *  @return as qrt_primalSimplex(). */
 QRT_API int qrt_eitherSimplex(QRTModel *model, int mode);
+/** @brief Prepares many short dual re-solves from the present basis: factorises it, checks it (Iprobstat 0 when it is optimal,
+ *  else 3) and saves it. Until qrt_stopFastDualSimplex() bounds and objective are changed through rim pointers taken before
+ *  this call (qrt_collower() and the like); control getters, qrt_fastDualSimplex() and qrt_stopFastDualSimplex() are the only calls
+ *  allowed, any other gives message 149 for parameter 1 and ends the repeated dual.
+ *  @param iterations allowance of each re-solve, at least 0.  @return 0, 11 out of memory, 32 numerical failure. */
+QRT_API int qrt_startFastDualSimplex(QRTModel *model, int iterations);
+/** @brief One dual re-solve from the basis that qrt_startFastDualSimplex() saved, whatever the one before left. Iiternum comes back
+ *  to its value on entry. Solution, duals and status words are read through rim pointers.
+ *  @return as qrt_primalSimplex(); 32 without a start. */
+QRT_API int qrt_fastDualSimplex(QRTModel *model);
+/** @brief Ends it: what was saved is freed, Imaxiter is again what it was. The model keeps the solution of the last re-solve.
+ *  @return 0, 32 without a start. */
+QRT_API int qrt_stopFastDualSimplex(QRTModel *model);
+/** @brief User exit of the simplex iterations, every Iiterufreq of them and before each pass, for models without a call-back
+ *  of qrt_registerItruCallBack(). The library's own does nothing; a program that defines a function of this name replaces it.
+ *  @param status in: the running Iprobstat; out: the same to go on, 3 to stop, 99 to end the pass; any other value
+ *  gives message 173 and the solve goes on.  @param code 1 within a pass, 3 before a primal pass, 4 before a dual one. */
+QRT_API void QRTITRU(int *status, int code);
 /** @brief User exit of the primal simplex, called for every choice of a leaving variable. The library's own does
  *  nothing; a program that defines a function of this name replaces it and may change the choice. The answer is
  *  checked: a row without a pivot, or a bound that is not there, gives message 173 and the library's choice stands.

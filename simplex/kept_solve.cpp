@@ -24,6 +24,7 @@ KeptSolve *keptSolve(QRTModel *model) {
 
 void releaseFactor(void *record) {
   KeptSolve *kept = static_cast<KeptSolve *>(record);
+  qrt_freeFactor(kept);
   factor_free(kept->factor);
   void *const blocks[] = {kept->basis, kept->colStart, kept->colRow, kept->rowStart, kept->rowVar, kept->colValue, kept->rowValue};
   for (void *block : blocks) qrt_free(block);

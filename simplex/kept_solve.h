@@ -25,6 +25,7 @@ struct KeptSolve {
   int32_t matrixM, matrixN, matrixVersion, matrixForm;  // stamp; matrixForm 0: not made
   int32_t *colStart, *colRow, *rowStart, *rowVar;       // owned, guarded
   double *colValue, *rowValue;
+  struct SavedFactor *saved;  // of a repeated dual (fast_dual.cpp), null outside one; owned
 };
 
 // How the elements inside differ from those stored.
@@ -39,6 +40,8 @@ enum MatrixForm : int32_t {
 KeptSolve *keptSolve(QRTModel *model);
 // Frees it with all it holds; after a jump out of a solve nothing in it can be trusted.
 void keptSolve_drop(QRTModel *model);
+// Frees what a repeated dual has saved (fast_dual.cpp).
+void qrt_freeFactor(KeptSolve *kept);
 
 // Takes over the kept factor with its order of the basis when it is that of the basic variables in `flags`; false: there is
 // none that fits.

@@ -13,8 +13,13 @@ constexpr double RESIDUAL_TO_TELL = 1.0e-5;
 constexpr double RESIDUAL_LOST = 0.01;
 constexpr double REFINE_ABOVE = 1.0e-10;
 
+// A factor that carries updates gives values that depend on the way to the basis; refined once they agree with those of a
+// new factor to rounding. Cuts made of them would else differ a little each time, and a master full of nearly equal
+// rows has no good basis.
+bool refineAnyway(const SimplexWork *w, int round) { return round == 0 && w->factor->updateCount > 0; }
+
 // r := -(A x + s) over all variables, into the empty vector `r`; returns the largest element.
-double rowResidual(SimplexWork *w, SparseVector *r) {
+double rowResidual(SimplexWork *w, SparseVector *r, double noise) {
   double *value = r->value;
   for (int i = 1; i <= w->m; i++) value[i] = -w->value[i];
   for (int j = 1; j <= w->n; j++) {
@@ -26,7 +31,7 @@ double rowResidual(SimplexWork *w, SparseVector *r) {
   double largest = 0.0;
   for (int i = 1; i <= w->m; i++) {
     const double size = std::fabs(value[i]);
-    if (size <= RESIDUAL_NOISE) value[i] = 0.0;
+    if (size <= noise) value[i] = 0.0;
     else if (!(size <= largest)) largest = size;  // a NaN counts as large
   }
   return largest;
@@ -45,14 +50,14 @@ void recomputeBasics(SimplexWork *w, bool keep) {
   SparseVector *r = &w->rhs;
   if (!keep) {
     for (int i = 1; i <= w->m; i++) w->value[w->list[i]] = 0.0;
-    rowResidual(w, r);
+    rowResidual(w, r, RESIDUAL_NOISE);
     qrtftrn(w->factor, r, SOLVE_RHS);
     addToBasics(w, r);
   }
   double largest = 0.0;
   for (int round = 0; round < 3; round++) {
-    largest = rowResidual(w, r);
-    if (!(largest > REFINE_ABOVE) || round == 2 || !(largest < 1.0e30)) {
+    largest = rowResidual(w, r, refineAnyway(w, round) ? 0.0 : RESIDUAL_NOISE);
+    if (!(largest > (refineAnyway(w, round) ? 0.0 : REFINE_ABOVE)) || round == 2 || !(largest < 1.0e30)) {
       sparseVector_clear(r);
       break;
     }
@@ -223,7 +228,7 @@ void recomputeDuals(SimplexWork *w, double costWeight, double infeasibilityWeigh
   solveMultipliers(w, costWeight, infeasibilityWeight, w->y);
   SparseVector *off = &w->multipliers;
   double largest = largestBasicDj(w, costWeight, infeasibilityWeight, w->y, off);
-  if (largest > REFINE_ABOVE && largest < 1.0e30) {
+  if (largest > (refineAnyway(w, 0) ? 0.0 : REFINE_ABOVE) && largest < 1.0e30) {
     const double scale = 1.0 / largest;
     for (int i = 1; i <= w->m; i++) off->value[i] *= scale;
     qrtbtrn(w->factor, off, SOLVE_DUALS);

@@ -33,6 +33,8 @@ void finalReport(const SimplexWork *w) {
   }
 }
 
+// Weak: a program that defines a function of this name is called instead. It changes nothing.
+extern "C" __attribute__((weak)) void QRTITRU(int *status, int code) { (void)status, (void)code; }
 
 namespace {
 
@@ -44,12 +46,15 @@ int callBack(SimplexWork *w, int code) {
     saved = qrterr;
     qrt_swapCommons(model, nullptr);
     const int answer = model->callbacks.itru(model, qrtlplp.Iprobstat, code);
+    qrt_makeThisCurrent(model);  // it may have worked on another model
     const int32_t summary = qrterr.severitySummary;
     qrterr = saved;
     qrterr.severitySummary = summary > saved.severitySummary ? summary : saved.severitySummary;
     return answer;
   }
-  return qrtlplp.Iprobstat;
+  int status = qrtlplp.Iprobstat;
+  QRTITRU(&status, code);
+  return status;
 }
 
 }  // namespace

@@ -13,6 +13,13 @@
 #include "certificate_model.h"
 #include "qrt_c_api.h"
 
+// The exit of this program.
+static int classicAnswer = -2, classicCalls = 0;  // -2: the status as it is
+extern "C" void QRTITRU(int *status, int code) {
+  classicCalls += code != 0;
+  if (classicAnswer != -2) *status = classicAnswer;
+}
+
 namespace {
 
 constexpr double INF = 1.0e31;
@@ -549,6 +556,20 @@ TEST_F(Simplex, IterationExit) {
     EXPECT_EQ(0, calls);
     heard.clear();
   }
+}
+
+// The exit by name, for programs without call-backs: a call-back comes before it.
+TEST_F(Simplex, IterationExitByName) {
+  double v;
+  QRTModel *q = load(known(90, 200, 47, &v));
+  qrt_setIiterufreq(q, 1);
+  classicAnswer = 3, classicCalls = 0;
+  ASSERT_EQ(0, qrt_primalSimplex(q, 1));
+  classicAnswer = -2;
+  EXPECT_EQ(3, qrt_getIprobstat(q));
+  EXPECT_EQ(1, classicCalls);
+  solveTo(q, v);
+  EXPECT_GT(classicCalls, 10);
 }
 
 TEST_F(Simplex, ControlsComeBack) {
