@@ -34,6 +34,11 @@ int qrtse_decomposeCutByRowSize(QRTStoch *stoch, int minNumRows) {
 int qrtse_decomposeCutByNodeSize(QRTStoch *stoch, int maxsubmodels) {
   return framed(stoch, __func__, -1, [=] { return qrts_decompose2CutByNodeSize(stoch, maxsubmodels, 0); });
 }
+QRTStoch **qrts_getSubmodels(QRTStoch *stoch) {
+  QRTStoch **models = qrts_CEnter(stoch, __func__) > 0 ? nullptr : qrts_get2Submodels(stoch);
+  flushLogs();
+  return models;
+}
 int qrts_bendersLSolve(QRTStoch *stoch, int mode) {
   return framed(stoch, __func__, 1, [=] { return qrts_benders2LSolve(stoch, mode); });
 }

@@ -108,12 +108,6 @@ int qrts_getCoreNumcols(QRTStoch *stoch) { QRTS_FORWARD(stoch, 2, qrts_get2CoreN
 int qrts_getNumrowsAtStage(QRTStoch *stoch, int stage) { QRTS_FORWARD(stoch, 2, qrts_get2NumrowsAtStage(stoch, stage)); }
 int qrts_getNumcolsAtStage(QRTStoch *stoch, int stage) { QRTS_FORWARD(stoch, 2, qrts_get2NumcolsAtStage(stoch, stage)); }
 
-QRTStoch **qrts_getSubmodels(QRTStoch *stoch) {
-  if (qrts_CEnter(stoch, __func__) > 0) return leave(static_cast<QRTStoch **>(nullptr));
-  if (stoch->nSubmodels > 0 && stoch->submodels) return leave(stoch->submodels);
-  printf(" Warning !  No decomposed submodels are present. \n");
-  return leave(static_cast<QRTStoch **>(nullptr));
-}
 int qrts_getNsubmodels(QRTStoch *stoch) { return handleLives(stoch) ? stoch->nSubmodels : -1; }
 
 QRTTree *qrts_createScenarioTree(const int *events, int nStages, int maxSamples, double probability) {
