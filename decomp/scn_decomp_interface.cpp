@@ -4,16 +4,9 @@
 
 #include "decomp/scn_benders.h"
 #include "decomp/scn_parametric.h"
-#include "frame/messages.h"
+#include "stoch/scn_entry.h"
 
 namespace {
-template <class Call> int framed(QRTStoch *stoch, const char *function, int sign, Call call) {
-  const int frame = qrts_CEnter(stoch, function);
-  const int result = frame > 0 ? sign * frame : call();
-  flushLogs();
-  return result;
-}
-
 void replaceText(char **text, const char *with) {
   free(*text);
   *text = nullptr;
@@ -26,31 +19,29 @@ void replaceText(char **text, const char *with) {
 extern "C" {
 
 int qrtse_decomposeCutAtStage(QRTStoch *stoch, int stage) {
-  return framed(stoch, __func__, -1, [=] { return qrts_decompose2CutAtStage(stoch, stage, 0); });
+  return framed(stoch, __func__, -2, [=] { return qrts_decompose2CutAtStage(stoch, stage, 0); });
 }
 int qrtse_decomposeCutByRowSize(QRTStoch *stoch, int minNumRows) {
-  return framed(stoch, __func__, -1, [=] { return qrts_decompose2CutByRowSize(stoch, minNumRows, 0); });
+  return framed(stoch, __func__, -2, [=] { return qrts_decompose2CutByRowSize(stoch, minNumRows, 0); });
 }
 int qrtse_decomposeCutByNodeSize(QRTStoch *stoch, int maxsubmodels) {
-  return framed(stoch, __func__, -1, [=] { return qrts_decompose2CutByNodeSize(stoch, maxsubmodels, 0); });
+  return framed(stoch, __func__, -2, [=] { return qrts_decompose2CutByNodeSize(stoch, maxsubmodels, 0); });
 }
 QRTStoch **qrts_getSubmodels(QRTStoch *stoch) {
-  QRTStoch **models = qrts_CEnter(stoch, __func__) > 0 ? nullptr : qrts_get2Submodels(stoch);
-  flushLogs();
-  return models;
+  return framed(stoch, __func__, static_cast<QRTStoch **>(nullptr), [=] { return qrts_get2Submodels(stoch); });
 }
 int qrts_bendersLSolve(QRTStoch *stoch, int mode) {
-  return framed(stoch, __func__, 1, [=] { return qrts_benders2LSolve(stoch, mode); });
+  return framed(stoch, __func__, 2, [=] { return qrts_benders2LSolve(stoch, mode); });
 }
 int qrtse_solveParametricModel(QRTStoch *stoch, double *parobj, double *parrowlower, double *parrowupper, double *parcollower,
                                double *parcolupper, int mask, int (*fn)(QRTModel *model)) {
   const ParametricDirection direction = {parobj, parrowlower, parrowupper, parcollower, parcolupper};
-  return framed(stoch, __func__, 1, [=] { return qrts_Cspar(stoch, direction, mask, fn); });
+  return framed(stoch, __func__, 2, [=] { return qrts_Cspar(stoch, direction, mask, fn); });
 }
 int qrts_solveParametricCoreModel(QRTStoch *stoch, double *cdelta, double *lrdelta, double *urdelta, double *lcdelta,
                                   double *ucdelta, int mask, int (*fn)(QRTModel *model)) {
   const ParametricDirection core = {cdelta, lrdelta, urdelta, lcdelta, ucdelta};
-  return framed(stoch, __func__, 1, [=] { return qrts_CsparCore(stoch, core, mask, fn); });
+  return framed(stoch, __func__, 2, [=] { return qrts_CsparCore(stoch, core, mask, fn); });
 }
 void qrts_setCycleCallBack(QRTStoch *stoch, QRTSCycleCallBack callback, void *data) {
   if (!handleLives(stoch)) return;

@@ -33,9 +33,7 @@ int qrts_copySdata(QRTStoch *target, QRTStoch *source) {
   freshStore(target, from);
   char *name = recordFile_temporaryName();
   if (name == nullptr) {
-    messageC(1, "/tmp");
-    stochMessage(MSG_SAVE_FAILED);
-    return 2;
+    return severe(MSG_SAVE_FAILED, "/tmp");
   }
   const int written = qrts_write3NativeData(source, name);
   if (written >= 2) {
@@ -107,22 +105,13 @@ static bool copyLists(QRTStoch *target, const QRTStoch *source) {
 }
 
 static void copySettings(QRTStoch *target, const QRTStoch *source) {
+  solverOptions_assign(target, source);
   target->nSubmodels = -1;  // the submodels themselves stay with the source
   target->masterModel = source->masterModel;
   target->ifParallel = source->ifParallel;
-  target->ifDebug = source->ifDebug;
   target->cutperiod = source->cutperiod;
   target->minNumRows = source->minNumRows;
   target->maxsubmodels = source->maxsubmodels;
-  target->maxiter = source->maxiter;
-  target->ifScale = source->ifScale;
-  target->ifPresolve = source->ifPresolve;
-  target->ifCrash = source->ifCrash;
-  target->alg = source->alg;
-  target->ifLargeBounds = source->ifLargeBounds;
-  target->optmaxmin = source->optmaxmin;
-  target->reloptgap = source->reloptgap;
-  target->gapAsked = source->gapAsked;
   target->ifFinalSimplex = source->ifFinalSimplex;
   target->robjvalue = source->robjvalue;
   target->lenient = source->lenient;

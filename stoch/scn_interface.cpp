@@ -4,26 +4,13 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "frame/messages.h"
-#include "stoch/scn_object.h"
+#include "stoch/scn_entry.h"
 #include "stoch/scn_sampling.h"
 #include "stoch/scn_smps.h"
 #include "stoch/scn_smps_writer.h"
 
-namespace {
-// Every framed call ends here: its lines reach the log before the caller goes on.
-template <class T> T leave(T result) {
-  flushLogs();
-  return result;
-}
-}  // namespace
-
 // A forwarder with the usual frame: `failure` for a bad handle, else what the worker returns.
-#define QRTS_FORWARD(stoch, failure, call) \
-  do {                                     \
-    if (qrts_CEnter((stoch), __func__) > 0) return leave(failure); \
-    return leave(call);                    \
-  } while (0)
+#define QRTS_FORWARD(stoch, failure, call) return framed((stoch), __func__, (failure), [=] { return call; })
 
 extern "C" {
 
@@ -60,23 +47,24 @@ int qrtse_copyCurrentModel(QRTStoch *stoch, QRTModel *target) {
 }
 
 int qrts_readSMPSData(QRTStoch *stoch, const char *core, const char *time, const char *sto) {
-  if (qrts_CEnter(stoch, __func__) > 0) return leave(-1);
-  if (stoch->ifDebug) qrts_debug("-1qrts_read2SMPSData");
-  return leave(qrts_read2SMPSData(stoch, core, time, sto));
+  return framed(stoch, __func__, -1, [=] {
+    if (stoch->ifDebug) qrts_debug("-1qrts_read2SMPSData");
+    return qrts_read2SMPSData(stoch, core, time, sto);
+  });
 }
 int qrts_createCore(QRTStoch *stoch, int nStages, const int *rowStages, const int *colStages, int nRows, int nCols,
                     int nElements, const double *objective, const double *rowLower, const double *rowUpper,
                     const double *colLower, const double *colUpper, const int *rows, const int *cols,
                     const double *elements, ...) {
-  if (qrts_CEnter(stoch, __func__) > 0) return leave(2);
   const double *quadDiagonal = nullptr;
-  if (stoch->sdata && stoch->sdata->core && stoch->sdata->core->problemType == 2) {
+  if (handleLives(stoch) && stoch->sdata && stoch->sdata->core && stoch->sdata->core->problemType == 2) {
     va_list more;
     va_start(more, elements);
     quadDiagonal = va_arg(more, const double *);
     va_end(more);
   }
-  return leave(qrts_Ccore(stoch, nStages, rowStages, colStages, nRows, nCols, nElements, objective, rowLower, rowUpper,
+  QRTS_FORWARD(stoch, 2,
+               qrts_Ccore(stoch, nStages, rowStages, colStages, nRows, nCols, nElements, objective, rowLower, rowUpper,
                           colLower, colUpper, rows, cols, elements, quadDiagonal));
 }
 int qrts_addScenario(QRTStoch *stoch, int scenario, int ancestor, int stage, double probability, int notRead, int nRows,
@@ -88,9 +76,10 @@ int qrts_addScenario(QRTStoch *stoch, int scenario, int ancestor, int stage, dou
                           rowLower, rowUpper, colLower, colUpper, rows, cols, elements, replace));
 }
 int qrts_setCoreProblemType(QRTStoch *stoch, int type) {
-  if (qrts_CEnter(stoch, __func__) > 0) return leave(2);
-  if (stoch->sdata && stoch->sdata->core) stoch->sdata->core->problemType = type;
-  return leave(0);
+  return framed(stoch, __func__, 2, [=] {
+    if (stoch->sdata && stoch->sdata->core) stoch->sdata->core->problemType = type;
+    return 0;
+  });
 }
 int qrts_readNativeData(QRTStoch *stoch, const char *file) { QRTS_FORWARD(stoch, 2, qrts_read2NativeData(stoch, file, 1, 0)); }
 int qrts_writeNativeData(QRTStoch *stoch, const char *file) { QRTS_FORWARD(stoch, 2, qrts_write2NativeData(stoch, file)); }
@@ -112,21 +101,17 @@ int qrts_getNsubmodels(QRTStoch *stoch) { return handleLives(stoch) ? stoch->nSu
 
 QRTTree *qrts_createScenarioTree(const int *events, int nStages, int maxSamples, double probability) {
   QRTTree *tree = qrttree_Cinit(events, nStages, maxSamples, probability);
-  if (qrts_CTreeEnter(tree, __func__) > 0) return leave(static_cast<QRTTree *>(nullptr));
-  return leave(tree);
+  return framedTree(tree, __func__, static_cast<QRTTree *>(nullptr), [=] { return tree; });
 }
 int qrts_addEventToTree(QRTTree *tree, const int *events, int nStages, double probability) {
-  if (qrts_CTreeEnter(tree, __func__) > 0) return leave(2);
-  return leave(qrttree_Cadd(tree, events, nStages, probability));
+  return framedTree(tree, __func__, 2, [=] { return qrttree_Cadd(tree, events, nStages, probability); });
 }
 int qrts_getScenarioFromTree(QRTTree *tree, int index, int *ancestor, int *stage, double *probability, int *number,
                              int **events) {
-  if (qrts_CTreeEnter(tree, __func__) > 0) return leave(2);
-  return leave(qrttree_Cget(tree, index, ancestor, stage, probability, number, events));
+  return framedTree(tree, __func__, 2, [=] { return qrttree_Cget(tree, index, ancestor, stage, probability, number, events); });
 }
 int qrts_deleteTree(QRTTree *tree) {
-  if (qrts_CTreeEnter(tree, __func__) > 0) return leave(2);
-  return leave(qrts_delete2Tree(tree));
+  return framedTree(tree, __func__, 2, [=] { return qrts_delete2Tree(tree); });
 }
 
 }  // extern "C"

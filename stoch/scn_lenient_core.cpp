@@ -61,17 +61,24 @@ int strayOfCard(Section section, const char *line, const Field *tokens, int n) {
   return -1;
 }
 
+// The tokens of the next card that is neither blank nor a comment; 0 at the end of the file.
+int nextTokens(SmpsReader *reader, Field *tokens) {
+  while (textFile_next(&reader->file)) {
+    if (reader->file.length == 0 || reader->file.line[0] == '*') continue;
+    const int n = cutByBlanks(reader->file.line, reader->file.length, tokens, TOKENS);
+    if (n > 0) return n;
+  }
+  return 0;
+}
+
 // Notes every straying of the file; true when it must be rewritten.
 bool scanCore(SmpsReader *reader, bool isFree) {
   Section section = NONE;
   bool strays = false;
-  while (section != ENDATA && textFile_next(&reader->file)) {
+  Field tokens[TOKENS];
+  for (int n; section != ENDATA && (n = nextTokens(reader, tokens)) > 0;) {
     const char *line = reader->file.line;
     const int length = reader->file.length;
-    if (length == 0 || line[0] == '*') continue;
-    Field tokens[TOKENS];
-    const int n = cutByBlanks(line, length, tokens, TOKENS);
-    if (n == 0) continue;
     int stray = -1;
     const bool tabs = line == reader->file.untabbed;
     if (line[0] != ' ') {
@@ -156,13 +163,9 @@ bool putCard(FILE *out, Section section, const Field *tokens, int n) {
 // Writes the file again in free format; false when a card cannot be split with certainty.
 bool rewriteCore(SmpsReader *reader, FILE *out) {
   Section section = NONE;
-  while (section != ENDATA && textFile_next(&reader->file)) {
+  Field tokens[TOKENS];
+  for (int n; section != ENDATA && (n = nextTokens(reader, tokens)) > 0;) {
     const char *line = reader->file.line;
-    const int length = reader->file.length;
-    if (length == 0 || line[0] == '*') continue;
-    Field tokens[TOKENS];
-    const int n = cutByBlanks(line, length, tokens, TOKENS);
-    if (n == 0) continue;
     if (line[0] == ' ') {
       if (section > NAME && !putCard(out, section, tokens, n)) return false;
       continue;

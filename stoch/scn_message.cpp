@@ -17,6 +17,12 @@ void stochMessage(int index) {
   qrtmesg_no(index);
 }
 
+int severe(int index, const char *text) {
+  messageC(1, text);
+  stochMessage(index);
+  return 2;
+}
+
 void qrts_endProcess(int code) {
   flushLogs();
   std::fflush(stdout);

@@ -17,12 +17,6 @@ static void announce(const char *what, const char *file) {
 
 // ---- saving under a name ------------------------------------------------------------------------------------
 
-static int saveFault(const char *file) {
-  messageC(1, file);
-  stochMessage(MSG_SAVE_FAILED);
-  return 2;
-}
-
 static bool storable(const QRTStoch *stoch, const char *file, const char *caller) {
   if (stoch->sdata != nullptr && stoch->sdata->file != nullptr && file != nullptr && file[0] != '\0') return true;
   messageC(1, "STOCH");
@@ -45,7 +39,7 @@ static int writeTable(StochData *sdata, const char *file) {
 // without removing what it points to, before the new one opens it.
 static int moveStore(StochData *sdata, const char *file) {
   static const char *const name = "qrts_write2NativeData";
-  if (recordFile_move(sdata->file->name, file) != 0) return saveFault(file);
+  if (recordFile_move(sdata->file->name, file) != 0) return severe(MSG_SAVE_FAILED, file);
   recordFile_setDisposition(sdata->file, "SAVE");
   RecordFile *old = sdata->file;
   sdata->file = nullptr;
@@ -54,32 +48,22 @@ static int moveStore(StochData *sdata, const char *file) {
   return 0;
 }
 
-int qrts_write2NativeData(QRTStoch *stoch, const char *file) {
-  if (!storable(stoch, file, "qrts_write2NativeData")) return 2;
-  if (stoch->ownsData == 0) {
-    const int rc = qrts_copySdata2newfile(stoch, file);
-    announce("Copying stochastic data to", file);
-    return rc;
-  }
+// With `goOn` the store works on in the file of that name, else the file is a copy.
+static int writeUnderName(QRTStoch *stoch, const char *file, const char *caller, bool goOn) {
+  if (!storable(stoch, file, caller)) return 2;
+  const bool shared = stoch->ownsData == 0;
+  const int copied = shared ? qrts_copySdata2newfile(stoch, file) : 0;
   announce("Copying stochastic data to", file);
+  if (shared) return copied;
   if (writeTable(stoch->sdata, file) != 0) return 1;
-  if (std::strcmp(file, stoch->sdata->file->name) != 0) return moveStore(stoch->sdata, file);
-  recordFile_setDisposition(stoch->sdata->file, "SAVE");
-  return 0;
+  const bool elsewhere = std::strcmp(file, stoch->sdata->file->name) != 0;
+  if (goOn && elsewhere) return moveStore(stoch->sdata, file);
+  if (goOn) recordFile_setDisposition(stoch->sdata->file, "SAVE");
+  return goOn || !elsewhere || qrts_copyFile(stoch->sdata->file->name, file) == 0 ? 0 : severe(MSG_SAVE_FAILED, file);
 }
 
-int qrts_write3NativeData(QRTStoch *stoch, const char *file) {
-  if (!storable(stoch, file, "qrts_write3NativeData")) return 2;
-  if (stoch->ownsData == 0) {
-    const int rc = qrts_copySdata2newfile(stoch, file);
-    announce("Copying stochastic data to", file);
-    return rc;
-  }
-  announce("Copying stochastic data to", file);
-  if (writeTable(stoch->sdata, file) != 0) return 1;
-  if (std::strcmp(file, stoch->sdata->file->name) == 0) return 0;
-  return qrts_copyFile(stoch->sdata->file->name, file) == 0 ? 0 : saveFault(file);
-}
+int qrts_write2NativeData(QRTStoch *stoch, const char *file) { return writeUnderName(stoch, file, "qrts_write2NativeData", true); }
+int qrts_write3NativeData(QRTStoch *stoch, const char *file) { return writeUnderName(stoch, file, "qrts_write3NativeData", false); }
 
 // ---- a new file from a store that does not own its own ------------------------------------------------------
 
@@ -149,5 +133,5 @@ int qrts_copySdata2newfile(QRTStoch *stoch, const char *file) {
   std::free(moved);
   recordFile_save(name, to);
   qrts_VRFileFree(name, to);
-  return endCopy(0) == 0 ? 0 : saveFault(file);
+  return endCopy(0) == 0 ? 0 : severe(MSG_SAVE_FAILED, file);
 }

@@ -38,8 +38,9 @@ void qrts_deleteSubmodels(QRTStoch *stoch);
 // Deletes every object whose base model belongs to the context, which is about to take that model away.
 void qrts_deleteObjectsOf(QRTContext *context);
 
-// Nine solver options from source to target.
+// Nine solver options from source to target; the first traces them while the source's debug is on.
 void qrts_copy2SolverOptions(QRTStoch *target, const QRTStoch *source);
+void solverOptions_assign(QRTStoch *target, const QRTStoch *source);
 
 // Models that are silent about their entries unless debug is set, with the controls, the message limits and the log of
 // `source`, but without its rows and columns. Without a source the second takes the context's base model.

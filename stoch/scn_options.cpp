@@ -40,9 +40,7 @@ void printOptions(const char *when, const QRTStoch *source, const QRTStoch *targ
 
 }  // namespace
 
-void qrts_copy2SolverOptions(QRTStoch *target, const QRTStoch *source) {
-  const bool trace = source->ifDebug != 0;
-  if (trace) printOptions("\n ****************** Before **********************  ", source, target);
+void solverOptions_assign(QRTStoch *target, const QRTStoch *source) {
   target->maxiter = source->maxiter;
   target->ifDebug = source->ifDebug;
   target->ifScale = source->ifScale;
@@ -53,6 +51,12 @@ void qrts_copy2SolverOptions(QRTStoch *target, const QRTStoch *source) {
   target->optmaxmin = source->optmaxmin;
   target->reloptgap = source->reloptgap;
   target->gapAsked = source->gapAsked;
+}
+
+void qrts_copy2SolverOptions(QRTStoch *target, const QRTStoch *source) {
+  const bool trace = source->ifDebug != 0;
+  if (trace) printOptions("\n ****************** Before **********************  ", source, target);
+  solverOptions_assign(target, source);
   if (trace) printOptions("\n ****************** After **********************   ", source, target);
 }
 

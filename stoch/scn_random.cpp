@@ -7,12 +7,6 @@
 
 namespace {
 
-int severe(int index, const char *text) {
-  messageC(1, text);
-  stochMessage(index);
-  return 2;
-}
-
 struct VariableStart {
   int type, stage;
   int firstRealisation;     // from 0

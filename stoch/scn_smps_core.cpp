@@ -12,9 +12,8 @@
 
 namespace {
 
-int severe(int index, const char *text) {
-  messageC(1, text);
-  stochMessage(index);
+int refused(int index, const char *text) {
+  severe(index, text);
   return -1;
 }
 
@@ -27,14 +26,14 @@ void refuseSecondReading() {
 
 // The core's NAME card; 0, or -1 after a message.
 int readNameCard(SmpsReader *reader, const char *coreFile, bool *isFree) {
-  if (!textFile_open(&reader->file, coreFile, reader->lenient)) return severe(MSG_CANNOT_READ, coreFile ? coreFile : "");
+  if (!textFile_open(&reader->file, coreFile, reader->lenient)) return refused(MSG_CANNOT_READ, coreFile ? coreFile : "");
   int rc = RC_OK;
   qrtstofcof(&rc, reader, isFree);
   textFile_close(&reader->file);
-  if (rc == RC_END_OF_FILE) return severe(MSG_PREMATURE_END, "CORE");
+  if (rc == RC_END_OF_FILE) return refused(MSG_PREMATURE_END, "CORE");
   if (rc == RC_CARD_MISSING) {
     messageC(2, "CORE");
-    return severe(MSG_EXPECTING, "NAME");
+    return refused(MSG_EXPECTING, "NAME");
   }
   return 0;
 }
@@ -101,7 +100,7 @@ int qrts_read2SMPSData(QRTStoch *stoch, const char *coreFile, const char *timeFi
   StochData *sdata = stoch->sdata;
   if (!sdata) {
     messageC(2, "qrts_read2SMPSData");
-    return severe(MSG_BAD_STRUCTURE, "StochData");
+    return refused(MSG_BAD_STRUCTURE, "StochData");
   }
   if (sdata->file) refuseSecondReading();
   QRTModel *model =

@@ -8,12 +8,6 @@
 
 namespace {
 
-int severe(int index, const char *text) {
-  messageC(1, text);
-  stochMessage(index);
-  return 2;
-}
-
 // One scenario as its SC line and data lines tell.
 struct ScenarioText {
   int ancestor, stage;

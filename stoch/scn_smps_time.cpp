@@ -55,12 +55,6 @@ SmpsData *newSmpsData(QRTModel *model, int numchar) {
   return smps;
 }
 
-int severe(int index, const char *text) {
-  messageC(1, text);
-  stochMessage(index);
-  return 2;
-}
-
 // What the reader's code means to the caller: 0 to go on, else 2.
 int actOnCode(int rc) {
   switch (rc) {

@@ -126,12 +126,6 @@ void takeNames(Writing *w) {
 
 // ---- files
 
-int severe(int index, const char *text) {
-  messageC(1, text);
-  stochMessage(index);
-  return 2;
-}
-
 // One file of the triple: all three are written beside their places and take them together, when all are whole.
 struct Part {
   const char *target;

@@ -319,6 +319,8 @@ enum : int {
 // (trees, bad handles) the current model speaks. Indices 820 to 973 never jump: when a severe one is let pass by its
 // limit, this returns and the caller gives its documented result.
 void stochMessage(int index);
+// The same with `text` as its first argument; gives 2, the result of the function that has it to say.
+int severe(int index, const char *text);
 // The model that speaks from now on, null for whatever model is current. Set by qrts_CEnter() to the object's
 // baseModel at every public call; cleared when that model is deleted.
 void stochMessageSpeaker(QRTModel *baseModel);
