@@ -2,7 +2,6 @@
 #include "include/qrts_c_api.h"
 
 #include <cstdarg>
-#include <cstdio>
 
 #include "stoch/scn_entry.h"
 #include "stoch/scn_sampling.h"
