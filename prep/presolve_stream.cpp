@@ -238,12 +238,34 @@ void getLog(Reader *in, ReductionLog *log) {
   }
 }
 
+// What the undo of a record takes for granted: its partners beside it and the content it reads.
+bool soundPartners(const ReductionLog *log, int k) {
+  const Reduction &r = log->record[k];
+  switch (r.type) {
+    case REDUCTION_SUBSTITUTED:
+      return k > 0 && log->record[k - 1].type == REDUCTION_KEPT && log->record[k - 1].rowCount == 1 && r.rowCount == 2 && r.row >= 0 && r.column >= 0;
+    case REDUCTION_KEPT: return r.row >= 0 && r.column >= 0;
+    case REDUCTION_SIGN_ROWS:
+      for (int e = 1; e <= r.columnCount; e++)
+        if (k + e >= log->count || log->record[k + e].type != REDUCTION_ROW_DROPPED) return false;
+      return r.column >= 0;
+    case REDUCTION_SLACK: case REDUCTION_FREE_SINGLETON: case REDUCTION_FILL:
+    case REDUCTION_SINGLETON_BOTH: case REDUCTION_SINGLETON_LOWER: case REDUCTION_SINGLETON_UPPER:
+      return r.row >= 0 && r.column >= 0;
+    case REDUCTION_SUMMED: return r.column >= 0 && r.other >= 0;
+    case REDUCTION_DUPLICATE_ROW: return r.row >= 0 && r.columnCount == 2;
+    case REDUCTION_ROW_DROPPED: case REDUCTION_FORCING: return r.row >= 0;
+    case REDUCTION_FREE_OPEN: case REDUCTION_FREE_CLOSE: return true;
+    default: return r.column >= 0;
+  }
+}
+
 bool soundNumbers(const ReductionLog *log, int m, int n) {
   const int64_t most = m > n ? m : n;
   for (int k = 0; k < log->count; k++) {
     const Reduction &r = log->record[k];
-    if (!knownReduction(r.type)) return false;
-    if (r.row < -1 || r.row >= m || r.column < -1 || r.column >= n || r.other < -1 || r.other >= most) return false;
+    if (!knownReduction(r.type) || !soundPartners(log, k)) return false;
+    if (r.row < -1 || r.row >= m || r.column < -1 || r.column >= n || r.other < -1 || r.other >= (r.type == REDUCTION_SUMMED ? n : most)) return false;
     for (int e = 0; e < r.rowCount; e++)
       if (log->index[r.rowAt + e] < 0 || log->index[r.rowAt + e] >= n) return false;
     for (int e = 0; e < r.columnCount; e++)

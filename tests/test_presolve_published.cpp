@@ -66,6 +66,29 @@ TEST_F(PresolveRoundTrip, Planted) {
   EXPECT_LE(mended, trips / 20) << "starts after postsolve that the simplex had to mend";
 }
 
+// A point without a basis, as an interior method leaves it: values and duals come back by formula, and a start with them.
+TEST_F(PresolveRoundTrip, PointWithoutBasis) {
+  for (unsigned seed = 1; seed <= 40 && !HasFailure(); seed++)
+    for (const int type : {0, 3, 47}) {
+      SCOPED_TRACE("seed " + std::to_string(seed) + " type " + std::to_string(type));
+      const PlantedLp lp = plantedLp(seed, 30, 40, PLANT_ALL, 6);
+      QRTModel *q = lp.load(context);
+      ASSERT_EQ(0, presolve(q, type));
+      qrt_primalSimplex(q, 1);
+      ASSERT_EQ(0, qrt_getIprobstat(q));
+      const int nowhere = 0;
+      for (int i = 0; i < qrt_getInumrows(q); i++) qrt_setRowStatus(q, 1, &i, &nowhere);
+      for (int j = 0; j < qrt_getInumcols(q); j++) qrt_setColumnStatus(q, 1, &j, &nowhere);
+      ASSERT_EQ(0, qrt_postSolve(q, nullptr));
+      EXPECT_EQ("", firstFault(certifyModel(q), 1e-6));
+      EXPECT_NEAR(lp.optimum, qrt_getRobjvalue(q), 1e-6 * (1 + std::fabs(lp.optimum)));
+      EXPECT_EQ(lp.rows(), qrt_getNumberBasicRows(q) + qrt_getNumberBasicColumns(q));
+      ASSERT_EQ(0, qrt_primalSimplex(q, 1));
+      EXPECT_NEAR(lp.optimum, qrt_getRobjvalue(q), 1e-6 * (1 + std::fabs(lp.optimum)));
+      qrt_deleteModel(q);
+    }
+}
+
 TEST_F(PresolveRoundTrip, Published) {
   const auto all = publishedLps();
   if (all.empty()) GTEST_SKIP() << "no published programs at hand";
