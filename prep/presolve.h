@@ -239,6 +239,7 @@ int substituteFreeColumns(Presolve *p);          // reduce_free_columns.cpp: any
 bool boundImplied(const Presolve *p, int column, int end, bool prove);
 int reduceBySigns(Presolve *p);                  // reduce_by_signs.cpp
 int reduceByDuals(Presolve *p);                  // reduce_by_duals.cpp
+int fixDominatedColumns(Presolve *p);            // reduce_dominated.cpp: columns that another can replace
 int dropDuplicateRows(Presolve *p);              // reduce_duplicates.cpp
 int mergeDuplicateColumns(Presolve *p);          // reduce_duplicates.cpp
 int absorbSlacks(Presolve *p);                   // reduce_slacks.cpp

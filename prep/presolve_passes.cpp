@@ -34,6 +34,7 @@ constexpr Step AFTER[] = {
     {dropDuplicateRows, ALL_KINDS, PRESOLVE_FLAG_DUPLICATES, 0},
     {absorbSlacks, ALL_KINDS, PRESOLVE_FLAG_DUPLICATES, 0},
     {mergeDuplicateColumns, ALL_KINDS, PRESOLVE_FLAG_DUPLICATES, 0},
+    {fixDominatedColumns, ALL_KINDS, PRESOLVE_FLAG_DUALS, 0},
 };
 // A matrix with empty rows or columns is no model to hand on, whatever the passes left.
 constexpr Step CLEAN[] = {

@@ -164,7 +164,7 @@ TEST_P(PresolveReductions, ComeBackWhole) {
 }
 
 const std::vector<Reduce> everything = {dropDuplicateRows, reduceBySigns, reduceRows, dropImpliedRows, reduceEmptyColumns, reduceByDuals, reduceFreeColumns,
-                                        reduceDoubletons, substituteFreeColumns, absorbSlacks, mergeDuplicateColumns};
+                                        reduceDoubletons, substituteFreeColumns, absorbSlacks, mergeDuplicateColumns, fixDominatedColumns};
 INSTANTIATE_TEST_SUITE_P(
     Kinds, PresolveReductions,
     ::testing::Values(Case{"doubletons", PLANT_DOUBLETONS, {reduceDoubletons}}, Case{"free", PLANT_FREE_SINGLETONS | PLANT_FREE_COLUMNS, {reduceFreeColumns}},
