@@ -91,10 +91,15 @@ struct DualBound {
   double size;              // sum of the sizes of its terms
   bool needsInfinity;       // a multiplier above the tolerance asks for an infinite bound: D is useless
 };
-// Multipliers rowSign * rows[] and d[] in the signs above; bounds of the first nReal columns and of all rows. Multipliers
-// up to `tol` in size are left out where they ask for an infinite bound.
+// One term: a multiplier times the bound that makes the product least. Multipliers up to `tol` in size are left out where
+// they ask for an infinite bound.
+void addDualTerm(DualBound *bound, double multiplier, double lower, double upper, double tol);
+// Multipliers rowSign * rows[] and d[] in the signs above; bounds of the first nReal columns and of all rows.
 DualBound dualBound(const BoundSet *bounds, int nRows, int nReal, const double *rows, double rowSign, const double *d,
                     double tol);
+// Size up to which a gradient's coefficients are the rounding of sums over these row multipliers. A cut must not hold them:
+// in a feasibility cut, which has no estimate to give way, a proposal would meet it by a column of 1e15.
+double gradientNoise(const double *rows, int nRows);
 // Right-hand side of a cut at a proposal: gradientTerm = sum of d_k xhat_k over the virtual columns, value = sense * z
 // (type 0) or the sum of infeasibilities (type 1). -D where it can be had and both forms agree; else the weaker one,
 // which is valid; along a ray only -D holds.

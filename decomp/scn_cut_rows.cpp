@@ -9,9 +9,11 @@ namespace {
 
 constexpr double NOISE = 1e-12;  // a coefficient that rounding left of a sum that cancels
 constexpr double FORMS_AGREE = 1e-9;
+constexpr double NOISE_OF_SUM = 1e-12;
 
-// One term of the dual function: multiplier times the bound that makes it least.
-void addTerm(DualBound *bound, double multiplier, double lower, double upper, double tol) {
+}  // namespace
+
+void addDualTerm(DualBound *bound, double multiplier, double lower, double upper, double tol) {
   if (multiplier == 0.0) return;
   const double side = multiplier > 0.0 ? lower : upper;
   if (fabs(side) >= QRT_INFINITE_TEST) {
@@ -24,14 +26,18 @@ void addTerm(DualBound *bound, double multiplier, double lower, double upper, do
   bound->size += fabs(term);
 }
 
-}  // namespace
-
 DualBound dualBound(const BoundSet *bounds, int nRows, int nReal, const double *rows, double rowSign, const double *d,
                     double tol) {
   DualBound bound = {0.0, 0.0, false};
-  for (int i = 0; i < nRows; ++i) addTerm(&bound, rowSign * rows[i], bounds->rowLower[i], bounds->rowUpper[i], tol);
-  for (int j = 0; j < nReal; ++j) addTerm(&bound, d[j], bounds->colLower[j], bounds->colUpper[j], tol);
+  for (int i = 0; i < nRows; ++i) addDualTerm(&bound, rowSign * rows[i], bounds->rowLower[i], bounds->rowUpper[i], tol);
+  for (int j = 0; j < nReal; ++j) addDualTerm(&bound, d[j], bounds->colLower[j], bounds->colUpper[j], tol);
   return bound;
+}
+
+double gradientNoise(const double *rows, int nRows) {
+  double largest = 0.0;
+  for (int i = 0; i < nRows; ++i) largest = fmax(largest, fabs(rows[i]));
+  return NOISE_OF_SUM * largest;
 }
 
 double cutRightHandSide(const DualBound &bound, double gradientTerm, double value, bool alongRay) {

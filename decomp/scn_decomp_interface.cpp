@@ -2,7 +2,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "decomp/scn_benders.h"
+#include "decomp/scn_nested.h"
 #include "decomp/scn_parametric.h"
 #include "stoch/scn_entry.h"
 
@@ -42,6 +42,9 @@ int qrts_solveParametricCoreModel(QRTStoch *stoch, double *cdelta, double *lrdel
                                   double *ucdelta, int mask, int (*fn)(QRTModel *model)) {
   const ParametricDirection core = {cdelta, lrdelta, urdelta, lcdelta, ucdelta};
   return framed(stoch, __func__, 2, [=] { return qrts_CsparCore(stoch, core, mask, fn); });
+}
+int qrtse_nestedLSolve(QRTStoch *stoch, int cutstrategy, int mode) {
+  return framed(stoch, __func__, 1, [=] { return qrts_nested2LSolve(stoch, cutstrategy, mode); });
 }
 void qrts_setCycleCallBack(QRTStoch *stoch, QRTSCycleCallBack callback, void *data) {
   if (!handleLives(stoch)) return;

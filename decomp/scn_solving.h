@@ -4,7 +4,7 @@
 
 #include "decomp/scn_benders.h"
 
-constexpr int SOLVE_FROM_VALUES = 3;      // mode of the primal simplex
+constexpr int SOLVE_FROM_BASIS = 1, SOLVE_FROM_VALUES = 3;  // modes of the primal simplex
 constexpr int UNSUPPORTED_EXIT = 999;     // process code for an algorithm that does not exist
 constexpr double LARGE_BOUND = 1.0e15;    // stands for infinity with ifLargeBounds
 

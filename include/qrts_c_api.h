@@ -249,6 +249,25 @@ QRT_API int qrts_getNsubmodels(QRTStoch *stoch);
  *  @return 0; 1 without a valid cut (status 3) or when a model did not solve; a solver's code of 2 or more. */
 QRT_API int qrts_bendersLSolve(QRTStoch *stoch, int mode);
 
+/** @brief Solves by nested decomposition, over a tree of models of any depth.
+ *
+ *  Without a list of submodels the tree is cut first; a list made by one of the functions above is used as it stands and
+ *  kept, with its cuts, for the next run. Ends when, at the root, the children's cost and the estimate of it differ by less
+ *  than qrts_getRelOptimalityGap() of their size (plus 0.1), or no model has a new cut; solution and final solve are then as
+ *  for qrts_bendersLSolve(). Afterwards qrts_getRelOptimalityGap() shows the absolute gap of the last check, qrts_getStatus()
+ *  0 optimal, 1 infeasible, 2 stopped after qrts_getMaxiter() cycles or by a callback, 3 no valid cut, 4 or 8 unbounded,
+ *  -1 a subproblem did not solve; the algorithm set is 1. A run that was stopped leaves a bound as objective value, not the
+ *  value of the point gathered.
+ *
+ *  @warning An infeasible or unbounded program issues message 7453 or 7454, which ends the process unless the caller has
+ *  raised its limit (qrt_mset()).
+ *  @param stoch  the program.
+ *  @param cutstrategy  1 cuts at qrts_getCutPeriod(), 2 by qrts_getMinNumRows(), which has no usable default, 3 into at most
+ *  qrts_getMaxsubmodels() models, 100 when that was never set. Another value ends the process with exit(0).
+ *  @param mode  0 or 1, without effect; any other value ends the process with exit(0).
+ *  @return 0; 1 when a model did not solve; a solver's code of 2 or more. */
+QRT_API int qrtse_nestedLSolve(QRTStoch *stoch, int cutstrategy, int mode);
+
 /** @brief What a cycle of a decomposition tells. */
 typedef struct QRTSCycle {
   int cycle;       /**< from 1 */
@@ -260,7 +279,7 @@ typedef struct QRTSCycle {
   double seconds;  /**< process time since the method began */
 } QRTSCycle;
 /** @brief Called after each cycle with data that live as long as the call. @return non-zero to end the run there with
- *  status 3 and the solution gathered. */
+ *  status 3 (nested decomposition: 2) and the solution gathered. */
 typedef int (*QRTSCycleCallBack)(const QRTSCycle *cycle, void *data);
 /** @brief Registers the function that each cycle of the object is told to, null for none. */
 QRT_API void qrts_setCycleCallBack(QRTStoch *stoch, QRTSCycleCallBack callback, void *data);

@@ -12,27 +12,11 @@
 
 #include "decomp/scn_benders.h"
 #include "include/qrts_c_api.h"
+#include "support/hand_programs.h"
 
 namespace {
 
-constexpr double NONE = 1e31;
-struct Entry {
-  int row, col;  // from 1
-  double value;
-};
-struct Scenario {
-  int ancestor, stage;
-  double weight;
-  std::vector<double> rowLower, rowUpper, objective, colUpper;  // differences, empty for none
-};
-
-struct Program {
-  int stages = 2;
-  std::vector<int> rowStage, colStage;
-  std::vector<double> objective, rowLower, rowUpper, colLower, colUpper;
-  std::vector<Entry> elements;
-  std::vector<Scenario> scenarios;
-};
+using hand::demand, hand::NONE, hand::Program;
 
 class Benders : public testing::Test {
  protected:
@@ -43,36 +27,7 @@ class Benders : public testing::Test {
   }
   void TearDown() override { qrts_endContext(context); }
 
-  QRTStoch *load(const Program &p, bool maximize = false) {
-    QRTStoch *stoch = qrts_newStoch(context, "hand", 20);
-    std::vector<int> rows, cols;
-    std::vector<double> values, objective = p.objective;
-    for (const Entry &e : p.elements) {
-      rows.push_back(e.row);
-      cols.push_back(e.col);
-      values.push_back(e.value);
-    }
-    if (maximize)
-      for (double &c : objective) c = -c;
-    EXPECT_EQ(qrts_createCore(stoch, p.stages, p.rowStage.data(), p.colStage.data(), int(p.rowStage.size()), int(p.colStage.size()),
-                              int(values.size()), objective.data(), p.rowLower.data(), p.rowUpper.data(), p.colLower.data(),
-                              p.colUpper.data(), rows.data(), cols.data(), values.data()),
-              0);
-    int number = 0;
-    for (Scenario s : p.scenarios) {
-      if (maximize)
-        for (double &c : s.objective) c = -c;
-      const auto some = [](const std::vector<double> &v) { return v.empty() ? nullptr : v.data(); };
-      EXPECT_EQ(qrts_addScenario(stoch, ++number, s.ancestor, s.stage, s.weight, 0, int(p.rowStage.size()), int(p.colStage.size()), 0,
-                                 some(s.objective), some(s.rowLower), some(s.rowUpper), nullptr, some(s.colUpper), nullptr, nullptr,
-                                 nullptr, 0),
-                0);
-    }
-    if (maximize) qrts_setMaximize(stoch);
-    qrts_setMaxiter(stoch, 200);
-    qrts_setFinalSimplexSolverOff(stoch);
-    return stoch;
-  }
+  QRTStoch *load(const Program &p, bool maximize = false) { return hand::load(context, p, maximize); }
 
   static double firstStage(QRTStoch *stoch, int column) {
     double values[8];
@@ -104,10 +59,11 @@ class Benders : public testing::Test {
       }
   }
 
-  void expectStatus(const Program &p, int status) {
+  void expectStatus(const Program &p, int status, int cut) {
     for (const bool maximize : {false, true})
       for (const bool large : {false, true}) {
         QRTStoch *stoch = load(p, maximize);
+        qrts_setCutPeriod(stoch, cut);
         if (large) qrts_setLargeBoundsOn(stoch);
         EXPECT_EQ(qrts_bendersLSolve(stoch, 0), 0);
         EXPECT_EQ(qrts_getStatus(stoch), status) << "maximize " << maximize << " large " << large;
@@ -118,107 +74,13 @@ class Benders : public testing::Test {
   QRTContext *context = nullptr;
 };
 
-// min c1 x + E[c2 y],  x + y >= d,  0 <= y <= most,  0 <= x <= xMost.
-Program demand(double c1, double c2, double most, double xMost, std::vector<std::pair<double, double>> weightAndDemand) {
-  Program p;
-  p.rowStage = {2};
-  p.colStage = {1, 2};
-  p.objective = {c1, c2};
-  p.rowLower = {0};
-  p.rowUpper = {NONE};
-  p.colLower = {0, 0};
-  p.colUpper = {xMost, most};
-  p.elements = {{1, 1, 1}, {1, 2, 1}};
-  for (const auto &s : weightAndDemand) p.scenarios.push_back({0, 2, s.first, {s.second}, {}, {}, {}});
-  return p;
-}
-
-// min -x + E[c y],  y >= x - b: the first master knows no end.
-Program shortfall(double c) {
-  Program p = demand(-1, c, NONE, NONE, {{0.5, -2}, {0.5, -4}});
-  p.elements = {{1, 1, -1}, {1, 2, 1}};
-  return p;
-}
-
-TEST_F(Benders, InfeasibleFirstProposals) {
-  // The large demand needs x >= 8 - 3; beyond, a unit costs 1 and saves at most 0.25.
-  expectOptimum(demand(1, 0.5, 3, NONE, {{1, 4}, {1, 8}}), 5.75, 5);
-}
-
-TEST_F(Benders, UnboundedFirstMaster) {
-  // From x = 2 on a unit gains 1 and costs 3 in half of the cases.
-  expectOptimum(shortfall(3), -2, 2);
-}
-
-TEST_F(Benders, UnboundedAsAWhole) { expectStatus(shortfall(0.5), 2); }
-
-TEST_F(Benders, InfeasibleAsAWhole) { expectStatus(demand(1, 1, 3, 2, {{1, 4}, {1, 8}}), 1); }
-
-TEST_F(Benders, FreeFirstStageAndEqualities) {
-  // y+ - y- = d - x at 3 and 1: the least x with P(d <= x) >= 3/4 is the largest demand.
-  Program p;
-  p.rowStage = {2};
-  p.colStage = {1, 2, 2};
-  p.objective = {0, 3, 1};
-  p.rowLower = p.rowUpper = {0};
-  p.colLower = {-NONE, 0, 0};
-  p.colUpper = {NONE, NONE, NONE};
-  p.elements = {{1, 1, 1}, {1, 2, 1}, {1, 3, -1}};
-  for (double d : {1.0, 5.0, -3.0}) p.scenarios.push_back({0, 2, 1, {d}, {d}, {}, {}});
-  expectOptimum(p, 4, 5);
-  // A cost on the free column makes the first master unbounded. Slope in x: 0.5 + P(d < x) - 3 P(d > x) = 0.5 + 2/3 - 1
-  // between 1 and 5, and 0.5 + 1/3 - 2 below 1: x = 1, cost 0.5 + (0 + 12 + 4) / 3.
-  p.objective[0] = 0.5;
-  expectOptimum(p, 0.5 + 16.0 / 3, 1);
-}
-
-TEST_F(Benders, StagesWithoutColumnsOrRows) {
-  Program p = demand(1, 1, NONE, NONE, {{1, 2}, {1, 7}});
-  p.colStage = {1};  // second stage: the row alone
-  p.objective = {1};
-  p.colLower = {0};
-  p.colUpper = {NONE};
-  p.elements = {{1, 1, 1}};
-  expectOptimum(p, 7, 7);
-  p.colStage = {2};  // first stage: nothing
-  p.objective = {2};
-  expectOptimum(p, 9, 0);
-}
-
-TEST_F(Benders, ScenarioBoundsAndCosts) {
-  // y costs 1, then 2 with y <= 1: x >= 3, and a further unit costs 2 and saves 0.5 + 1.
-  Program p = demand(2, 1, 10, NONE, {{1, 4}, {1, 4}});
-  p.scenarios[1].objective = {0, 1};
-  p.scenarios[1].colUpper = {0, -9};
-  expectOptimum(p, 7.5, 3);
-}
-
-TEST_F(Benders, WeightsAreNormalisedAndZeroOnesIgnored) {
-  // P = 1/4, 3/4, 0. Below 2 a unit saves 3, above it 0.75.
-  expectOptimum(demand(1, 3, NONE, NONE, {{1, 6}, {3, 2}, {0, 100}}), 5, 2);
-  expectOptimum(demand(1, 3, NONE, NONE, {{0, 100}, {3, 2}, {1, 6}}), 5, 2);
-}
-
-TEST_F(Benders, RareScenarios) {
-  // One case in a million costs a million: the same trade as with even odds.
-  expectOptimum(demand(1, 3e6, NONE, NONE, {{1e-6, 5}, {1 - 1e-6, 0}}), 5, 5);
-}
-
-TEST_F(Benders, FourStagesAtEveryCut) {
-  // Units for the last stage at 1, 1.5, 1.8 and 5. All need 4, three in four 6, two in four 8, the last scenario 10.
-  // Up to 8 the first stage is cheapest; the last two are bought in stage 3 by the half that may need them: 2 * 0.9.
-  Program p;
-  p.stages = 4;
-  p.rowStage = {4};
-  p.colStage = {1, 2, 3, 4};
-  p.objective = {1, 1.5, 1.8, 5};
-  p.rowLower = {0};
-  p.rowUpper = {NONE};
-  p.colLower = {0, 0, 0, 0};
-  p.colUpper = {NONE, NONE, NONE, NONE};
-  p.elements = {{1, 1, 1}, {1, 2, 1}, {1, 3, 1}, {1, 4, 1}};
-  p.scenarios = {{0, 2, 1, {4}, {}, {}, {}}, {0, 2, 1, {8}, {}, {}, {}}, {2, 3, 1, {6}, {}, {}, {}}, {3, 4, 1, {10}, {}, {}, {}}};
-  for (int cut : {2, 3, 4}) expectOptimum(p, 9.8, 8, cut);
+TEST_F(Benders, HardCasesAtEveryCut) {
+  for (const hand::Case &known : hand::cases()) {
+    SCOPED_TRACE(known.name);
+    for (int cut = 2; cut <= known.program.stages; ++cut)
+      if (known.outcome == hand::OPTIMAL) expectOptimum(known.program, known.optimum, known.x, cut);
+      else expectStatus(known.program, known.outcome, cut);
+  }
 }
 
 TEST_F(Benders, OneScenarioOnly) {
@@ -337,7 +199,7 @@ TEST_F(Benders, ASubproblemThatDoesNotSolveIsWrittenOut) {
     p.colLower.push_back(0);
     p.colUpper.push_back(NONE);
   }
-  for (Scenario &s : p.scenarios) s.rowLower.assign(ROWS, s.rowLower[0]);
+  for (hand::Scenario &s : p.scenarios) s.rowLower.assign(ROWS, s.rowLower[0]);
   QRTStoch *stoch = load(p);
   qrt_setImaxiter(qrtse_getBaseModel(stoch), 3);  // enough for the master, whose scenario asks for nothing
   qrts_setSaveState(stoch, file.c_str(), 1);
