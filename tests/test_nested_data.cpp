@@ -61,10 +61,11 @@ TEST_P(PublishedNested, MeetsTheKnownOptimum) {
   EXPECT_EQ(qrts_getStatus(stoch), 0);
   EXPECT_NEAR(qrts_getRobjvalue(stoch), known.optimum, 2e-6 * std::fabs(known.optimum));
   const int warm = qrt_getIiternum(qrtse_getCurrentModel(stoch));
-  qrts_describeFullModel(stoch, 1);
-  qrts_eitherSimplex(stoch);
-  const int cold = qrt_getIiternum(qrtse_getCurrentModel(stoch));
-  EXPECT_LE(10 * warm, cold);
+  if (strategy == 1) {
+    qrts_describeFullModel(stoch, 1);
+    qrts_eitherSimplex(stoch);
+    EXPECT_LE(10 * warm, qrt_getIiternum(qrtse_getCurrentModel(stoch)));
+  }
   qrts_endContext(context);
 }
 std::string nameOf(const testing::TestParamInfo<std::tuple<Published, int>> &tested) {
