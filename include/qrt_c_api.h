@@ -715,13 +715,15 @@ QRT_API int qrt_idiot(QRTModel *model);
  *  with those that the duals ask for, then with all.
  *  @param mode  of the last solve, as for qrt_primalSimplex().  @return as qrt_primalSimplex(). */
 QRT_API int qrt_idiotCrossOver(QRTModel *model, int mode);
-/** @brief Scales, builds a starting basis and solves in one call; the caller's controls are back afterwards.
+/** @brief Presolves, scales, builds a starting basis and solves in one call; the caller's controls are back afterwards.
  *  @param options the strategy in bits 0 to 3: 0 the library chooses the method, 1 primal, 2 dual without a crash;
  *         3 to 9 begin with the idiot crash and its crossover: 3 with 205 sweeps a round, 4 as Imaxiterb (sweeps), RregularizedDelta
  *         (infeasibility counted as small), Rdensethr (first penalty) say, as do the others: 5 looks for a feasible point
  *         before it minds the costs, 6 lets multipliers modify the costs, 7 to 9 end without a pass over the point's
- *         values, 8 with two crashes. Bit 16: no perturbation at the start; bit 32: no scaling. There is no
- *         presolve in this call, so bit 256, which would skip it, changes nothing. A model that was scaled stays scaled.
+ *         values, 8 with two crashes. Bit 16: no perturbation at the start; bit 32: no scaling. The run goes
+ *         by way of qrt_preSolve() with type 67, unless the model is presolved already or bit 256 is set; bit 64 keeps the
+ *         data for the way back in "/tmp/save.fil". A model that comes back from presolve is unscaled, if it was before;
+ *         without presolve it stays scaled.
  *  @return 0 when the run ended with a status (qrt_getIprobstat()), else as qrt_primalSimplex(). */
 QRT_API int qrt_simplex(QRTModel *model, int options);
 

@@ -1,4 +1,4 @@
-// The meta driver (qrt_simplex): scaling, a crash and one of the simplex methods in one call, with the caller's controls
+// The meta driver (qrt_simplex): presolve, scaling, a crash and one of the simplex methods in one call, with the caller's controls
 // back afterwards.
 #include <cmath>
 
@@ -10,7 +10,8 @@
 
 namespace {
 
-enum : int { STRATEGY_MASK = 15, OPTION_NO_PERTURBATION = 16, OPTION_NO_SCALING = 32 };
+enum : int { STRATEGY_MASK = 15, OPTION_NO_PERTURBATION = 16, OPTION_NO_SCALING = 32, OPTION_KEEP_FILE = 64,
+             OPTION_NO_PRESOLVE = 256 };
 enum : int { STRATEGY_EITHER = 0, STRATEGY_PRIMAL = 1, STRATEGY_DUAL = 2, LAST_STRATEGY = STRATEGY_COSTS_CROSSOVER };
 
 constexpr int DEFAULT_REFACTORISATION = 100, MOST_REFACTORISATION = 2000;
@@ -75,8 +76,17 @@ int qrt_simplex(QRTModel *model, int options) {
   const int strategy = options & STRATEGY_MASK;
   qrt_checkParameter(model, 2, strategy, STRATEGY_EITHER, LAST_STRATEGY);
   const Controls entry = presentControls(model);
-  int code = options & OPTION_NO_SCALING ? 0 : qrt_scale(model);
-  if (code < 2) code = solveBy(model, strategy, options & OPTION_NO_PERTURBATION ? 0.0 : PERTURBATION_SCALE);
+  const double scale = options & OPTION_NO_PERTURBATION ? 0.0 : PERTURBATION_SCALE;
+  const bool keepFile = (options & OPTION_KEEP_FILE) != 0;
+  bool presolved = false;
+  int code = options & OPTION_NO_PRESOLVE ? 0 : metaPresolve_begin(model, keepFile, &presolved);
+  if (code < 2 && !(options & OPTION_NO_SCALING)) code = qrt_scale(model);
+  if (code < 2) code = solveBy(model, strategy, scale);
+  if (presolved) {
+    storeControls(model, entry);
+    const int last = metaPresolve_end(model, keepFile, scale);
+    if (code < 2) code = last;
+  }
   storeControls(model, entry);
   QRT_END_FRAME();
   qrt_leave(model);

@@ -1,4 +1,4 @@
-// The strategies of the meta driver that begin with the idiot crash.
+// What the meta driver is made of: strategies that begin with the idiot crash, and presolve around a run.
 #pragma once
 
 #include "include/qrt_c_api.h"
@@ -9,3 +9,9 @@ enum : int { STRATEGY_IDIOT = 3, STRATEGY_IDIOT_CONTROLS = 4, STRATEGY_VERY_FEAS
 // Strategy 3 to 9 on a model within the meta driver's frame: the crash with the strategy's options, the crossover, the
 // simplex. The code of the solve that ended it.
 int solveByIdiot(QRTModel *model, int strategy);
+
+// Presolve before a run, its data in memory or in the file the driver has for it. *presolved tells whether the model is a
+// reduced one now; 0, or the code of a failure.
+int metaPresolve_begin(QRTModel *model, bool keepFile, bool *presolved);
+// The original back with its solution, and a primal from there. The code of the solve that ended it.
+int metaPresolve_end(QRTModel *model, bool keepFile, double perturbationScale);

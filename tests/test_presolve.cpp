@@ -279,6 +279,7 @@ TEST_F(PresolveEntry, NamesTypesAndSetsMoveAlong) {
   double *rowUpper = qrt_getRowupper(q);
   rowUpper[1] = 4;
   qrt_setRowupper(q, rowUpper);
+  qrt_free(rowUpper);
   ASSERT_EQ(0, qrt_preSolve(q, 0, nullptr));
   ASSERT_EQ(2, qrt_getInumrows(q));
   ASSERT_EQ(4, qrt_getInumcols(q));
