@@ -257,6 +257,12 @@ int solveMaster(BendersRun *run) {
   return 0;
 }
 
+// The answer into the whole model, or a note of it where that model is not described yet.
+int gather(BendersRun *run, bool announce) {
+  run->answer = true;
+  return run->stoch->smodel ? run_gather(run, announce) : 0;
+}
+
 // The cycles are used up: the point that is gathered must be that of the last proposal.
 int lastPass(BendersRun *run) {
   run->stoch->status = 3;
@@ -265,7 +271,7 @@ int lastPass(BendersRun *run) {
     qrts_endProcess(UNSUPPORTED_EXIT);
   }
   run->end = END_GATHER;
-  const int code = run_gather(run, true);
+  const int code = gather(run, true);
   say(MSG_CYCLES_EXCEEDED);
   return code;
 }
@@ -279,7 +285,7 @@ int cycles(BendersRun *run) {
     if (run->end == END_STOPPED) {
       run->stoch->status = 3;
       run->end = END_GATHER;
-      return run_gather(run, false);
+      return gather(run, false);
     }
     if (run->end != END_NOT_YET) return 0;
     sayNumber(MSG_BEGIN_CYCLE, ++run->cycle);
@@ -329,7 +335,7 @@ int runCycles(BendersRun *run, int mode, int **lists, const int *counts) {
   run_saveState(run);
   if (code >= 2) return code;
   if (run->end == END_FAILED) return 1;
-  if (run->end == END_GATHER && run->stoch->status != 3) code = run_gather(run, false);
+  if (run->end == END_GATHER && run->stoch->status != 3) code = gather(run, false);
   return code < 2 ? 0 : code;
 }
 
@@ -342,6 +348,60 @@ int cutAtStage(QRTStoch *stoch, int ***lists, int **counts) {
   }
   int n = 0;
   return qrts_Cpcut(stoch, stage, lists, counts, &n) >= 2 ? -1 : n;
+}
+
+void endRun(BendersRun *run) {
+  if (run->master) {
+    freeMaster(run->master);
+    run->master->sdata = nullptr;
+    qrts_delete2Stoch(run->master);
+  }
+  run_free(run);
+  for (int i = 0; i < run->n; ++i) free(run->lists[i]);
+  free(run->lists);
+  free(run->counts);
+  free(run);
+}
+
+// Somebody looks at the object before the whole model is there: describes it, during a run and after it, and leaves
+// there what the run found. Until then a tree whose equivalent is much larger than its data costs its data alone.
+void realise(QRTStoch *stoch, int keep) {
+  BendersRun *run = static_cast<BendersRun *>(stoch->realiseData);
+  stoch->realise = nullptr;
+  stoch->realiseData = nullptr;
+  if (keep) {
+    const bool described = qrts_describe2FullModel(stoch, 0, 1) >= 0;
+    if (run->running) {
+      stoch->nSubmodels = run->n;
+      return;
+    }
+    if (described && run->answer) {
+      const int status = stoch->status;
+      switchSimplexLog(stoch, false);
+      if (run_gather(run, false) >= 2) stoch->status = -1;
+      else stoch->status = status;
+      switchSimplexLog(stoch, true);
+    }
+  }
+  if (!run->running) endRun(run);
+}
+
+void awaitLook(QRTStoch *stoch, BendersRun *run) {
+  stoch->realise = realise;
+  stoch->realiseData = run;
+}
+
+// Whether the whole model may wait until somebody looks: nothing in the run needs it, and no node is left out of it.
+bool wholeCanWait(QRTStoch *stoch, int mode) {
+  if (stoch->smodel || mode != 0 || stoch->maxiter <= 0 || stoch->ifFinalSimplex == 1 || !stoch->sdata) return false;
+  if (qrts_unpackCore(stoch->sdata) >= 2 || qrts_needNodes(stoch->sdata) >= 2) return false;
+  NodeList *list = stoch->sdata->nodes;
+  int rc = 0;
+  qrts_prob(&rc, list, stoch->sdata->core->nStages, 1);
+  if (rc >= 2) return false;
+  for (int k = 0; k < list->nNodes; ++k)
+    if (!(list->nodes[k].probability > 0.0)) return false;
+  return list->nNodes > 0;
 }
 
 }  // namespace
@@ -357,38 +417,34 @@ int qrts_CLshaped(QRTStoch *stoch, int mode) {
   run->thetaValue = -SCN_INFINITY;
   run->bestValue = SCN_INFINITY;
   run->started = qrtcput();
-  int **lists = nullptr, *counts = nullptr;
-  run->n = cutAtStage(stoch, &lists, &counts);
+  run->n = cutAtStage(stoch, &run->lists, &run->counts);
+  run->running = true;
   int code = 1;
   if (run->n < 2) {
     printf("\n ERROR! No valid decomposition performed\n");
     stoch->status = 3;
   } else {
     stoch->nSubmodels = run->n;  // their objects are made when somebody looks
-    code = runCycles(run, mode, lists, counts);
+    if (!stoch->smodel) awaitLook(stoch, run);
+    code = runCycles(run, mode, run->lists, run->counts);
   }
+  run->running = false;
   qrts_deleteSubmodels(stoch);
-  run_free(run);
-  if (run->master) {
-    freeMaster(run->master);
-    run->master->sdata = nullptr;
-    qrts_delete2Stoch(run->master);
-  }
-  for (int i = 0; i < run->n; ++i) free(lists[i]);
-  free(lists);
-  free(counts);
-  free(run);
+  if (stoch->smodel) endRun(run);
+  else awaitLook(stoch, run);
   return code;
 }
 
 int qrts_benders2LSolve(QRTStoch *stoch, int mode) {
-  if (!stoch->smodel && qrts_describe2FullModel(stoch, 0, 1) < 0) return 2;
-  if (stoch->smodel->model->Inumblocks == 0) {
-    const int code = qrts_load2BaseModel(stoch, 1);
-    if (code >= 2) return code;
+  if (!wholeCanWait(stoch, mode)) {
+    if (!stoch->smodel && qrts_describe2FullModel(stoch, 0, 1) < 0) return 2;
+    if (stoch->smodel->model->Inumblocks == 0) {
+      const int code = qrts_load2BaseModel(stoch, 1);
+      if (code >= 2) return code;
+    }
+    if (stoch->optmaxmin < 0.0) qrt_setMaximize(stoch->smodel->model);
   }
   switchSimplexLog(stoch, false);
-  if (stoch->optmaxmin < 0.0) qrt_setMaximize(stoch->smodel->model);
   int code = 0;
   if (stoch->maxiter > 0) code = qrts_CLshaped(stoch, mode);
   const bool sound = stoch->status == 0 || stoch->status == 2 || stoch->status == 3;

@@ -22,6 +22,9 @@ struct BendersRun {
   QRTStoch *stoch, *master;
   Families all;             // the subproblems: model i + 2 of the cut is member i
   int n;                    // models of the cut, the master included
+  int **lists, *counts;     // [n] their nodes
+  bool running;             // cycles are under way
+  bool answer;              // the last proposal is to be gathered
   int cycle, solves;
   BendersEnd end;
   int mstat;                // 0 the proposal is an optimum of the master, 2 a point far out on its ray

@@ -152,6 +152,8 @@ int qrts_decompose2CutByNodeSize(QRTStoch *stoch, int maxsubmodels, int load) {
 
 namespace {
 
+int tagOf(const QRTStoch *stoch) { return stoch->smodel ? stoch->smodel->tag : 0; }
+
 // What describing and filling a model would say of it.
 void tellModel(int nNodes, int nVirtual, int nRows, int nCols, int nBlocks) {
   const auto count = [](const char *what, int n) {
@@ -174,7 +176,7 @@ void tellModel(int nNodes, int nVirtual, int nRows, int nCols, int nBlocks) {
 }  // namespace
 
 void tellSubproblem(const QRTStoch *stoch, int i, int nNodes, int nVirtual, int nRows, int nCols, int nBlocks) {
-  if (heard(MSG_FORMING)) tellForming(AT_STAGE.subRole, stoch->smodel->tag + 1 + i);
+  if (heard(MSG_FORMING)) tellForming(AT_STAGE.subRole, tagOf(stoch) + 1 + i);
   tellModel(nNodes, nVirtual, nRows, nCols, nBlocks);
 }
 
@@ -182,7 +184,7 @@ QRTStoch *formMasterAlone(QRTStoch *stoch, int **lists, const int *counts, int n
   messageI(1, n);
   stochMessage(MSG_DECOMPOSING);
   QRTStoch *master = newMember(stoch, 0, 0);
-  tellForming(AT_STAGE.masterRole, stoch->smodel->tag + 1);
+  tellForming(AT_STAGE.masterRole, tagOf(stoch) + 1);
   int maxRows, maxCols;
   if (qrts_describe2MasterModel(master, 1, counts[0], lists[0], 0, nChild + 1, &maxRows, &maxCols) >= 0 &&
       qrts_load2BaseModel(master, 1) <= AT_STAGE.worstLoad) {

@@ -15,7 +15,8 @@ int *newInts(int64_t count) {
   return static_cast<int *>(qrts__alloc(CALLER, (count + 1) * int64_t(sizeof(int)), 0));
 }
 
-const NodeList *wholeTree(const QRTStoch *stoch) { return stoch->smodel->nodeList; }
+// Without a described model the store's own nodes, which must all have probability.
+const NodeList *wholeTree(const QRTStoch *stoch) { return stoch->smodel ? stoch->smodel->nodeList : stoch->sdata->nodes; }
 
 // The next node of a stage's chain, 0 at its end.
 int nextInStage(const TreeNode *nodes, int k) { return abs(nodes[k - 1].next); }
@@ -24,7 +25,9 @@ int nextInStage(const TreeNode *nodes, int k) { return abs(nodes[k - 1].next); }
 void listsOfBranches(const QRTStoch *stoch, const int *order, int nOrder, const int *branchOf, int nBranches, int ***lists,
                      int **counts) {
   int *store = newInts(wholeTree(stoch)->nNodes);
-  storeNumbers(stoch, store);
+  if (stoch->smodel) storeNumbers(stoch, store);
+  else
+    for (int k = 0; k < wholeTree(stoch)->nNodes; ++k) store[k] = k + 1;
   *counts = newInts(nBranches);
   *lists = static_cast<int **>(qrts__alloc(CALLER, (int64_t(nBranches) + 1) * int64_t(sizeof(int *)), 0));
   for (int p = 0; p < nOrder; ++p)

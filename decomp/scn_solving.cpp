@@ -85,7 +85,7 @@ void divideCosts(QRTModel *lp, double weight) {
 }
 
 void switchSimplexLog(QRTStoch *stoch, bool on) {
-  QRTModel *models[2] = {stoch->baseModel, stoch->smodel->model};
+  QRTModel *models[2] = {stoch->baseModel, stoch->smodel ? stoch->smodel->model : stoch->baseModel};
   for (QRTModel *model : models)
     for (int message : SIMPLEX_LOG) on ? qrt_messagePrintOn(model, message) : qrt_messagePrintOff(model, message);
 }

@@ -244,6 +244,8 @@ QRT_API int qrts_getNsubmodels(QRTStoch *stoch);
  *  their size, or no subproblem has a new cut; then the solution is gathered into the described model, where the getters
  *  find it, and a simplex solve of the whole follows unless qrts_setFinalSimplexSolverOff(). Afterwards
  *  qrts_getRelOptimalityGap() shows the gap reached; a later run uses the gap last set. The models of the cut are gone.
+ *  Without a final solve, on an object that described no model before, the whole model is generated and filled only when
+ *  a later call looks at the object: a run in parts then costs the memory of its data.
  *  A run that ends at qrts_getMaxiter() leaves as objective value the master's bound, not the value of the point gathered.
  *  @param mode  1 starts from the solution of the described model, 0 afresh; any other value ends the process with exit(0).
  *  @return 0; 1 without a valid cut (status 3) or when a model did not solve; a solver's code of 2 or more. */

@@ -172,6 +172,7 @@ int qrts_CEnter(QRTStoch *stoch, const char *function) {
   }
   if (!valid) return refuse("QRTStoch", function);
   if (stoch->ifDebug) qrts_debug(" QRTStoch Object Validation successful");
+  if (stoch->realise && strcmp(function, "qrts_deleteStoch") != 0) stoch->realise(stoch, 1);
   return 0;
 }
 
@@ -224,6 +225,7 @@ QRTStoch *qrts_new2Stoch(QRTContext *context, const char *name, int maxScenarios
 int qrts_delete2Stoch(QRTStoch *stoch) {
   forgetHandle(stoch);
   memset(stoch->tag, 0, sizeof stoch->tag);
+  if (stoch->realise) stoch->realise(stoch, 0);
   if (stoch->ownsData == 1) qrts_freeSdata(stoch->sdata);
   qrts_freeSmodel(stoch->smodel);
   memset(stoch->name, 0, NAME_LENGTH);

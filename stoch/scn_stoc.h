@@ -241,6 +241,10 @@ struct QRTStoch {
   char *saveFile;           // where a decomposition leaves its state, null nowhere; owned
   char *resumeFile;         // from which state it goes on, null from none; owned
   int32_t saveEvery;        // cycles between states
+  // A decomposition that has not written the whole model yet: called with keep 1 before any public call looks at the
+  // object, with keep 0 when the object goes. Null when nothing is due.
+  void (*realise)(QRTStoch *stoch, int keep);
+  void *realiseData;
 };
 
 // ---- views --------------------------------------------------------------------------------------------------

@@ -215,6 +215,27 @@ TEST_F(Benders, ASubproblemThatDoesNotSolveIsWrittenOut) {
   qrts_deleteStoch(stoch);
 }
 
+TEST_F(Benders, TheWholeComesWhenSomebodyLooks) {
+  const Program p = demand(1, 3, NONE, NONE, {{1, 6}, {3, 2}, {2, 4}});
+  for (const bool look : {false, true}) {
+    QRTStoch *stoch = load(p);
+    EXPECT_EQ(qrts_bendersLSolve(stoch, 0), 0);
+    EXPECT_EQ(stoch->smodel, nullptr);
+    if (look) {
+      EXPECT_NEAR(firstStage(stoch, 0), 4, 1e-7);  // 1 of 6 above: a unit costs 1 and saves 3/6
+      ASSERT_NE(stoch->smodel, nullptr);
+      EXPECT_GT(qrt_getInumels(qrtse_getCurrentModel(stoch)), 0);
+      // A scenario added now does not disturb what was found.
+      const double more[] = {9};
+      EXPECT_EQ(qrts_addScenario(stoch, 4, 0, 2, 1, 0, 1, 2, 0, nullptr, more, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0), 0);
+      EXPECT_NEAR(firstStage(stoch, 0), 4, 1e-7);
+    }
+    qrts_deleteStoch(stoch);
+  }
+  QRTStoch *left = load(p);  // goes with the context
+  EXPECT_EQ(qrts_bendersLSolve(left, 0), 0);
+}
+
 TEST_F(Benders, SubmodelsCanBeSeenWhileItRuns) {
   QRTStoch *stoch = load(demand(1, 3, NONE, NONE, {{1, 6}, {3, 2}, {2, 4}}));
   struct Look {
