@@ -1,5 +1,6 @@
 // Idiot crash: points that are nearly feasible, and ways from them to the optimum that save iterations.
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <string>
@@ -148,6 +149,8 @@ TEST_F(Idiot, RowWithHugeBoundsOnlyEndsTheProcess) {
   EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");
 }
 
+constexpr int ALONE = -1;
+
 // Fault: a wrong outcome from the point of the crash (alone, by crossover, by a strategy of the meta driver), costs or
 // controls that stay changed; and on the whole, a crash that costs iterations instead of saving them.
 TEST_F(Idiot, PublishedModelsAreSolvedWithFewerIterations) {
@@ -159,12 +162,13 @@ TEST_F(Idiot, PublishedModelsAreSolvedWithFewerIterations) {
     if (!p.wanted(350)) continue;
     QRTModel *cold = p.read(context);
     ASSERT_EQ(0, qrt_primalSimplex(cold, 1));
-    for (int way = 2; way <= 9; way++) {
-      SCOPED_TRACE(p.name + (way == 2 ? " alone" : " strategy " + std::to_string(way)));
+    // Alone, and every strategy of the meta driver with presolve (bit 64: by a file) and some without (256).
+    for (const int way : {ALONE, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 2 + 64, 3 + 256, 5 + 256, 9 + 256}) {
+      SCOPED_TRACE(p.name + (way == ALONE ? " alone" : " options " + std::to_string(way)));
       QRTModel *q = p.read(context);
       qrt_setImaxiterb(q, 60);
       said([&] {
-        if (way == 2) {
+        if (way == ALONE) {
           ASSERT_EQ(0, qrt_idiot(q));
           ASSERT_EQ(0, qrt_primalSimplex(q, 3));
         } else {
@@ -174,16 +178,20 @@ TEST_F(Idiot, PublishedModelsAreSolvedWithFewerIterations) {
       EXPECT_EQ(qrt_getIprobstat(cold), qrt_getIprobstat(q));
       EXPECT_EQ("", firstFault(certifyModel(q), 1e-6));
       EXPECT_EQ(30, qrt_getImajorits(q));
+      EXPECT_EQ(qrt_getRpweight(cold), qrt_getRpweight(q));
+      EXPECT_EQ(0.0, qrt_getRprimalPerturbation(q));
+      ASSERT_EQ(qrt_getInumcols(cold), qrt_getInumcols(q));
       for (int j = 0; j < qrt_getInumcols(q); j++) ASSERT_EQ(qrt_objective(cold)[j], qrt_objective(q)[j]);
       if (!p.infeasible) {
         EXPECT_NEAR(p.optimum, qrt_getRobjvalue(q), 1e-6 * std::fmax(1.0, std::fabs(p.optimum)));
-        if (way == 3) saved += std::log((qrt_getIiternum(q) + 1.0) / (qrt_getIiternum(cold) + 1.0));
-        count += way == 3;
+        if (way == 3 + 256) saved += std::log((qrt_getIiternum(q) + 1.0) / (qrt_getIiternum(cold) + 1.0));
+        count += way == 3 + 256;
       }
       qrt_deleteModel(q);
     }
     qrt_deleteModel(cold);
   }
+  std::remove("/tmp/save.fil");  // what bit 64 keeps
   printf("strategy 3: iterations %.2f times those from all slacks in the geometric mean of %d models\n", std::exp(saved / count), count);
   EXPECT_LT(saved, 0.0);
 }
