@@ -56,6 +56,8 @@ bool storeStream(Presolve *p, Medium medium, const ReducedShape *shape, int comp
   if (medium == IN_MEMORY && complete) {
     model->presolveStream = static_cast<ByteStream *>(guardedAllocateZero(1, int64_t(sizeof(ByteStream))));
     writePresolve(p, model->presolveStream, shape, complete);
+    const int64_t bytes = model->presolveStream->size;
+    qrtmesg_no_i2(MSG_KEPT_IN_MEMORY, bytes > INT32_MAX ? INT32_MAX : int(bytes), 1);
   }
   if (medium != IN_FILE) return true;
   ByteStream stream;

@@ -18,7 +18,8 @@ enum : int {
   MSG_PRIMAL_OBJECTIVE = 282,
   MSG_DUAL_OBJECTIVE = 283,
   MSG_ROUNDING_CROSSES = 412,
-  MSG_CANNOT_OPEN = 558
+  MSG_CANNOT_OPEN = 558,
+  MSG_KEPT_IN_MEMORY = 811
 };
 
 // Which of the rows and columns of the original are in the reduced model, in order.
