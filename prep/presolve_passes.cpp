@@ -24,11 +24,12 @@ constexpr Step PASS[] = {
     {dropImpliedRows, ALL_KINDS, 0, 0},
     {tightenBounds, ALL_KINDS, 0, 0},
     {reduceEmptyColumns, ALL_KINDS, 0, 0},
-    {reduceByDuals, ALL_KINDS, PRESOLVE_FLAG_DUALS, 0},
     {roundIntegers, ALL_KINDS, 0, 0},
     {reduceFreeColumns, KIND_2 | KIND_3, 0, PRESOLVE_FLAG_FILL},
     {substituteFreeColumns, KIND_2 | KIND_3, PRESOLVE_FLAG_FILL, 0},
     {reduceDoubletons, KIND_1 | KIND_3, 0, 0},
+    // Last: it drops bounds that rows imply, which others may want to see.
+    {reduceByDuals, ALL_KINDS, PRESOLVE_FLAG_DUALS, 0},
 };
 constexpr Step AFTER[] = {
     {dropDuplicateRows, ALL_KINDS, PRESOLVE_FLAG_DUPLICATES, 0},

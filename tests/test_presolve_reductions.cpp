@@ -173,6 +173,8 @@ INSTANTIATE_TEST_SUITE_P(
                       Case{"duplicateRows", PLANT_DUPLICATE_ROWS, {dropDuplicateRows}},
                       Case{"duplicateColumns", PLANT_DUPLICATE_COLUMNS, {mergeDuplicateColumns}},
                       Case{"rows", PLANT_FORCING | PLANT_SINGLETON_ROWS | PLANT_REDUNDANT_ROWS, {reduceRows, reduceEmptyColumns}},
+                      Case{"replaceable", PLANT_DUPLICATE_COLUMNS, {fixDominatedColumns}},
+                      Case{"impliedRows", PLANT_DUPLICATE_ROWS | PLANT_REDUNDANT_ROWS | PLANT_FORCING, {dropImpliedRows}},
                       Case{"all", PLANT_ALL, everything}),
     [](const auto &information) { return std::string(information.param.name); });
 
