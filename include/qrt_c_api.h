@@ -747,6 +747,17 @@ QRT_API int qrt_dualSimplex(QRTModel *model, int mode);
 /** @brief Simplex method, the library choosing the algorithm. @param mode as for qrt_primalSimplex().
  *  @return as qrt_primalSimplex(). */
 QRT_API int qrt_eitherSimplex(QRTModel *model, int mode);
+/** @brief Parameters for experts, in place of what the simplex decides by itself; each call sets all of them anew.
+ *  @param integers number of integers, 0 to 8.  @param integer in this order: iteration before which columns are priced in parts
+ *  and without weights; iteration before which steepest edge is not used (at least the former); least accuracy level, 0 to 2; iteration
+ *  at which the primal perturbs bounds, and before which it does not; pass length below which the allowance of the reals holds;
+ *  without effect; 1: the other algorithm takes over at the first check when the start is feasible for it alone; without effect.
+ *  @param reals number of reals, 0 to 3.  @param real sum of infeasibilities below which, in a pass shorter than given above, the
+ *  reference of the merit test is multiplied by the next one (1000 or more: given up for that check); that factor; without effect.
+ *  @param pivots number of pivot tolerances, 0 to 2.  @param pivot absolute zero pivot (else 1e-8), relative threshold (else 0.1).
+ *  @return 0. */
+QRT_API int qrt_exoticParameters(QRTModel *model, int integers, const int *integer, int reals, const double *real, int pivots,
+                                 const double *pivot);
 /** @brief Prepares many short dual re-solves from the present basis: factorises it, checks it (Iprobstat 0 when it is optimal,
  *  else 3) and saves it. Until qrt_stopFastDualSimplex() bounds and objective are changed through rim pointers taken before
  *  this call (qrt_collower() and the like); control getters, qrt_fastDualSimplex() and qrt_stopFastDualSimplex() are the only calls

@@ -6,6 +6,7 @@
 #include "frame/messages.h"
 #include "simplex/driver.h"
 #include "simplex/dual.h"
+#include "simplex/exotic.h"
 
 namespace {
 
@@ -30,7 +31,8 @@ int commonExit(SimplexWork *w) {
   const int64_t longer = 9 * int64_t(w->updateLimit10) / 8 + 1;
   w->updateLimit10 = int(longer < 10 * int64_t(most) ? longer : 10 * int64_t(most));
   if (qrtlplp.Iiternum - w->rejectIter > most && w->rejectedCount > 0 && w->priceMode != PRICE_VALUES) return DECIDE_READMIT;
-  if (w->rejectIter + 800 + 0.9 * most < qrtlplp.Iiternum && w->rejectIter + 800 >= w->factorIter) w->accuracyLevel = 0;
+  if (w->rejectIter + 800 + 0.9 * most < qrtlplp.Iiternum && w->rejectIter + 800 >= w->factorIter)
+    w->accuracyLevel = w->exotic ? w->exotic->leastAccuracy : 0;
   return DECIDE_GO_ON;
 }
 
@@ -66,6 +68,16 @@ void chooseAlgorithm(SimplexWork *w) {
   qrtlplp.Rsumdinf = sum;
   w->algorithm = dual ? ALGORITHM_DUAL : ALGORITHM_PRIMAL;
   qrtmesg_no(dual ? MSG_DUAL_CHOSEN : MSG_PRIMAL_CHOSEN);
+}
+
+// On request: a primal that starts dual feasible becomes a dual, and the other way round.
+void takeOtherWhenFeasible(SimplexWork *w) {
+  const bool primal = w->algorithm == ALGORITHM_PRIMAL;
+  const int own = primal ? qrtlplp.Inumpinf : qrtlplp.Inumdinf, other = primal ? qrtlplp.Inumdinf : qrtlplp.Inumpinf;
+  if (other > 0 || own == 0 || w->priceMode == PRICE_VALUES) return;
+  w->algorithm = primal ? ALGORITHM_DUAL : ALGORITHM_PRIMAL;
+  if (!primal && std::abs(qrtlplp.Idevexmode) == 3) qrtlplp.Idevexmode = 2;
+  qrtmesg_no(primal ? MSG_DUAL_CHOSEN : MSG_PRIMAL_CHOSEN);
 }
 
 int firstCheck(SimplexWork *w, int continued) {
@@ -164,6 +176,9 @@ int meritTest(SimplexWork *w, double tested) {
   double slack = 10.0 * qrtlplp.Rtolpinf;
   if (w->feasibleCount > 0) slack = qrtlplp.Rtolpinf / qrtlplp.Rpweight;
   if (w->historyCount == 0 && qrtlplp.Iiternum > w->weightChangeIter) w->bestObjective = w->meritPrimal;
+  if (const ExoticRecord *exotic = w->exotic)
+    if (w->historyCount < exotic->shortPass && qrtlplp.Rsumpinf < exotic->smallSum)
+      w->bestObjective = exotic->raise >= 1000.0 ? 1.0e60 : w->bestObjective + (exotic->raise - 1.0) * std::fabs(w->bestObjective);
   if (!(w->bestObjective + 1.0e-5 * std::fabs(w->bestObjective) + slack < tested)) {
     w->state.stallCount = 0;
     return DECIDE_GO_ON;
@@ -218,6 +233,11 @@ bool perturbationWanted(SimplexWork *w) {
     return false;
   }
   if (perturbed(w)) return false;
+  if (w->exotic && w->exotic->perturbAt > 0 && !w->perturbedByRequest) {
+    restartDegenerateCount(w);
+    w->perturbedByRequest = qrtlplp.Iiternum >= w->exotic->perturbAt;
+    return w->perturbedByRequest != 0;
+  }
   double v = std::fmin(100.0, std::fmin((w->m + 1) / 2, (w->m + w->n) / 6));
   if (w->switchFactor > 10.0) v = w->total;
   if (qrtlplp.Iiternum - w->phaseStartIter < v || count < 4 * since / 7 + 5) {
@@ -305,6 +325,7 @@ int qrtchkp(SimplexWork *w, int continued) {
     if (qrtlplp.Inumpinf == 0 && qrtlplp.Inumdinf == 0) w->algorithm = ALGORITHM_PRIMAL;  // nothing to do but to say so
     else chooseAlgorithm(w);
   }
+  if (first && w->exotic && w->exotic->otherWhenFeasible) takeOtherWhenFeasible(w);
   if (w->algorithm == ALGORITHM_DUAL) return afterDecision(w, dualCheckpoint(w, continued));
   confirmStatus(w);
   int decision;

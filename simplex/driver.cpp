@@ -11,6 +11,7 @@
 #include "model/model_store.h"
 #include "simplex/driver.h"
 #include "simplex/dual.h"
+#include "simplex/exotic.h"
 #include "simplex/kept_solve.h"
 
 namespace {
@@ -74,48 +75,12 @@ void setDefaults(SimplexWork *w, int algorithm, int init, int coreMode) {
   w->priceMode = init == 0 ? PRICE_FULL : init;
   if (algorithm == ALGORITHM_DUAL && w->priceMode == PRICE_RANDOM) w->priceMode = PRICE_FULL;
   qrtlplp.randomSeed = 1.0e8;
-}
-
-// A run that goes on from the last one takes over its pricing mode and a perturbation in force, if the model still
-// has the shape it had.
-bool takeOver(SimplexWork *w) {
-  QRTModel *model = w->model;
-  if (w->init != 0) return false;
-  const bool same = qrtlplp.keptRows == w->m && qrtlplp.keptCols == w->n && qrtlplp.keptVersion == model->matrixVersion;
-  if (!same) return false;
-  if (qrtlplp.keptPriceMode > 0 && qrtlplp.keptPriceMode != PRICE_VALUES) w->priceMode = qrtlplp.keptPriceMode;
-  if (qrtlplp.keptPerturbation != 0.0 && model->aux && model->auxKind == AUX_PERTURBATION) {
-    w->primalPerturbation = qrtlplp.keptPerturbation;
-    for (int i = 1; i <= w->m; i++) w->shift[i] = model->aux[i - 1] / w->varScale[i];
-    for (int j = 1; j <= w->n; j++) w->shift[w->m + j] = model->aux[model->Imaxrows + j - 1] / w->varScale[w->m + j];
-    applyShifts(w);
-    w->perturbDone |= 1;
-    return true;
+  w->exotic = exoticRecord(w->model);
+  if (w->exotic) w->accuracyLevel = w->exotic->leastAccuracy;
+  if (const ExoticPivots *pivots = exoticPivots(w->model)) {
+    w->pivotZeroTol = pivots->zeroTol;
+    if (pivots->threshold > 0.0) w->pivotThreshold = pivots->threshold;
   }
-  return false;
-}
-
-void keepForNext(SimplexWork *w) {
-  QRTModel *model = w->model;
-  qrtlplp.keptRows = w->m;
-  qrtlplp.keptCols = w->n;
-  qrtlplp.keptVersion = model->matrixVersion;
-  qrtlplp.keptPriceMode = w->priceMode;
-  qrtlplp.keptPerturbation = w->primalPerturbation;
-  if (w->primalPerturbation == 0.0) return;
-  if (!model->aux) {
-    model->aux = newRimVector(model, 0.0);
-    if (qrtlplp.Iloglevel & LOG_FINAL) qrtmesg_no(MSG_AUX_CREATED);
-  }
-  for (int i = 1; i <= w->m; i++) model->aux[i - 1] = w->shift[i] * w->varScale[i];
-  for (int j = 1; j <= w->n; j++) model->aux[model->Imaxrows + j - 1] = w->shift[w->m + j] * w->varScale[w->m + j];
-  model->auxKind = AUX_PERTURBATION;
-}
-
-void dropAux(QRTModel *model) {
-  if (model->aux) freeRimVector(model, &model->aux);
-  qrtaddr.aux = nullptr;
-  model->auxKind = AUX_NONE;
 }
 
 // Basics named by the caller's status words, in variable order, into list[1..]; returns their number.

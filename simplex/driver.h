@@ -121,6 +121,14 @@ void qrtchdf(SimplexWork *w);
 // Robjvalue from all values.
 void recomputeObjective(SimplexWork *w);
 
+// ---- what a continuing run takes over (aux_region.cpp)
+// At the start, after the bounds are loaded: with init 0 the pricing mode and a perturbation of the last run. True when one is in
+// force; message 329 when it is the other algorithm's.
+bool takeOver(SimplexWork *w);
+// At the end, before true bounds and costs return. May jump.
+void keepForNext(SimplexWork *w);
+void dropAux(QRTModel *model);
+
 // ---- report (report.cpp)
 // The final lines by Iprobstat.
 void finalReport(const SimplexWork *w);

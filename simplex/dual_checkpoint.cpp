@@ -91,7 +91,8 @@ int firstCheck(SimplexWork *w) {
   w->state = SolveState();
   w->state.checkCount = -1;
   w->state.degenerateBase = qrtlplp.Iiternum;
-  if (qrtlplp.Inumpinf == 0 && qrtlplp.Inumdinf == 0) return finish(0);
+  const bool shifted = w->dual && w->dual->costsShifted;
+  if (qrtlplp.Inumpinf == 0 && qrtlplp.Inumdinf == 0 && !shifted) return finish(0);
   if (qrtlplp.Iiternum >= qrtlplp.Imaxiter) return finish(3);
   if (qrtlplp.RdualPerturbation < 0.0 && !(w->perturbDone & 2) && qrtlplp.Inumdinf == 0) {
     w->perturbDone |= 2;
@@ -126,8 +127,10 @@ int dualCheckpoint(SimplexWork *w, int continued) {
   w->startValues = 0;
   // A basis that is optimal as it stands needs none of the dual's work.
   const bool clean = qrtlplp.Inumpinf == 0 && qrtlplp.Inumdinf == 0;
-  if (w->state.checkCount < 0 && clean && qrtlplp.Iprobstat < 0) return firstCheck(w);
+  if (w->state.checkCount < 0 && clean && !w->costsTaken && qrtlplp.Iprobstat < 0) return firstCheck(w);
   DualWork *d = dualWork(w);
+  if (w->costsTaken) d->costsShifted = 1;
+  w->costsTaken = 0;
   if (d->cutOff) return finish(1);
   // After a proof of infeasibility the check has made the multipliers of the proof: they say nothing about costs.
   if (qrtlplp.Iprobstat == 1) return statusOfLoop(w);
@@ -149,12 +152,14 @@ int dualCheckpoint(SimplexWork *w, int continued) {
     if (qrtlplp.Inumpinf == 0) return endPhaseOne(w);
     return w->rejectedCount > 0 && qrtlplp.Iiternum - w->rejectIter > 20 ? DECIDE_READMIT : DECIDE_GO_ON;
   }
+  const bool arrives = d->reachedFeasible == 0;
   if (qrtlplp.Inumdinf > 0) {
     const int decision = mendDuals(w);
     if (decision != DECIDE_GO_ON) return decision;
   }
   d->reachedFeasible = 1;
   if (qrtlplp.Inumpinf == 0) return looksOptimal(w);
+  if (arrives && (qrtlplp.Istopmask & STOP_AT_FEASIBLE)) return finish(3);
   if (w->rejectedCount > 0 && qrtlplp.Iiternum - w->rejectIter > 20) return DECIDE_READMIT;
   if (perturbationWanted(w)) {
     qrtmesg_no(MSG_PERTURBED);

@@ -26,7 +26,7 @@ void releaseFactor(void *record) {
   KeptSolve *kept = static_cast<KeptSolve *>(record);
   qrt_freeFactor(kept);
   factor_free(kept->factor);
-  void *const blocks[] = {kept->basis, kept->colStart, kept->colRow, kept->rowStart, kept->rowVar, kept->colValue, kept->rowValue};
+  void *const blocks[] = {kept->basis, kept->colStart, kept->colRow, kept->rowStart, kept->rowVar, kept->colValue, kept->rowValue, kept->costShift};
   for (void *block : blocks) qrt_free(block);
   qrt_free(kept);
 }

@@ -25,6 +25,7 @@ struct KeptSolve {
   int32_t matrixM, matrixN, matrixVersion, matrixForm;  // stamp; matrixForm 0: not made
   int32_t *colStart, *colRow, *rowStart, *rowVar;       // owned, guarded
   double *colValue, *rowValue;
+  double *costShift;          // [1..total] costs in force less true ones, minimised, in the caller's units, after a stop; or null
   struct SavedFactor *saved;  // of a repeated dual (fast_dual.cpp), null outside one; owned
 };
 

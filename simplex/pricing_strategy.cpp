@@ -10,6 +10,7 @@
 #include <cstdlib>
 
 #include "simplex/driver.h"
+#include "simplex/exotic.h"
 
 namespace {
 
@@ -33,7 +34,11 @@ void choosePricing(SimplexWork *w) {
   w->priceMode = PRICE_FULL;
   int parts = partsAskedFor(w);
   if (parts == 0 && w->m > 0 && w->n > COLUMNS_A_ROW_FOR_PARTS * w->m) parts = 10;
-  const int mode = parts > 0 ? 1 : 2;
+  // An expert may hold back steepest edge, and weights altogether.
+  const int now = qrtlplp.Iiternum;
+  if (parts == 0 && w->exotic && now < w->exotic->devexHeld) parts = 10;
+  const bool held = w->exotic && now < w->exotic->steepestHeld;
+  const int mode = parts > 0 || held ? 1 : 2;
   if (w->settledMode != mode) {
     w->settledMode = mode;
     w->priceBase = -w->priceRefresh;

@@ -19,6 +19,7 @@
 
 struct PrimalWork;    // the primal loop's own work, simplex/primal.h
 struct DualWork;      // the dual loop's own work, simplex/dual.h
+struct ExoticRecord;  // parameters for experts, simplex/exotic.h
 struct SimplexWork;
 
 // Bits of SimplexWork::flags. With bits 30 and 29 as a two-bit state: 0 cannot move (fixed or rejected), 1 can increase,
@@ -197,7 +198,11 @@ struct SimplexWork {
   int iterated;              // 1: a loop has run
   int acceptedUpdates;       // updates the factor carries that a check has borne out; more of them make it stale
   int valuesChecked;         // 1: nothing has moved since the last check
+  int costsTaken;            // 1: cost holds the shifts of the run before, and the dual does not know it yet
   int nothingLeft;           // 1: the loop left because it found no candidate, at a factor with updates
+
+  const ExoticRecord *exotic;  // null: none set
+  int perturbedByRequest;    // 1: the perturbation it names has been done
 
   // ---- the driver's own
   SparseVector rhs, multipliers;  // work, empty between uses

@@ -510,6 +510,99 @@ TEST_F(Simplex, PerturbedStopContinues) {
   EXPECT_EQ(1, timesHeard(33)) << "perturbed a second time";
 }
 
+// The same for the costs that the dual perturbs; the primal cannot use them and says so.
+TEST_F(Simplex, PerturbedDualStopContinues) {
+  double v;
+  const Lp p = known(120, 260, 44, &v);
+  for (const bool byPrimal : {false, true}) {
+    QRTModel *q = load(p);
+    qrt_setRdualPerturbation(q, -1.0e-5);
+    hear(q, {33, 82, 3035});
+    // A stop in the first phase keeps nothing: on until one comes with perturbed costs in force.
+    for (int limit = 10; timesHeard(82) == 0 && limit < 400; limit += 10) {
+      qrt_setImaxiter(q, limit);
+      ASSERT_EQ(0, qrt_dualSimplex(q, 0));
+      if (qrt_getIprobstat(q) == 0) break;
+    }
+    ASSERT_EQ(1, timesHeard(82));
+    EXPECT_EQ(3, qrt_getIprobstat(q));
+    const int perturbed = timesHeard(33);
+    ASSERT_GE(perturbed, 1);
+    for (size_t j = 0; j < p.cost.size(); j++) EXPECT_EQ(p.cost[j], qrt_objective(q)[j]);
+    qrt_setImaxiter(q, 99999999);
+    ASSERT_EQ(0, byPrimal ? qrt_primalSimplex(q, 0) : qrt_dualSimplex(q, 0));
+    EXPECT_EQ(0, qrt_getIprobstat(q));
+    EXPECT_NEAR(v, qrt_getRobjvalue(q), 1e-6 * (1.0 + std::fabs(v)));
+    EXPECT_EQ("", firstFault(certifyModel(q), 1e-6));
+    EXPECT_EQ(byPrimal ? 1 : 0, timesHeard(3035));
+    if (!byPrimal) { EXPECT_EQ(perturbed, timesHeard(33)) << "perturbed a second time"; }
+    heard.clear();
+  }
+}
+
+TEST_F(Simplex, StopAtFirstDualFeasibleBasis) {
+  double v;
+  const Lp p = known(100, 220, 43, &v);
+  QRTModel *q = load(p);
+  qrt_setIstopmask(q, 2);
+  ASSERT_EQ(0, qrt_dualSimplex(q, 1));
+  ASSERT_EQ(3, qrt_getIprobstat(q));
+  EXPECT_EQ(0, qrt_getInumdinf(q));
+  EXPECT_GT(qrt_getInumpinf(q), 0);
+  qrt_setIstopmask(q, 0);
+  ASSERT_EQ(0, qrt_dualSimplex(q, 1));
+  EXPECT_EQ(0, qrt_getIprobstat(q));
+  EXPECT_NEAR(v, qrt_getRobjvalue(q), 1e-6 * (1.0 + std::fabs(v)));
+}
+
+// Parameters for experts change the way and not the answer; that each one arrives shows in what the run tells.
+TEST_F(Simplex, ExpertsParameters) {
+  double v;
+  const Lp p = known(200, 420, 45, &v);
+  QRTModel *q = load(p);
+  hear(q, {33, 85});
+  const int perturbAt[] = {0, 0, 1, 60};
+  ASSERT_EQ(0, qrt_exoticParameters(q, 4, perturbAt, 0, nullptr, 0, nullptr));
+  solveTo(q, v);
+  EXPECT_EQ(1, timesHeard(33)) << "perturbed at iteration 60, whether it stalled or not";
+  heard.clear();
+
+  QRTModel *plain = load(p);
+  solveTo(plain, v);
+  const int usual = qrt_getIiternum(plain);
+  const int held[] = {40, 100000};
+  const double real[] = {10.0, 2000.0}, pivot[] = {1e-9, 0.5};
+  q = load(p);
+  hear(q, {33, 85});
+  ASSERT_EQ(0, qrt_exoticParameters(q, 2, held, 2, real, 2, pivot));
+  solveTo(q, v);
+  EXPECT_NE(usual, qrt_getIiternum(q)) << "pricing in parts, then Devex, takes another way";
+
+  // A start that is feasible for the dual alone: minimise positive costs over rows that want more than zero.
+  Lp cover;
+  for (int j = 0; j < 6; j++) cover.addColumn(1.0 + j);
+  cover.addRow(4.0, INF, {1, 2, 1, 0, 3, 1});
+  cover.addRow(5.0, INF, {2, 0, 1, 1, 1, 2});
+  const int change[] = {0, 0, 0, 0, 0, 0, 1};
+  q = load(cover);
+  hear(q, {33, 85});
+  ASSERT_EQ(0, qrt_exoticParameters(q, 7, change, 0, nullptr, 0, nullptr));
+  ASSERT_EQ(0, qrt_primalSimplex(q, 1));
+  EXPECT_EQ(0, qrt_getIprobstat(q));
+  EXPECT_EQ("", firstFault(certifyModel(q), 1e-7));
+  EXPECT_EQ(1, timesHeard(85));
+  heard.clear();
+  // None again: the primal stays the primal.
+  ASSERT_EQ(0, qrt_exoticParameters(q, 0, nullptr, 0, nullptr, 0, nullptr));
+  double *low = qrt_getRowlower(q);
+  low[0] = 6.0;
+  qrt_setRowlower(q, low);
+  qrt_free(low);
+  ASSERT_EQ(0, qrt_primalSimplex(q, 1));
+  EXPECT_EQ(0, timesHeard(85));
+  heard.clear();
+}
+
 TEST_F(Simplex, StopAtFirstFeasiblePoint) {
   double v;
   Lp p = known(100, 220, 43, &v);
