@@ -120,4 +120,22 @@ TEST_P(PublishedLpDual, StatusAndOptimum) {
 }
 INSTANTIATE_TEST_SUITE_P(Methods, PublishedLpDual, ::testing::Values(1, 2));
 
+// And scaled by the owner, by all three: the thirty smallest, or all in the long form.
+using PublishedLpScaled = PublishedLp;
+TEST_P(PublishedLpScaled, StatusAndOptimum) {
+  std::vector<Published> models = table();
+  if (models.empty()) GTEST_SKIP() << "no published models in '" << folder() << "'";
+  std::sort(models.begin(), models.end(), [](const Published &a, const Published &b) { return a.rows < b.rows; });
+  if (!std::getenv("TAVSTOCH_LONG_TESTS")) models.resize(std::min<size_t>(models.size(), 30));
+  constexpr int (*SOLVERS[])(QRTModel *, int) = {qrt_primalSimplex, qrt_dualSimplex, qrt_eitherSimplex};
+  for (const Published &p : models) {
+    QRTModel *q = read(p);
+    ASSERT_EQ(0, qrt_scale(q));
+    judge(q, p, 1, SOLVERS[GetParam()]);
+    qrt_deleteModel(q);
+    if (HasFatalFailure()) return;
+  }
+}
+INSTANTIATE_TEST_SUITE_P(Methods, PublishedLpScaled, ::testing::Values(0, 1, 2));
+
 }  // namespace
