@@ -30,6 +30,7 @@ struct DualBounds {
   char *due;           // [n] 1: to be looked at, since the dual of a row of it has changed
   int *changedIn;      // [m] sweep in which the row's dual last changed, so that its columns are due
   int sweep;
+  double *lower, *upper;  // [n] bounds of the columns when the call began
 };
 
 struct Range {
@@ -50,8 +51,15 @@ DualBounds newBounds(const Presolve *p) {
   b.due = static_cast<char *>(temporaryAllocate(p->model, int64_t(p->n) + 1, 1));
   b.changedIn = static_cast<int *>(temporaryAllocate(p->model, int64_t(p->m) + 1, sizeof(int)));
   b.sweep = 0;
+  b.lower = static_cast<double *>(temporaryAllocate(p->model, int64_t(p->n) + 1, sizeof(double)));
+  b.upper = static_cast<double *>(temporaryAllocate(p->model, int64_t(p->n) + 1, sizeof(double)));
   for (int i = 0; i < p->m; i++) b.changedIn[i] = 0;
-  for (int j = 0; j < p->n; j++) b.source[j] = 0, b.due[j] = 1;
+  for (int j = 0; j < p->n; j++) {
+    b.source[j] = 0;
+    b.due[j] = 1;
+    b.lower[j] = p->lower[j];
+    b.upper[j] = p->upper[j];
+  }
   return b;
 }
 
@@ -203,6 +211,12 @@ int makeEquations(Presolve *p, const DualBounds &b) {
   return done;
 }
 
+// Bounds that went for the sake of a proof come back when nothing was proved: a simplex is better off with them.
+void restoreBounds(Presolve *p, const DualBounds &b) {
+  for (int j = 0; j < p->n; j++)
+    if (b.source[j] && (p->lower[j] != b.lower[j] || p->upper[j] != b.upper[j])) changeBounds(p, j, b.lower[j], b.upper[j]);
+}
+
 // Is there anything that has changed since the last call?
 bool somethingWaits(Presolve *p) {
   bool any = false;
@@ -221,7 +235,12 @@ int reduceByDuals(Presolve *p) {
   if (tightenDuals(p, &b)) {
     const int fixed = fixColumns(p, b);
     if (fixed < 0) return fixed;
-    done += fixed + makeEquations(p, b);
+    const int found = fixed + makeEquations(p, b);
+    done += found;
+    if (found == 0) {
+      restoreBounds(p, b);
+      somethingWaits(p);
+    }
   }
   return done;
 }
