@@ -146,7 +146,9 @@ class Faults : public testing::Test {
 };
 
 TEST_F(Faults, DiskFullAtAnyByteLeavesTheOldFile) {
-  for (const auto &[name, writer] : writers()) {
+  for (const auto &entry : writers()) {
+    const std::string &name = entry.first;
+    const WriterCase &writer = entry.second;
     SCOPED_TRACE(name);
     std::vector<std::string> paths, whole;
     for (const std::string &target : writer.targets) paths.push_back(file(target));
@@ -177,7 +179,9 @@ TEST_F(Faults, FoldersThatTakeNoFileAreTold) {
   mkdir(file("locked").c_str(), 0500);
   std::vector<std::string> places = {"/proc", file("absent")};
   if (geteuid() != 0) places.push_back(file("locked"));  // root may write anywhere
-  for (const auto &[name, writer] : writers()) {
+  for (const auto &entry : writers()) {
+    const std::string &name = entry.first;
+    const WriterCase &writer = entry.second;
     if (name == "native, copied") continue;
     for (const std::string &place : places) {
       SCOPED_TRACE(name + " in " + place);
