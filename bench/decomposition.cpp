@@ -1,10 +1,11 @@
 // Stochastic programs solved whole and in parts: seconds, cycles, memory, and how they grow with the scenarios.
 //
-//     bench_decomposition [--reference SCRIPT] [--direct N] [--tree N]... [BASE]...
+//     bench_decomposition [--reference SCRIPT] [--direct N] [--nested N] [--tree N]... [BASE]...
 //
 // BASE stands for BASE.cor, BASE.tim, BASE.sto; --tree N makes a program of N scenarios. SCRIPT gets the three files
 // and prints a line of commas whose last three fields are optimum, status and seconds. Each run has a process of its
-// own, so that its memory is its own; --direct N solves whole up to N scenarios (1000).
+// own, so that its memory is its own; --direct N solves whole up to N scenarios (1000), --nested N by the nested method
+// up to N (300).
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -35,7 +36,9 @@ int countCycle(const QRTSCycle *cycle, void *outcome) {
   return 0;
 }
 
-Outcome solve(const Triple &triple, bool whole) {
+enum class Method { WHOLE, LSHAPED, NESTED };
+
+Outcome solve(const Triple &triple, Method method) {
   Outcome o = {};
   double start = processorNow();
   QRTStoch *stoch = qrts_newStoch(benchContext(), "bench", 10000000);
@@ -48,24 +51,24 @@ Outcome solve(const Triple &triple, bool whole) {
   o.readSeconds = processorNow() - start;
   o.memoryBefore = peakMemory();
   start = processorNow();
-  if (whole) {
+  if (method == Method::WHOLE) {
     qrts_eitherSimplex(stoch);
   } else {
     qrts_setMaxiter(stoch, 2000);
     qrts_setFinalSimplexSolverOff(stoch);
     qrts_setCycleCallBack(stoch, countCycle, &o);
-    qrts_bendersLSolve(stoch, 0);
+    method == Method::LSHAPED ? qrts_bendersLSolve(stoch, 0) : qrtse_nestedLSolve(stoch, 1, 0);
   }
   o.seconds = processorNow() - start;
   o.memory = peakMemory();
   o.status = qrts_getStatus(stoch);
   o.objective = qrts_getRobjvalue(stoch);
-  if (whole) o.iterations = qrt_getIiternum(qrtse_getCurrentModel(stoch));
+  if (method == Method::WHOLE) o.iterations = qrt_getIiternum(qrtse_getCurrentModel(stoch));
   return o;
 }
 
 // In a process of its own.
-Outcome run(const Triple &triple, bool whole) {
+Outcome run(const Triple &triple, Method method) {
   Outcome o = {};
   o.status = -1;
   int ends[2];
@@ -73,7 +76,7 @@ Outcome run(const Triple &triple, bool whole) {
   std::fflush(stdout);
   const pid_t child = fork();
   if (child == 0) {
-    o = solve(triple, whole);
+    o = solve(triple, method);
     const ssize_t written = write(ends[1], &o, sizeof o);
     _exit(written == ssize_t(sizeof o) ? 0 : 1);
   }
@@ -110,7 +113,7 @@ void reference(const std::string &name, const std::string &script, const Triple 
 
 int main(int argc, char **argv) {
   std::string script;
-  int mostDirect = 1000;
+  int mostDirect = 1000, mostNested = 300;
   std::vector<std::pair<std::string, Triple>> programs;
   std::vector<double> trees, seconds;
   std::vector<std::string> made;
@@ -120,6 +123,8 @@ int main(int argc, char **argv) {
       script = argv[++a];
     } else if (argument == "--direct" && a + 1 < argc) {
       mostDirect = std::atoi(argv[++a]);
+    } else if (argument == "--nested" && a + 1 < argc) {
+      mostNested = std::atoi(argv[++a]);
     } else if (argument == "--tree" && a + 1 < argc) {
       const std::string base = "/tmp/bench_plants_" + std::to_string(getpid()) + "_" + argv[++a];
       writePlants(base, 6, 8, std::atoi(argv[a]));
@@ -130,19 +135,20 @@ int main(int argc, char **argv) {
     }
   }
   if (programs.empty()) {
-    std::fprintf(stderr, "usage: bench_decomposition [--reference SCRIPT] [--direct N] [--tree N]... [BASE]...\n");
+    std::fprintf(stderr, "usage: bench_decomposition [--reference SCRIPT] [--direct N] [--nested N] [--tree N]... [BASE]...\n");
     return 64;
   }
   std::printf("%-18s %-9s %8s %9s %9s %7s %9s %9s %9s %8s  %s\n", "program", "method", "scenar.", "read s", "solve s", "cycles",
               "iterat.", "MB", "B/scen.", "us/scen.", "objective");
   for (const auto &program : programs) {
-    const Outcome parts = run(program.second, false);
+    const Outcome parts = run(program.second, Method::LSHAPED);
     line(program.first, "lshaped", parts);
     if (program.first.compare(0, 7, "plants ") == 0 && parts.status == 0) {
       trees.push_back(parts.scenarios);
       seconds.push_back(parts.seconds);
     }
-    if (parts.scenarios <= mostDirect) line(program.first, "direct", run(program.second, true));
+    if (parts.scenarios <= mostNested) line(program.first, "nested", run(program.second, Method::NESTED));
+    if (parts.scenarios <= mostDirect) line(program.first, "direct", run(program.second, Method::WHOLE));
     if (!script.empty()) reference(program.first, script, program.second);
   }
   for (size_t k = 1; k < trees.size(); ++k)
