@@ -141,7 +141,7 @@ int firstMasterSolve(BendersRun *run) {
   say(MSG_FIRST_PASS);
   saySolving("master", number(master));
   quieten(master->smodel->model);
-  const int code = solveAfresh(master, master->alg);
+  const int code = solveAfresh(master, master->alg, "master.pre");
   if (code >= 2) return code;
   run->stoch->status = outcomeOf(master->smodel->model);
   if (!judgeMaster(run)) return 0;

@@ -190,7 +190,7 @@ int run(Visit *v) {
   v->rec->solved = 1;
   if (v->master) v->master->freedNow = 0;
   if (first) {
-    const int code = solveAfresh(v->sub, v->sub->alg);
+    const int code = solveAfresh(v->sub, v->sub->alg, "NsubModel.pre");
     return code < 2 && (qrt_getIprobstat(v->lp) < 0 || qrt_getIprobstat(v->lp) == 3) ? solveFromLogicals(v->lp) : code;
   }
   // A column that has lost its bound makes the last basis dual infeasible; else new rows or fixed values are all that is

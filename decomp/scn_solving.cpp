@@ -6,6 +6,7 @@
 
 #include "frame/entry_frame.h"
 #include "frame/messages.h"
+#include "prep/presolve_call.h"
 
 namespace {
 constexpr int SIMPLEX_LOG[] = {16, 48, 129, 132, 133, 134};  // message numbers
@@ -40,17 +41,28 @@ void quieten(QRTModel *lp) {
   qrt_setIloglevel(lp, 3);
 }
 
-int solveAfresh(QRTStoch *model, int algorithm) {
+int solveAfresh(QRTStoch *model, int algorithm, const char *presolveFile) {
   QRTModel *lp = model->smodel->model;
   if (model->ifScale) {
     const int code = qrt_scale(lp);
+    if (code >= 2) return code;
+  }
+  const bool presolved = model->ifPresolve > 0;
+  if (presolved) {
+    const int code = preSolveForRun(lp, model->ifPresolve, presolveFile);
     if (code >= 2) return code;
   }
   if (model->ifCrash) {
     const int code = qrt_crash(lp, model->ifCrash);
     if (code >= 2) return code;
   }
-  return algorithm == 2 ? qrt_dualSimplex(lp, 1) : algorithm == 1 ? qrt_primalSimplex(lp, 0) : qrt_eitherSimplex(lp, 1);
+  const int code = algorithm == 2 ? qrt_dualSimplex(lp, 1) : algorithm == 1 ? qrt_primalSimplex(lp, 0) : qrt_eitherSimplex(lp, 1);
+  if (!presolved || code >= 2) return code;
+  const int back = postSolveForRun(lp, presolveFile);
+  if (back >= 2) return back;
+  // Rays and multipliers of the reduced model are none of the whole: cuts are made of the whole model's own.
+  const int status = qrt_getIprobstat(lp);
+  return status == 1 || status == 2 ? qrt_primalSimplex(lp, SOLVE_FROM_BASIS) : code;
 }
 
 int solveFromLogicals(QRTModel *lp) {
@@ -93,6 +105,7 @@ void switchSimplexLog(QRTStoch *stoch, bool on) {
 int solveWhole(QRTStoch *stoch) {
   QRTModel *model = stoch->smodel->model;
   int code = stoch->ifScale ? qrt_scale(model) : 0;
+  if (code < 2 && stoch->ifPresolve > 0) code = preSolveForRun(model, stoch->ifPresolve, "oModel.pre");
   if (code < 2 && stoch->ifCrash && stoch->maxiter == 0) code = qrt_crash(model, stoch->ifCrash);
   if (code >= 2) return code;
   if (stoch->alg < 0) {
@@ -105,5 +118,6 @@ int solveWhole(QRTStoch *stoch) {
   if (code >= 2) return code;
   stoch->status = qrt_getIprobstat(model);
   stoch->robjvalue = qrt_getRobjvalue(model);
+  if (stoch->ifPresolve > 0) postSolveForRun(model, "oModel.pre");
   return 0;
 }

@@ -18,8 +18,9 @@ void saySolving(const char *what, int number);
 
 // Log of a model that is solved thousands of times.
 void quieten(QRTModel *lp);
-// First solve, scaled and crashed as the model's options ask; algorithm 0 either, 1 primal, 2 dual. A solver's code.
-int solveAfresh(QRTStoch *model, int algorithm);
+// First solve, scaled, presolved by way of a file of this name and crashed as the model's options ask; algorithm 0 either,
+// 1 primal, 2 dual. A solver's code.
+int solveAfresh(QRTStoch *model, int algorithm, const char *presolveFile);
 // Goes on from the last basis by the dual simplex; trouble there is answered by a solve from the logical basis.
 int solveOn(QRTModel *lp);
 // From the logical basis by the primal simplex.

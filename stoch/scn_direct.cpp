@@ -25,10 +25,7 @@ int prepare(QRTStoch *stoch, QRTModel *model) {
   if (stoch->ifPresolve > 0) {
     // A model that presolve finds infeasible is whole again, and the solve says so.
     const int code = preSolveForRun(model, stoch->ifPresolve, PRESOLVE_FILE);
-    if (code >= 2) {
-      remove(PRESOLVE_FILE);
-      return code;
-    }
+    if (code >= 2) return code;
   }
   return stoch->ifCrash && stoch->maxiter == 0 ? qrt_crash(model, stoch->ifCrash) : 0;
 }
@@ -59,6 +56,7 @@ int qrts_either2Simplex(QRTStoch *stoch) {
   const int code = solveBy(model, stoch->alg);
   stoch->status = qrt_getIprobstat(model);
   stoch->robjvalue = qrt_getRobjvalue(model);
+  if (code >= 2) return code;  // the model stays reduced, and the file is there for whoever wants it back
   if (stoch->ifPresolve > 0) postSolveForRun(model, PRESOLVE_FILE);
-  return code >= 2 ? code : 0;
+  return 0;
 }

@@ -76,6 +76,27 @@ TEST_F(PresolveDirect, AgreesWithoutPresolve) {
   }
 }
 
+// Models of a decomposition presolve at their first solve only; cuts and final solve are those of whole models.
+TEST_F(PresolveDirect, DecompositionsAgree) {
+  triple.stoch = scenarios(2.5);
+  ASSERT_LE(triple.read(10), 1) << triple.log;
+  const Answer plain = solveDirectly(triple, 0, false);
+  for (int level : {1, 3})
+    for (bool nested : {false, true})
+      for (bool final : {false, true}) {
+        SCOPED_TRACE("level " + std::to_string(level) + (nested ? " nested" : " two-level") + (final ? " with final solve" : ""));
+        ASSERT_LE(triple.read(10), 1) << triple.log;
+        QRTStoch *stoch = triple.object();
+        qrts_setPresolve(stoch, level);
+        if (!final) qrts_setFinalSimplexSolverOff(stoch);
+        qrts_setCutPeriod(stoch, 2);
+        ASSERT_EQ(0, nested ? qrtse_nestedLSolve(stoch, 1, 0) : qrts_bendersLSolve(stoch, 0));
+        EXPECT_EQ(0, qrts_getStatus(stoch));
+        EXPECT_NEAR(plain.value, qrts_getRobjvalue(stoch), 1e-6 * (1 + std::fabs(plain.value)));
+        for (const char *file : {"master.pre", "subModel.pre", "NsubModel.pre", "oModel.pre"}) EXPECT_NE(0, access(file, F_OK)) << file;
+      }
+}
+
 // Presolve solves this one: nothing is left, which by default ends a process that calls qrt_preSolve() itself.
 TEST_F(PresolveDirect, NothingLeftIsNoReasonToStop) {
   triple.core = "NAME          TRIAL\nROWS\n N  COST\n G  C1\n G  C2\nCOLUMNS\n    X         COST               1.0   C1                 1.0\n"
