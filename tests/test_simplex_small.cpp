@@ -409,6 +409,24 @@ TEST_F(Simplex, KnownOptimumByEveryRoute) {
   }
 }
 
+// A long run of the dual shifts costs at random and keeps its reduced costs over factorisations: neither may show in the
+// optimum, the multipliers or the reduced costs.
+TEST_F(Simplex, LongDualRunsEndWithTheTrueCosts) {
+  for (unsigned seed = 71; seed < 75; seed++) {
+    double v;
+    const Lp p = known(250 + 50 * int(seed - 70), 700, seed, &v);
+    for (int often : {100, 12}) {
+      QRTModel *q = load(p);
+      qrt_setImaxfactor(q, often);
+      ASSERT_EQ(0, qrt_dualSimplex(q, 1));
+      EXPECT_GT(qrt_getIiternum(q), 200);
+      ASSERT_EQ(0, qrt_getIprobstat(q));
+      EXPECT_NEAR(v, qrt_getRobjvalue(q), 1e-8 * (1 + std::fabs(v)));
+      EXPECT_EQ("", firstFault(certifyModel(q), 1e-7));
+    }
+  }
+}
+
 TEST_F(Simplex, BadScalesAreTakenInStride) {
   double v;
   Lp p = known(80, 160, 17, &v);
