@@ -56,6 +56,15 @@ says out '"cuts":'
 expect 3 "a run cut off leaves its state" solve power.cor power.tim power.sto --method lshaped --no-final --cycles 2 --save-state "$work/run.state"
 expect 0 "and goes on from there" solve power.cor power.tim power.sto --method lshaped --no-final --resume "$work/run.state" --check
 expect 65 "a state that is none" solve power.cor power.tim power.sto --method lshaped --resume power.cor
+expect 0 "solve by nested decomposition" solve power.cor power.tim power.sto --method nested --cut rows:7 --no-final --check
+says out '^cycle +[0-9]+ +bounds +381\.8533333 +381\.8533333'
+says out '^ +mean +381\.853'
+expect 0 "nested with the final solve as JSON" solve power.cor power.tim power.sto --method nested --json
+says out '"cuts":'
+says out '"status": "optimal"'
+expect 3 "a nested run cut off" solve power.cor power.tim power.sto --method nested --cut models:3 --cycles 2 --no-final
+expect 65 "a nested cut into one model" solve power.cor power.tim power.sto --method nested --cut models:1
+expect 65 "a state of a nested run" solve power.cor power.tim power.sto --method nested --resume power.cor
 expect 0 "models of a cut" info power.cor power.tim power.sto --cut models:2
 expect 65 "no such cut" info power.cor power.tim power.sto --cut half
 expect 65 "a cut the method does not know" solve power.cor power.tim power.sto --method lshaped --cut rows:5

@@ -21,7 +21,7 @@ struct Options {
   std::string method = "direct";
   std::string logFile;            // the library's messages; empty: kept aside and shown only on a failure
   std::string solutionFile;       // CSV
-  std::string cut;                // lshaped: "stage:K"; empty for the library's own choice
+  std::string cut;                // "stage:K", "rows:N", "models:N"; empty for the method's own choice
   double gap = 1e-8;              // relative gap at which a decomposition stops
   int cycles = 100;
   std::string saveState;          // lshaped: file for the state of the run

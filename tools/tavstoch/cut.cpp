@@ -8,19 +8,31 @@
 
 #include "failure.h"
 
-bool describeCut(const Options &options, const StochProgram &program, nlohmann::ordered_json &json, FILE *out) {
-  const size_t colon = options.cut.find(':');
-  const std::string kind = options.cut.substr(0, colon);
+TreeCut parseCut(const std::string &cut, const StochProgram &program) {
+  const size_t colon = cut.find(':');
+  const std::string kind = cut.substr(0, colon);
   char *end = nullptr;
-  const long value = colon == std::string::npos ? 0 : std::strtol(options.cut.c_str() + colon + 1, &end, 10);
+  const long value = colon == std::string::npos ? 0 : std::strtol(cut.c_str() + colon + 1, &end, 10);
   if (!end || *end || value < 1 || value > 2147483646 || (kind != "stage" && kind != "rows" && kind != "models"))
-    throw BadInput("--cut " + options.cut + ": stage:K, rows:N or models:N");
+    throw BadInput("--cut " + cut + ": stage:K, rows:N or models:N");
+  const int stages = qrts_getNumStages(program.handle());
+  if (kind == "stage" && value > stages) throw BadInput(fmt::format("--cut {}: the program has {} stages", cut, stages));
+  return {kind == "stage" ? TreeCut::STAGE : kind == "rows" ? TreeCut::ROWS : TreeCut::MODELS, int(value)};
+}
+
+int cutTree(const TreeCut &cut, const StochProgram &program) {
   QRTStoch *stoch = program.handle();
-  if (kind == "stage" && value > qrts_getNumStages(stoch)) throw BadInput(fmt::format("--cut {}: the program has {} stages", options.cut, qrts_getNumStages(stoch)));
+  return cut.kind == TreeCut::STAGE  ? qrtse_decomposeCutAtStage(stoch, cut.value)
+         : cut.kind == TreeCut::ROWS ? qrtse_decomposeCutByRowSize(stoch, cut.value)
+                                     : qrtse_decomposeCutByNodeSize(stoch, cut.value);
+}
+
+bool describeCut(const Options &options, const StochProgram &program, nlohmann::ordered_json &json, FILE *out) {
+  const TreeCut cut = parseCut(options.cut, program);
+  QRTStoch *stoch = program.handle();
   if (qrts_describeFullModel(stoch, 1) < 0) throw InternalFailure("the equivalent could not be generated");
   const int wholeRows = qrt_getInumrows(qrtse_getCurrentModel(stoch)), wholeNodes = qrts_getNumNodes(stoch);
-  const int n = kind == "stage" ? qrtse_decomposeCutAtStage(stoch, int(value))
-                : kind == "rows" ? qrtse_decomposeCutByRowSize(stoch, int(value)) : qrtse_decomposeCutByNodeSize(stoch, int(value));
+  const int n = cutTree(cut, program);
   QRTStoch **models = n > 0 ? qrts_getSubmodels(stoch) : nullptr;
   if (!models) throw InternalFailure("the tree could not be cut");
   constexpr int longest = 40;

@@ -3,11 +3,12 @@
 
 #include <fmt/core.h>
 
-#include <cstdlib>
-
+#include "cut.h"
 #include "failure.h"
 
 namespace {
+
+const char NO_PARTS[] = "the tree has no two parts at this cut: solve it by --method direct";
 
 std::string bound(double value) { return value <= -1e31 || value >= 1e31 ? "-" : fmt::format("{:.10g}", value); }
 
@@ -22,31 +23,46 @@ int tell(const QRTSCycle *cycle, void *data) {
   return Session::stopAsked();
 }
 
-}  // namespace
-
-int cutStage(const std::string &cut) {
-  if (cut.empty()) return 2;
-  const std::string head = "stage:";
-  char *end = nullptr;
-  const long stage = cut.compare(0, head.size(), head) == 0 ? std::strtol(cut.c_str() + head.size(), &end, 10) : 0;
-  if (!end || *end || stage < 2 || stage > 1000000) throw BadInput("--cut " + cut + ": the L-shaped method cuts at stage:K, K from 2");
-  return int(stage);
-}
-
-int solveByCycles(const Options &options, const StochProgram &program, CycleHistory &history) {
+int byLShaped(const Options &options, const StochProgram &program, const CycleHistory &history) {
   QRTStoch *stoch = program.handle();
-  const int stage = cutStage(options.cut);
-  if (stage > qrts_getNumStages(stoch)) throw BadInput(fmt::format("--cut {}: the program has {} stages", options.cut, qrts_getNumStages(stoch)));
-  qrts_setCutPeriod(stoch, stage);
-  qrts_setMaxiter(stoch, options.cycles);
-  qrts_setRelOptimalityGap(stoch, options.gap);
-  if (options.noFinal) qrts_setFinalSimplexSolverOff(stoch);
-  qrts_setCycleCallBack(stoch, tell, &history);
+  const TreeCut cut = parseCut(options.cut.empty() ? "stage:2" : options.cut, program);
+  if (cut.kind != TreeCut::STAGE || cut.value < 2) throw BadInput("--cut " + options.cut + ": the L-shaped method cuts at stage:K, K from 2");
+  qrts_setCutPeriod(stoch, cut.value);
   if (!options.saveState.empty()) qrts_setSaveState(stoch, options.saveState.c_str(), options.saveEvery);
   if (!options.resume.empty()) qrts_setResumeState(stoch, options.resume.c_str());
   const int code = qrts_bendersLSolve(stoch, 0);
   if (code == 2 && !options.resume.empty() && history.cycles.empty()) throw BadInput("--resume " + options.resume + ": the state cannot be used");
+  if (code == 1 && history.cycles.empty()) throw BadInput(NO_PARTS);
+  return code;
+}
+
+int byNested(const Options &options, const StochProgram &program) {
+  if (!options.saveState.empty() || !options.resume.empty()) throw BadInput("--save-state and --resume: of --method lshaped only");
+  const TreeCut cut = parseCut(options.cut.empty() ? "models:100" : options.cut, program);
+  if (cutTree(cut, program) < 2) throw BadInput(NO_PARTS);
+  constexpr int anyStrategy = 1;  // a list that exists is used as it stands
+  return qrtse_nestedLSolve(program.handle(), anyStrategy, 0);
+}
+
+// Nested decomposition has codes of its own for a run that a final solve of the whole did not follow.
+int plainStatus(const Options &options, int status) {
+  constexpr int optimal = 0, unbounded = 2, stopped = 3, unboundedRoot = 4, unboundedBelow = 8, failed = -1;
+  if (status == unboundedRoot || status == unboundedBelow) return unbounded;
+  if (status == optimal || status == 1 || status == failed) return status;
+  return options.noFinal ? stopped : status;
+}
+
+}  // namespace
+
+int solveByCycles(const Options &options, const StochProgram &program, CycleHistory &history, int *status) {
+  QRTStoch *stoch = program.handle();
+  qrts_setMaxiter(stoch, options.cycles);
+  qrts_setRelOptimalityGap(stoch, options.gap);
+  if (options.noFinal) qrts_setFinalSimplexSolverOff(stoch);
+  qrts_setCycleCallBack(stoch, tell, &history);
+  const bool nested = options.method == "nested";
+  const int code = nested ? byNested(options, program) : byLShaped(options, program, history);
   qrts_setCycleCallBack(stoch, nullptr, nullptr);
-  if (code == 1 && history.cycles.empty()) throw BadInput("the tree has no two parts at this cut: solve it by --method direct");
+  *status = nested ? plainStatus(options, qrts_getStatus(stoch)) : qrts_getStatus(stoch);
   return code;
 }

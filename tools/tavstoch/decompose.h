@@ -10,7 +10,6 @@ struct CycleHistory {
   std::vector<QRTSCycle> cycles;
   FILE *lines = nullptr;  // where each cycle is told as it ends, or null
 };
-// The stage that --cut names. Throws BadInput for another form.
-int cutStage(const std::string &cut);
-// Runs the L-shaped method as the options ask. @return the library's code. Throws BadInput when the tree has no such cut.
-int solveByCycles(const Options &options, const StochProgram &program, CycleHistory &history);
+// Runs the method that the options ask for. @return the library's code; *status the outcome, in the words of a simplex solve.
+// Throws BadInput when the tree has no such cut.
+int solveByCycles(const Options &options, const StochProgram &program, CycleHistory &history, int *status);

@@ -51,14 +51,14 @@ int main(int argc, char **argv) {
 
   CLI::App *solve = app.add_subcommand("solve", "solve a stochastic program");
   addTriple(solve, options);
-  solve->add_option("--method", options.method, "how to solve")->check(CLI::IsMember({"direct", "lshaped"}))->capture_default_str();
-  solve->add_option("--cut", options.cut, "lshaped: stage:K cuts the tree at stage K (default 2)");
-  solve->add_option("--gap", options.gap, "lshaped: relative gap to stop at")->check(CLI::Range(1.1e-16, 0.999))->capture_default_str();
-  solve->add_option("--cycles", options.cycles, "lshaped: most cycles")->check(CLI::Range(1, 2147483646))->capture_default_str();
+  solve->add_option("--method", options.method, "how to solve")->check(CLI::IsMember({"direct", "lshaped", "nested"}))->capture_default_str();
+  solve->add_option("--cut", options.cut, "where the tree is cut: stage:K (lshaped: stage:2 by default); nested also rows:N, fewest a model, or models:N, most (100)");
+  solve->add_option("--gap", options.gap, "lshaped, nested: relative gap to stop at")->check(CLI::Range(1.1e-16, 0.999))->capture_default_str();
+  solve->add_option("--cycles", options.cycles, "lshaped, nested: most cycles")->check(CLI::Range(1, 2147483646))->capture_default_str();
   solve->add_option("--save-state", options.saveState, "lshaped: leave bounds, proposal and cuts in this file");
   solve->add_option("--save-every", options.saveEvery, "cycles between two states")->check(CLI::Range(1, 2147483646))->capture_default_str();
   solve->add_option("--resume", options.resume, "lshaped: go on from such a file");
-  solve->add_flag("--no-final", options.noFinal, "lshaped: no simplex solve of the whole at the end");
+  solve->add_flag("--no-final", options.noFinal, "lshaped, nested: no simplex solve of the whole at the end");
   addSolving(solve, options);
   addPresolve(solve, options, 3, "solve a smaller model and map its solution back; level 1 to 3, 3 when left out");
   addOutput(solve, options);

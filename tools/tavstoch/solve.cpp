@@ -128,10 +128,11 @@ int runSolve(const Options &options) {
   session.progress.phase("solving");
   CycleHistory history;
   history.lines = words ? out : nullptr;
-  const bool decomposed = options.method == "lshaped";
-  const int code = decomposed ? solveByCycles(options, program, history) : qrts_eitherSimplex(stoch);
+  const bool decomposed = options.method != "direct";
+  int status = 0;
+  const int code = decomposed ? solveByCycles(options, program, history, &status) : qrts_eitherSimplex(stoch);
   const double solveSeconds = session.progress.done();
-  const int status = qrts_getStatus(stoch);
+  if (!decomposed) status = qrts_getStatus(stoch);
   if (code >= 2 || statusExitCode(status) == EXIT_INTERNAL) {
     const std::string complaint = session.complaint();
     throw InternalFailure(fmt::format("the solve failed with code {} and status {}{}{}", code, status, complaint.empty() ? "" : ": ", complaint));
@@ -144,7 +145,8 @@ int runSolve(const Options &options) {
   json.update(describeOutcome(model, status, objective, constant));
   json["seconds"] = {{"read", program.readSeconds()}, {"generate", generateSeconds}, {"solve", solveSeconds}};
   if (decomposed) {
-    json["gap"] = qrts_getRelOptimalityGap(stoch);
+    // The last cycle's gap is relative in both methods; what the library keeps of a nested run is absolute.
+    json["gap"] = history.cycles.empty() ? qrts_getRelOptimalityGap(stoch) : history.cycles.back().gap;
     json["cycles"] = nlohmann::ordered_json::array();
     for (const QRTSCycle &c : history.cycles)
       json["cycles"].push_back({{"lower", c.lower}, {"upper", c.upper}, {"gap", c.gap}, {"cuts", c.cuts}, {"seconds", c.seconds}});
