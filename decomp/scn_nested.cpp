@@ -117,9 +117,10 @@ int visitModel(NestedRun *run, int i, bool firstSweep) {
     run->ender = i;
     return 0;
   }
+  // With cuts of an earlier run the first solve of the root may be the last.
+  if (event == EVENT_ROOT_SOLVED) run->rootValue = value;
   if (event == EVENT_NONE || (firstSweep && event == EVENT_ROOT_SOLVED)) return 0;
   run->last = run->cycle;
-  if (event == EVENT_ROOT_SOLVED) run->rootValue = value;
   if (rec->modelStatus != NESTED_WORKING || run->cycle >= run->limit) {
     run->ender = i;
     return 0;

@@ -3,6 +3,8 @@
 // different proposals, a kept list whose cuts are lost or used in the wrong sense.
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <cmath>
 #include <random>
 #include <string>
@@ -15,7 +17,7 @@ namespace {
 
 using hand::demand, hand::Program;
 
-constexpr unsigned SEEDS = 400;
+constexpr unsigned SEEDS = 300;
 
 struct Way {
   int strategy, value;
@@ -177,6 +179,195 @@ TEST_F(Nested, RandomProgramsAgreeWithTheDirectSolve) {
     }
   }
   for (int outcome : outcomes) EXPECT_GT(outcome, int(SEEDS) / 20);
+}
+
+TEST_F(Nested, AKeptListServesAgainInEitherSense) {
+  const std::vector<hand::Case> cases = hand::cases();
+  const hand::Case &known = cases[13];
+  ASSERT_STREQ(known.name, "barred two stages below");
+  QRTStoch *stoch = hand::load(context, known.program, false);
+  ASSERT_EQ(qrtse_decomposeCutAtStage(stoch, 2), 2);
+  int rows[3];
+  for (int &r : rows) {
+    EXPECT_EQ(qrtse_nestedLSolve(stoch, 1, 0), 0);
+    expectCase(known, stoch, false);
+    ASSERT_EQ(qrts_getNsubmodels(stoch), 2);
+    QRTStoch *root = qrts_getSubmodels(stoch)[0];
+    EXPECT_EQ(nestedModel_check(root), nullptr);
+    r = qrt_getInumrows(qrtse_getCurrentModel(root));
+  }
+  EXPECT_EQ(rows[1], rows[0]);  // the cuts of the first run are all that the others need
+  EXPECT_EQ(rows[2], rows[0]);
+  // Maximised, everything goes to its bounds: x has none.
+  qrts_setMaximize(stoch);
+  EXPECT_EQ(qrtse_nestedLSolve(stoch, 1, 0), 0);
+  EXPECT_EQ(qrts_getStatus(stoch), 4);
+  qrts_setMinimize(stoch);
+  EXPECT_EQ(qrtse_nestedLSolve(stoch, 1, 0), 0);
+  expectCase(known, stoch, false);
+  qrts_describeFullModel(stoch, 1);  // the list goes with the model it was cut from
+  EXPECT_EQ(qrts_getNsubmodels(stoch), 0);
+  qrts_deleteStoch(stoch);
+}
+
+// Options of a run that a run may overwrite: the gap shown, the algorithm, tasks that nobody can run.
+TEST_F(Nested, WhatARunLeavesBehind) {
+  QRTStoch *stoch = hand::load(context, demand(1, 3, hand::NONE, hand::NONE, {{1, 6}, {3, 2}, {2, 4}}), false);
+  qrts_eitherSimplex(stoch);  // a status of 0 must not pass for a list with its models loaded
+  const double optimum = qrts_getRobjvalue(stoch);
+  qrtse_setParallelOn(stoch);
+  for (int maxiter : {1, 2, 100, 100}) {
+    qrts_setMaxiter(stoch, maxiter);
+    EXPECT_EQ(qrtse_nestedLSolve(stoch, 3, 1), 0);
+    EXPECT_EQ(qrts_getStatus(stoch), maxiter < 3 ? 2 : 0);
+    EXPECT_LE(qrts_getNsubmodels(stoch), 0);
+  }
+  EXPECT_NEAR(qrts_getRobjvalue(stoch), optimum, 1e-9);
+  EXPECT_EQ(stoch->alg, 1);
+  EXPECT_EQ(stoch->ifParallel, 0);
+  EXPECT_LT(qrts_getRelOptimalityGap(stoch), 1e-8);
+  qrts_setFinalSimplexSolverOn(stoch);
+  qrts_setMaxiter(stoch, 2);  // stopped at once: the final solve must find the optimum alone
+  EXPECT_EQ(qrtse_nestedLSolve(stoch, 1, 0), 0);
+  EXPECT_EQ(qrts_getStatus(stoch), 0);
+  EXPECT_NEAR(qrts_getRobjvalue(stoch), optimum, 1e-9);
+  qrts_deleteStoch(stoch);
+}
+
+TEST_F(Nested, OneModelOnlyAndNoCyclesGoToTheSimplex) {
+  for (int maxiter : {0, 100}) {
+    QRTStoch *stoch = hand::load(context, demand(2, 1, 3, hand::NONE, {{1, 4}}), false);  // y = 3, x = 1
+    qrts_setMaxiter(stoch, maxiter);
+    EXPECT_EQ(qrtse_nestedLSolve(stoch, 1, 0), 0);
+    EXPECT_EQ(qrts_getStatus(stoch), 0);
+    EXPECT_NEAR(qrts_getRobjvalue(stoch), 5, 1e-7);
+    qrts_deleteStoch(stoch);
+  }
+}
+
+TEST_F(Nested, CycleNewsBoundTheOptimumAndStopTheRun) {
+  const std::vector<hand::Case> cases = hand::cases();
+  for (size_t which : {size_t(12), size_t(13), size_t(15)})
+    for (const bool maximize : {false, true})
+      for (const int stopAt : {0, 2}) {
+        const hand::Case &known = cases[which];
+        QRTStoch *stoch = hand::load(context, known.program, maximize);
+        struct Watch {
+          double optimum;
+          int stopAt, cycles;
+        } watch = {maximize ? -known.optimum : known.optimum, stopAt, 0};
+        qrts_setCycleCallBack(
+            stoch,
+            [](const QRTSCycle *news, void *data) {
+              Watch *w = static_cast<Watch *>(data);
+              EXPECT_EQ(news->cycle, ++w->cycles);
+              EXPECT_LE(news->lower, w->optimum + 1e-7);
+              EXPECT_GE(news->upper, w->optimum - 1e-7);
+              return int(news->cycle == w->stopAt);
+            },
+            &watch);
+        EXPECT_EQ(solve(stoch, {2, 1}), 0);
+        EXPECT_EQ(qrts_getStatus(stoch), stopAt ? 2 : 0) << known.name;
+        if (stopAt) {
+          EXPECT_EQ(watch.cycles, stopAt);
+        } else {
+          expectCase(known, stoch, maximize);
+        }
+        qrts_deleteStoch(stoch);
+      }
+}
+
+TEST_F(Nested, GatheredDualsAreThoseOfADirectSolve) {
+  // x rests on its bound, no demand meets it: the duals are unique.
+  const Program p = demand(1, 9, hand::NONE, 3, {{1, 6}, {3, 2.5}, {2, 2}});
+  for (const bool maximize : {false, true}) {
+    double dual[2][3], cost[2][3];
+    int index[3];
+    for (const bool direct : {false, true}) {
+      QRTStoch *stoch = hand::load(context, p, maximize);
+      direct ? qrts_eitherSimplex(stoch) : solve(stoch, {3, 100});
+      ASSERT_EQ(qrts_getStatus(stoch), 0);
+      for (int s = 1; s <= 3; ++s) {
+        qrts_getNodeDualSolution(stoch, s, 2, 1, &dual[direct][s - 1], index);
+        qrts_getNodeDualSolution(stoch, s, 2, 0, &cost[direct][s - 1], index);
+      }
+      qrts_deleteStoch(stoch);
+    }
+    for (int s = 0; s < 3; ++s) {
+      EXPECT_NEAR(dual[0][s], dual[1][s], 1e-7) << s;
+      EXPECT_NEAR(cost[0][s], cost[1][s], 1e-7) << s;
+    }
+  }
+}
+
+using NestedDeathTest = Nested;
+TEST_F(NestedDeathTest, BadParametersAndUnlimitedSeverityEndTheProcess) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  QRTStoch *stoch = hand::load(context, hand::cases()[3].program, false);
+  // Texts go to stdout; a process that ends well says so by its code.
+  EXPECT_EXIT(qrtse_nestedLSolve(stoch, 4, 0), testing::ExitedWithCode(0), "");
+  EXPECT_EXIT(qrtse_nestedLSolve(stoch, 1, 2), testing::ExitedWithCode(0), "");
+  EXPECT_EXIT(qrtse_nestedLSolve(stoch, 2, 0), testing::ExitedWithCode(0), "");  // no rows asked for
+  EXPECT_EXIT(
+      {
+        qrt_mset(qrtse_getBaseModel(stoch), 7453, 1, -1, 0, 7454, 0);
+        qrtse_nestedLSolve(stoch, 1, 0);
+        _exit(9);
+      },
+      testing::ExitedWithCode(0), "");
+  qrts_deleteStoch(stoch);
+}
+
+TEST_F(Nested, NodeDataBetweenModels) {
+  // Root 1, nodes 2 and 3 of stage 2, leaves 4 to 7 below them; three columns at stage 1, two at 2, one at 3, a row each at
+  // 2 and 3. The second model holds one node of stage 2 with its leaves, and the root as a virtual one.
+  Program p;
+  p.stages = 3;
+  p.rowStage = {2, 3};
+  p.colStage = {1, 1, 1, 2, 2, 3};
+  p.objective.assign(6, 1);
+  p.rowLower.assign(2, 0);
+  p.rowUpper.assign(2, hand::NONE);
+  p.colLower.assign(6, 0);
+  p.colUpper.assign(6, hand::NONE);
+  p.elements = {{1, 1, 1}, {1, 4, 1}, {2, 1, 1}, {2, 6, 1}};
+  for (int k = 0; k < 4; ++k) p.scenarios.push_back({k % 2 ? k : 0, k % 2 ? 3 : 2, 1, {}, {}, {}, {}});
+  QRTStoch *whole = hand::load(context, p, false);
+  ASSERT_EQ(qrtse_decomposeCutAtStage(whole, 2), 2);
+  QRTStoch *sub = qrts_getSubmodels(whole)[1];
+  const int own = sub->nodeList[0];
+  const int columns = whole->smodel->nCols, subColumns = sub->smodel->nCols;
+  ASSERT_EQ(subColumns, 2 + 1 + 1 + 3);
+  std::vector<double> from(static_cast<size_t>(columns)), into(size_t(subColumns), -1.0);
+  for (int j = 0; j < columns; ++j) from[size_t(j)] = j;
+  const auto copy = [&](QRTStoch *a, const void *x, const char *ka, QRTStoch *b, void *y, const char *kb, const std::vector<int> &list, int unit) {
+    return qrts_Cndcp(a, x, ka, b, y, kb, int(list.size()), list.empty() ? nullptr : list.data(), unit, sizeof(double));
+  };
+  const int at = whole->smodel->nodeList->nodes[whole->smodel->nodeMap[own - 1] - 1].colOffset;
+  // Between models: the virtual columns alone, then all.
+  EXPECT_EQ(copy(whole, from.data(), "ALL", sub, into.data(), "VIRTUAL", {}, 1), 3);
+  EXPECT_EQ(std::vector<double>(into.end() - 3, into.end()), (std::vector<double>{0, 1, 2}));
+  EXPECT_EQ(into[0], -1);
+  EXPECT_EQ(copy(whole, from.data(), "A", sub, into.data(), "A", {}, 1), subColumns);
+  EXPECT_EQ(into[0], at);
+  // Packed: with a list, nodes that do not pass keep their place.
+  std::vector<double> packed(size_t(subColumns) + 3, -1.0);
+  EXPECT_EQ(copy(sub, into.data(), "REAL", nullptr, packed.data(), nullptr, {1, own}, 1), 2);
+  EXPECT_EQ(packed[2], -1);
+  EXPECT_EQ(packed[3], at);
+  EXPECT_EQ(copy(sub, into.data(), "V", nullptr, packed.data(), nullptr, {}, 1), 3);
+  EXPECT_EQ(packed[2], 2);
+  // Unpacked, and cleared; a virtual node has no rows; an unknown kind copies nothing.
+  const std::vector<double> fresh = {7, 8, 9};
+  EXPECT_EQ(copy(nullptr, fresh.data(), nullptr, sub, into.data(), "VIRTUAL", {1}, 1), 3);
+  EXPECT_EQ(into[size_t(subColumns) - 1], 9);
+  EXPECT_EQ(copy(nullptr, nullptr, nullptr, sub, into.data(), "VIRTUAL", {}, 1), 3);
+  EXPECT_EQ(into[size_t(subColumns) - 1], 0);
+  std::vector<double> rows(8, 5.0);
+  EXPECT_EQ(copy(nullptr, nullptr, nullptr, sub, rows.data(), "ALL", {}, 0), 3);
+  EXPECT_EQ(rows[3], 5);
+  EXPECT_EQ(copy(nullptr, nullptr, nullptr, sub, into.data(), "none", {}, 1), 0);
+  qrts_deleteStoch(whole);
 }
 
 }  // namespace
