@@ -389,4 +389,127 @@ TEST(PrimalIteration, ValuesCountsAndReducedCostsStayTrue) {
   }
 }
 
+// One infeasible row that y (variable 3) mends at a cost, beside x (variable 2), which pays without end.
+void fillUnboundedBesideInfeasible(Problem *problem, double costX, double costY) {
+  problem->dense[1][2] = 1.0;
+  problem->lower[1] = -NONE, problem->upper[1] = -5.0;  // the activity of the row is at least 5
+  problem->cost[2] = problem->objective[2] = costX;
+  problem->cost[3] = problem->objective[3] = costY;
+}
+
+// Fault: a column without a limit is taken for the end, or barred, while rows are still infeasible; the weight that was
+// dropped for the sake of another look stays dropped, or comes back so large that the column just checked pays no more.
+TEST(PrimalIteration, UnboundedWhileInfeasibleDropsTheWeightAndBringsItBack) {
+  struct {
+    double costX, costY, weight;
+  } const cases[] = {
+      {-1.0, 9.5, 0.5 / 9.5},     // half of what the column of y allows
+      {-100.0, -1.0, 0.99 * 0.1}  // its cost pulls the same way: almost all of the old weight
+  };
+  for (const auto &c : cases) {
+    Problem problem(1, 2);
+    fillUnboundedBesideInfeasible(&problem, c.costX, c.costY);
+    problem.load();
+    SimplexWork *w = &problem.work;
+    problem.oneIteration();
+    EXPECT_EQ(3, qrtlplp.Iprobstat) << "the limit of one iteration, not a verdict";
+    EXPECT_EQ(3, problem.list[1]) << "y is basic";
+    EXPECT_DOUBLE_EQ(5.0, problem.value[3]);
+    EXPECT_EQ(0, qrtlplp.Inumpinf);
+    EXPECT_NEAR(c.weight, qrtlplp.Rpweight, 1.0e-12);
+    EXPECT_EQ(0, w->primal->unboundedVar);
+    EXPECT_EQ(0u, problem.flags[2] & VAR_REJECTED);
+    // Feasible now, and x still has no limit: believed only right after a factorisation.
+    qrtlplp.Iiternum++;
+    EXPECT_EQ(PASS_REFACTOR, problem.oneIteration());
+    EXPECT_NE(2, qrtlplp.Iprobstat);
+    problem.factorise();
+    problem.recompute();
+    problem.oneIteration();
+    EXPECT_EQ(2, qrtlplp.Iprobstat);
+    EXPECT_EQ(2, w->primal->unboundedVar);
+  }
+}
+
+// Fault: a step that made things worse leaves traces in values, states, sums or the history; or is tried for ever.
+TEST(PrimalIteration, UndoneStepLeavesNoTraceAndBarsItsColumn) {
+  for (int accuracy = 0; accuracy <= 1; accuracy++) {
+    Problem problem(2, 1);
+    problem.dense[1][1] = problem.dense[2][1] = 1.0;
+    problem.lower[1] = -1.0, problem.upper[1] = 0.0;
+    problem.lower[2] = -100.0, problem.upper[2] = 0.0;
+    problem.cost[3] = problem.objective[3] = -1.0;
+    problem.load();
+    SimplexWork *w = &problem.work;
+    w->accuracyLevel = accuracy;
+    // The exit insists on the far row, so that the near one ends 99 below its bound.
+    wantedExit = [](const double *, int *row, int *bound) { *row = 2, *bound = 0; };
+    const double weight = qrtlplp.Rpweight, merit = w->meritPrimal;
+    problem.oneIteration();
+    wantedExit = nullptr;
+    EXPECT_EQ(0, qrtlplp.Iprobstat) << "no column is left";
+    EXPECT_NE(0u, problem.flags[3] & VAR_REJECTED);
+    EXPECT_EQ(accuracy ? weight : 0.9 * weight, qrtlplp.Rpweight) << "a flood lowers the weight first";
+    EXPECT_EQ(0, qrtlplp.Iiternum);
+    EXPECT_EQ(0, w->historyCount);
+    EXPECT_EQ(0, qrtlplp.Inumpinf);
+    EXPECT_EQ(0.0, qrtlplp.Rsumpinf);
+    EXPECT_EQ(0.0, qrtlplp.Robjvalue);
+    EXPECT_EQ(merit, w->meritPrimal);
+    for (int i = 1; i <= 2; i++) {
+      EXPECT_EQ(i, problem.list[size_t(i)]);
+      EXPECT_EQ(0.0, problem.basicValue[size_t(i)]);
+      EXPECT_EQ(0u, problem.basicStatus[size_t(i)] & (ROW_ABOVE | ROW_BELOW));
+    }
+    EXPECT_EQ(0.0, problem.value[3]);
+    EXPECT_EQ(nullptr, primal_check(w));
+  }
+}
+
+std::vector<double> heard;  // variable, computed and true reduced cost of each message
+void listenToCosts(QRTModel *, int, int, const double *reals, int, const int *integers, int, const char *) {
+  heard.insert(heard.end(), {double(integers[0]), reals[0], reals[1]});
+}
+
+// Fault: a reduced cost that drifted is taken as it is, asks for a factorisation that is there already, or is not told.
+TEST(PrimalCheck, StaleReducedCostsAreToldAndTakenOrRefused) {
+  struct {
+    double stored;
+    int since, state;
+    ColumnCheck answer;
+    int messages, accuracy;
+  } const cases[] = {
+      {-1.0, 3, 0, COLUMN_GOOD, 0, 0},
+      {-1.0 - 1.0e-5, 3, 0, COLUMN_STALE, 1, 1},  // beyond the tolerance for reduced costs
+      {-1.0 - 1.5e-6, 3, 0, COLUMN_STALE, 1, 1},
+      {0.5, 3, 0, COLUMN_STALE, 1, 1},
+      {-2.0, 0, 0, COLUMN_REFACTOR, 1, 0},
+      {-2.0, 0, 8, COLUMN_GOOD, 1, 0},            // everything is fresh: the column's own value is the better one
+  };
+  for (const auto &c : cases) {
+    Problem problem(1, 1);
+    problem.dense[1][1] = 1.0;
+    problem.lower[1] = -1.0, problem.upper[1] = 0.0;
+    problem.cost[2] = problem.objective[2] = -1.0;
+    problem.load();
+    SimplexWork *w = &problem.work;
+    primalWork(w);
+    w->primal->scoreMode = SCORE_DEVEX, w->primal->scoreTolerance = 1.0e-7;
+    qrt_registerMsguCallBack(w->model, listenToCosts);
+    qrt_messageUserExitOn(w->model, 56);
+    heard.clear();
+    qrtlplp.Iloglevel = 16;
+    w->enterVar = 2, w->enterDj = c.stored, w->enterWeight = 1.0, w->djState = c.state;
+    qrtlplp.Iiternum = w->factorIter + c.since;
+    EXPECT_EQ(c.answer, qrtchdj(w, FOUND_FULL)) << c.stored;
+    EXPECT_EQ(-1.0, w->enterDj) << "the true one counts from here";
+    EXPECT_EQ(c.accuracy, w->accuracyLevel) << c.stored;
+    ASSERT_EQ(size_t(3 * c.messages), heard.size()) << c.stored;
+    if (c.messages > 0) {
+      EXPECT_EQ((std::vector<double>{2.0, c.stored, -1.0}), heard);
+    }
+    sparseVector_clear(&w->primal->alpha);
+  }
+}
+
 }  // namespace
