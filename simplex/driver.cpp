@@ -19,6 +19,8 @@ namespace {
 constexpr int ROW_PRICING_ROWS = 100;   // below this a row copy gains nothing
 constexpr double SPARSE_ROWS = 0.1;     // mean density of the inverse's rows up to which pivotal rows are short
 constexpr int STALLED_PASSES = 21;
+constexpr int SHORT_PASS = 5;           // iterations; passes of a sound solve are longer, unless the caller limits the updates
+constexpr int CIRCLING_PASSES = 400;
 
 SimplexWork *newWork(QRTModel *model) {
   SimplexWork *w = static_cast<SimplexWork *>(temporaryAllocate(model, 1, int64_t(sizeof(SimplexWork))));
@@ -69,6 +71,8 @@ void setDefaults(SimplexWork *w, int algorithm, int init, int coreMode) {
   w->startValues = init == 3;
   w->factorIter = qrtlplp.Iiternum;
   w->lastPassIter = -1;
+  w->leastPrimalSum = w->leastDualSum = w->leastCostSeen = 1.0e300;
+  w->mostCostSeen = -1.0e300;
   w->enterGamma = 1.0;
   w->referenceError = 10.0;
   w->rowPricing = qrtlplp.IuseRowCopy && w->m > ROW_PRICING_ROWS;
@@ -171,8 +175,39 @@ int factorise(SimplexWork *w) {
 
 namespace {
 
+bool reachesBelow(double value, double *extreme) {
+  if (!(value < *extreme - 1.0e-9 * std::fabs(*extreme))) return false;
+  *extreme = value;
+  return true;
+}
+
+// With numbers so large that rounding outweighs the tolerances, every factorisation may show other infeasibilities than
+// the one before, and the passes between them, of an iteration or two, lead round the same few bases for ever. Neither
+// sum and no objective then reaches a new extreme, and there is no answer to be had.
+bool circling(SimplexWork *w) {
+  const int made = qrtlplp.Iiternum - w->lastPassIter;
+  const double cost = qrtlplp.Rmaxmin * qrtlplp.Robjvalue;
+  double fallen = -w->mostCostSeen;
+  bool moved = reachesBelow(qrtlplp.Rsumpinf, &w->leastPrimalSum);
+  moved = reachesBelow(qrtlplp.Rsumdinf, &w->leastDualSum) || moved;
+  moved = reachesBelow(cost, &w->leastCostSeen) || moved;
+  moved = reachesBelow(-cost, &fallen) || moved;
+  w->mostCostSeen = -fallen;
+  if (moved || made > SHORT_PASS) {
+    w->circlePasses = 0;
+    return false;
+  }
+  // A limit of a few updates makes every pass short.
+  const int patience = qrtlplp.Imaxfactor > 2 * SHORT_PASS ? CIRCLING_PASSES : 100 * CIRCLING_PASSES;
+  if (++w->circlePasses < patience) return false;
+  qrtlplp.Iprobstat = -1;
+  qrtmesg_no(MSG_NO_PROGRESS);
+  return true;
+}
+
 // Passes without an iteration: the tests are loosened a little each time, and in the end the run stops.
 bool stalled(SimplexWork *w) {
+  if (circling(w)) return true;
   if (qrtlplp.Iiternum != w->lastPassIter) {
     w->lastPassIter = qrtlplp.Iiternum;
     w->stallPasses = 0;
@@ -258,7 +293,7 @@ bool checkWantsFactor(SimplexWork *w, int check) {
     w->pivotThreshold = 0.9;
     w->troubleIter = qrtlplp.Iiternum;
   }
-  w->enterVar = 0;
+  if (qrtlplp.Iprobstat != 2) w->enterVar = 0;  // of an unbounded problem the ray is still to come from it
   return true;
 }
 

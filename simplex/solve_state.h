@@ -226,6 +226,9 @@ struct SimplexWork {
   int noGainCount, noGainIter;
   double lastWeight;
   int stallPasses, lastPassIter;
+  // ---- watch for passes that go round in a circle (circling)
+  int circlePasses;          // short passes since anything below reached a new extreme
+  double leastPrimalSum, leastDualSum, leastCostSeen, mostCostSeen;
   int doubtCount;            // statuses of the loop that the recomputation did not bear out
   int wasInfeasible;         // Inumpinf was positive at the last check
   // composite weight: what qrtchgw remembers (composite_weight.cpp)
