@@ -411,6 +411,7 @@ struct LegResult {
   SimplexWork *work;
   int code;          // 0 or SOLVE_FAILED
   bool violated;     // sound inside, but outside the tolerances in the caller's units
+  bool prohibited;   // optimal but for columns that were not let into the basis
 };
 
 // The way from the loop to the model: consistent values, statuses, duals, ray or proof.
@@ -427,13 +428,14 @@ void leave(SimplexWork *w, LegResult *leg) {
     leg->violated = largestOutsideDual(w) > qrtlplp.Rtoldinf ||
                     (status == 0 && largestOutsideViolation(w) > qrtlplp.Rtolpinf) ||
                     (status == 1 && qrtlplp.Rsumpinf <= qrtlplp.Rtolpinf);
+  leg->prohibited = w->columnsProhibited && status == 0;
   if (leg->code == 0) zeroInfeasibilities();
   setSecondStatus(w);
 }
 
 LegResult runLeg(QRTModel *model, int algorithm, int init, int coreMode, int kind) {
   SimplexWork *w = newWork(model);
-  LegResult leg = {w, 0, false};
+  LegResult leg = {w, 0, false, false};
   solveMemory_claim(w);
   loadProblem(w, kind == LEG_WHOLE);
   saveControls(w);
@@ -510,6 +512,29 @@ void reportUnscaledViolation(const SimplexWork *w) {
   qrtmesg_no_d1(MSG_UNSCALED_VIOLATION, worst);
 }
 
+// All logicals basic, columns at the bound nearest to zero.
+void startFromLogicals(QRTModel *model) {
+  for (int i = 0; i < model->Inumrows; i++) model->status[i] = int(STATUS_BASIC);
+  for (int j = 0; j < model->Inumcols; j++) {
+    const int at = model->Imaxrows + j;
+    uint32_t status;
+    model->solution[at] = startValue(model->lower[at], model->upper[at], &status);
+    model->status[at] = int(status);
+  }
+}
+
+// An optimum that rests on columns barred for numerical reasons need be none: the basis that made them dangerous is given
+// up, and what the primal finds from the logicals, without scaling, stands if it had to bar nothing.
+LegResult solveAfresh(QRTModel *model, int coreMode, const LegResult &first) {
+  const Answer answer = takeAnswer(model);
+  startFromLogicals(model);
+  const LegResult leg = runLeg(model, ALGORITHM_PRIMAL, 1, coreMode, LEG_AGAIN);
+  const int status = qrtlplp.Iprobstat;
+  if (leg.code == 0 && status >= 0 && status <= 2 && !leg.prohibited) return leg;
+  putAnswerBack(model, answer);
+  return first;
+}
+
 }  // namespace
 
 int qrtsslvf(QRTModel *model, int algorithm, int init, int keep, int coreMode) {
@@ -531,6 +556,7 @@ int qrtsslvf(QRTModel *model, int algorithm, int init, int keep, int coreMode) {
       leg = scaled;
     }
   }
+  if (firstCode == 0 && leg.prohibited) leg = solveAfresh(model, coreMode, leg);
   finalReport(leg.work);
   reportUnscaledViolation(leg.work);
   if (!nested) solveMemory_release();

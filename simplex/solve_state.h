@@ -226,6 +226,7 @@ struct SimplexWork {
   int noGainCount, noGainIter;
   double lastWeight;
   int stallPasses, lastPassIter;
+  int columnsProhibited;     // 1: the run ends although rejected columns still price
   // ---- watch for passes that go round in a circle (circling)
   int circlePasses;          // short passes since anything below reached a new extreme
   double leastPrimalSum, leastDualSum, leastCostSeen, mostCostSeen;
