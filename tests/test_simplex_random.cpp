@@ -1,6 +1,7 @@
 // Random small problems of every kind, from random starts, in every mode: whatever status comes out must prove itself
 // by its certificate. Faults it would catch: a wrong status at a degenerate, empty or free corner, a basis that does
 // not survive changes, a proof or ray that is none.
+#include <algorithm>
 #include <cmath>
 #include <ostream>
 #include <random>
@@ -162,5 +163,108 @@ INSTANTIATE_TEST_SUITE_P(Methods, RandomLp,
                          ::testing::Values(Method{"primal", qrt_primalSimplex}, Method{"dual", qrt_dualSimplex},
                                            Method{"either", qrt_eitherSimplex}, Method{"meta", metaDriver}),
                          [](const auto &information) { return std::string(information.param.name); });
+
+// ---- wild numbers --------------------------------------------------------------------------------------------------
+
+// Sparse problems with coefficients over six powers of ten and values up to 10^largest.
+struct WildDraw : Draw {
+  double largest;
+  WildDraw(unsigned seed, double power) : Draw(seed), largest(power) {}
+  double coefficient() { return std::pow(10.0, between(-3, 3)) * (chance(0.5) ? 1 : -1); }
+  double big() { return std::pow(10.0, chance(0.1) ? between(3, largest) : between(-3, 3)); }
+};
+
+QRTModel *drawWild(QRTContext *context, WildDraw &d, int most) {
+  const int m = d.whole(1, most), n = d.whole(1, most + most / 2);
+  std::vector<double> rowLow(size_t(m), -INF), rowUp(size_t(m), INF), activity(size_t(m), 0.0), cost, low, up, element;
+  std::vector<int> start{0}, row;
+  const double density = d.between(1, 6) / m;
+  for (int j = 0; j < n; j++) {
+    double l = -INF, u = INF;
+    const double kind = d.between(0, 1);
+    if (kind < 0.5) l = 0;
+    else if (kind < 0.7) l = -d.big(), u = l + d.big();
+    else if (kind >= 0.75 && kind < 0.85) u = d.big();
+    else if (kind >= 0.85 && kind < 0.9) l = u = d.coefficient();
+    else if (kind >= 0.9) l = d.chance(0.5) ? d.big() : -d.big();
+    const double away = d.chance(0.6) ? 0 : d.big();
+    const double x = l > -INF ? (u < INF ? l + d.between(0, 1) * (u - l) : l + away) : u < INF ? u - away : d.coefficient();
+    low.push_back(l), up.push_back(u), cost.push_back(d.chance(0.2) ? 0 : d.coefficient());
+    for (int i = 0; i < m; i++) {
+      if (!d.chance(density)) continue;
+      row.push_back(i), element.push_back(d.coefficient());
+      activity[size_t(i)] += element.back() * x;
+    }
+    start.push_back(int(row.size()));
+  }
+  const bool feasible = d.chance(0.75);
+  for (size_t i = 0; i < size_t(m); i++) {
+    const double a = feasible ? activity[i] : d.big() * (d.chance(0.5) ? 1 : -1), slack = d.chance(0.5) ? 0 : d.big();
+    const double kind = d.between(0, 1);
+    if (kind < 0.35) rowUp[i] = a + slack;
+    else if (kind < 0.65) rowLow[i] = a - slack;
+    else if (kind < 0.85) rowLow[i] = rowUp[i] = a;
+    else if (kind < 0.95) rowLow[i] = a - slack, rowUp[i] = a + d.big();
+  }
+  QRTModel *q = qrt_newModel(context, "wild");
+  qrt_loadRimModel(q, m, rowLow.data(), rowUp.data(), n, cost.data(), low.data(), up.data());
+  if (!row.empty()) qrt_addColumnElementBlock(q, n, row.data(), start.data(), element.data());
+  return q;
+}
+
+// Largest violation of a row less what rounding of its terms explains.
+double violationBeyondRounding(QRTModel *q) {
+  const ModelMatrix a = collectMatrix(q);
+  const int m = qrt_getInumrows(q), n = qrt_getInumcols(q);
+  const double *x = qrt_colsol(q), *activity = qrt_rowacts(q), *low = qrt_rowlower(q), *up = qrt_rowupper(q);
+  std::vector<double> terms(size_t(m), 0.0);
+  for (int j = 0; j < n; j++)
+    for (int e = a.start[size_t(j)]; e < a.start[size_t(j) + 1]; e++) terms[size_t(a.row[size_t(e)])] += std::fabs(a.element[size_t(e)] * x[j]);
+  double worst = 0.0;
+  for (int i = 0; i < m; i++) worst = std::max(worst, std::max(low[i] - activity[i], activity[i] - up[i]) - 1.0e-12 * terms[size_t(i)]);
+  return worst;
+}
+
+// Fault: the solver goes round in a circle where rounding outweighs the tolerances; an optimum is claimed although a column
+// that was barred would still pay without end; an unbounded problem comes without its ray.
+TEST(WildLp, EndsAndClaimsNothingFalse) {
+  QRTContext *context = qrt_initializeContext();
+  qrt_messagesPrintOff(qrt_baseModel(context), 1, 6999);
+  int optimal = 0, unbounded = 0, without = 0;
+  const auto check = [&](Solver solve, unsigned seed, int most, bool huge) {
+    WildDraw d(seed, huge ? 15 : 5);
+    QRTModel *q = drawWild(context, d, most);
+    const int code = solve(q, 1), status = qrt_getIprobstat(q);
+    SCOPED_TRACE("seed " + std::to_string(seed) + " status " + std::to_string(status));
+    ASSERT_TRUE(code == 0 || (huge && code == 32)) << code;
+    without += code != 0;
+    const Certificate c = certifyModel(q);
+    if (code == 0 && status == 2) {
+      unbounded++;
+      EXPECT_LT(c.raySlope, 0.0);
+      EXPECT_LT(c.rayViolation, 1.0e-4);
+      EXPECT_LT(c.proofResidual, 1.0e-6);
+    }
+    if (code == 0 && status == 0 && !huge) {
+      optimal++;
+      EXPECT_LT(c.dualViolation, 1.0e-6);
+      EXPECT_LT(c.dualResidual, 1.0e-6);
+    }
+    if (code == 0 && status != 1 && !huge) {
+      EXPECT_LT(violationBeyondRounding(q), 1.0e-6);
+    }
+    qrt_deleteModel(q);
+  };
+  for (const Solver solve : {qrt_primalSimplex, qrt_dualSimplex}) {
+    // Values to 1e5, and then to 1e15, where an answer is not always to be had.
+    for (unsigned seed = 0; seed < 3300; seed++) check(solve, seed, seed % 3 == 0 ? 30 : 8, false);
+    for (unsigned seed = 12500; seed < 13060; seed++) check(solve, seed, seed % 3 == 0 ? 30 : 8, true);
+    check(solve, 2737, 30, true);  // a last check that asks for a factorisation once the ray is known
+  }
+  qrt_endContext(context);
+  EXPECT_GT(optimal, 500);
+  EXPECT_GT(unbounded, 500);
+  EXPECT_LT(without, 20);
+}
 
 }  // namespace
