@@ -393,7 +393,7 @@ int member_export(Families *all, int i, const double *xhat, const char *file) {
   applyBounds(all, member);
   if (!f->model) makeModel(all, f);
   loadMember(all, f, member, false);
-  const int code = qrt_exportModel(f->model, file, 1, 2);
+  const int code = exportInUnits(f->model, file);
   if (member->nElements) dropLastBlock(f->model);
   putRims(all, f, member, true);
   return code;

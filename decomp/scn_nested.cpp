@@ -53,7 +53,7 @@ void sortByDepth(NestedRun *run) {
 void exportForDebug(const QRTStoch *model, int number) {
   char name[32];
   snprintf(name, sizeof name, "fort.%dx", number);
-  qrt_exportModel(model->smodel->model, name, 1, 2);
+  exportInUnits(model->smodel->model, name);
 }
 
 // ---- set-up

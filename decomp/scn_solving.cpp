@@ -6,6 +6,7 @@
 
 #include "frame/entry_frame.h"
 #include "frame/messages.h"
+#include "model/model_store.h"
 #include "prep/presolve_call.h"
 
 namespace {
@@ -39,6 +40,16 @@ void saySolving(const char *what, int number) {
 void quieten(QRTModel *lp) {
   qrt_setIlogfreq(lp, 999);
   qrt_setIloglevel(lp, 3);
+}
+
+int exportInUnits(QRTModel *lp, const char *file) {
+  const int scaled = lp->matrixScaled;
+  if (scaled) forEachElement(lp, [lp](int i, int j, double &value) { value /= elementFactor(lp, i, j); });
+  lp->matrixScaled = 0;  // the writer refuses anything else
+  const int code = qrt_exportModel(lp, file, 1, 2);
+  lp->matrixScaled = scaled;
+  if (scaled) forEachElement(lp, [lp](int i, int j, double &value) { value *= elementFactor(lp, i, j); });
+  return code;
 }
 
 int solveAfresh(QRTStoch *model, int algorithm, const char *presolveFile) {

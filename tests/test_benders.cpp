@@ -182,6 +182,14 @@ TEST_F(Benders, ExitsAndCycleNews) {
   qrts_clcb(&gap);
 }
 
+double sumOfRow(QRTModel *model, int row) {
+  QRTVector *const v = qrt_getRow(model, row);
+  double sum = 0;
+  for (int k = 0; k < v->count; ++k) sum += v->elements[k];
+  qrt_freeVector(v);
+  return sum;
+}
+
 TEST_F(Benders, ASubproblemThatDoesNotSolveIsWrittenOut) {
   const std::string file = testing::TempDir() + "failing.state", model = file + ".sub2.mps";
   Program p = demand(1, 0.5, NONE, NONE, {{1, 3}, {1, -1}});
@@ -192,7 +200,7 @@ TEST_F(Benders, ASubproblemThatDoesNotSolveIsWrittenOut) {
   p.elements.clear();
   for (int i = 1; i <= ROWS; ++i) {
     p.elements.push_back({i, 1, 1});
-    p.elements.push_back({i, i + 1, 1});
+    p.elements.push_back({i, i + 1, 100});
     if (i == 1) continue;
     p.colStage.push_back(2);
     p.objective.push_back(0.5);
@@ -200,19 +208,23 @@ TEST_F(Benders, ASubproblemThatDoesNotSolveIsWrittenOut) {
     p.colUpper.push_back(NONE);
   }
   for (hand::Scenario &s : p.scenarios) s.rowLower.assign(ROWS, s.rowLower[0]);
-  QRTStoch *stoch = load(p);
-  qrt_setImaxiter(qrtse_getBaseModel(stoch), 3);  // enough for the master, whose scenario asks for nothing
-  qrts_setSaveState(stoch, file.c_str(), 1);
-  EXPECT_EQ(qrts_bendersLSolve(stoch, 0), 1);
-  EXPECT_EQ(std::remove(file.c_str()), 0);
-  QRTModel *read = qrt_newModel(context, "");
-  qrt_messagesPrintOff(read, 1, 6999);
-  ASSERT_EQ(qrt_importModel(read, model.c_str()), 0);
-  EXPECT_EQ(qrt_getInumrows(read), ROWS);
-  EXPECT_EQ(qrt_getInumcols(read), ROWS + 1);
-  EXPECT_EQ(qrt_rowlower(read)[0], 3);
-  std::remove(model.c_str());
-  qrts_deleteStoch(stoch);
+  for (const bool scaled : {false, true}) {
+    QRTStoch *stoch = load(p);
+    if (scaled) qrts_setScaleOn(stoch);
+    qrt_setImaxiter(qrtse_getBaseModel(stoch), 3);  // enough for the master, whose scenario asks for nothing
+    qrts_setSaveState(stoch, file.c_str(), 1);
+    EXPECT_EQ(qrts_bendersLSolve(stoch, 0), 1);
+    EXPECT_EQ(std::remove(file.c_str()), 0);
+    QRTModel *read = qrt_newModel(context, "");
+    qrt_messagesPrintOff(read, 1, 6999);
+    ASSERT_EQ(qrt_importModel(read, model.c_str()), 0);
+    EXPECT_EQ(qrt_getInumrows(read), ROWS);
+    EXPECT_EQ(qrt_getInumcols(read), ROWS + 1);
+    EXPECT_EQ(qrt_rowlower(read)[0], 3);
+    for (int i = 0; i < ROWS; ++i) EXPECT_DOUBLE_EQ(sumOfRow(read, i), 101);
+    std::remove(model.c_str());
+    qrts_deleteStoch(stoch);
+  }
 }
 
 TEST_F(Benders, TheWholeComesWhenSomebodyLooks) {
