@@ -466,7 +466,6 @@ void tree_free(BasisTree *t) {
   free(t);
 }
 
-int64_t tree_size(const BasisTree *t) { return t->bytes; }
 void tree_newProposal(BasisTree *t) { t->commonState = 0; }
 
 namespace {

@@ -19,8 +19,6 @@ constexpr int TREE_MOST_ROWS = 300;   // the root's inverse is dense
 // variables. Null when the basis is singular or not dual feasible.
 BasisTree *tree_create(const Family *family, const unsigned char *status, double primalTolerance, double dualTolerance);
 void tree_free(BasisTree *tree);
-// Bytes in use.
-int64_t tree_size(const BasisTree *tree);
 // New proposal: what its common right-hand side needs is computed at the next walk.
 void tree_newProposal(BasisTree *tree);
 

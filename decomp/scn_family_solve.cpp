@@ -213,11 +213,7 @@ int solveFirst(const QRTStoch *options, QRTModel *lp, bool scalable) {
     const int code = qrt_scale(lp);
     if (code >= 2) return code;
   }
-  if (options->ifCrash) {
-    const int code = qrt_crash(lp, options->ifCrash);
-    if (code >= 2) return code;
-  }
-  return options->alg == 2 ? qrt_dualSimplex(lp, 1) : options->alg == 1 ? qrt_primalSimplex(lp, 0) : qrt_eitherSimplex(lp, 1);
+  return crashAndSolve(lp, options->ifCrash, options->alg);
 }
 
 int runSimplex(Families *all, Family *f, const Member *member) {

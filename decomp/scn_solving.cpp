@@ -52,6 +52,14 @@ int exportInUnits(QRTModel *lp, const char *file) {
   return code;
 }
 
+int crashAndSolve(QRTModel *lp, int crash, int algorithm) {
+  if (crash) {
+    const int code = qrt_crash(lp, crash);
+    if (code >= 2) return code;
+  }
+  return algorithm == 2 ? qrt_dualSimplex(lp, 1) : algorithm == 1 ? qrt_primalSimplex(lp, 0) : qrt_eitherSimplex(lp, 1);
+}
+
 int solveAfresh(QRTStoch *model, int algorithm, const char *presolveFile) {
   QRTModel *lp = model->smodel->model;
   if (model->ifScale) {
@@ -63,11 +71,7 @@ int solveAfresh(QRTStoch *model, int algorithm, const char *presolveFile) {
     const int code = preSolveForRun(lp, model->ifPresolve, presolveFile);
     if (code >= 2) return code;
   }
-  if (model->ifCrash) {
-    const int code = qrt_crash(lp, model->ifCrash);
-    if (code >= 2) return code;
-  }
-  const int code = algorithm == 2 ? qrt_dualSimplex(lp, 1) : algorithm == 1 ? qrt_primalSimplex(lp, 0) : qrt_eitherSimplex(lp, 1);
+  const int code = crashAndSolve(lp, model->ifCrash, algorithm);
   if (!presolved || code >= 2) return code;
   const int back = postSolveForRun(lp, presolveFile);
   if (back >= 2) return back;

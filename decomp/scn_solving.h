@@ -21,6 +21,8 @@ void quieten(QRTModel *lp);
 // First solve, scaled, presolved by way of a file of this name and crashed as the model's options ask; algorithm 0 either,
 // 1 primal, 2 dual. A solver's code.
 int solveAfresh(QRTStoch *model, int algorithm, const char *presolveFile);
+// Crash as the options ask, and the solve from nothing by an algorithm as above. A solver's code.
+int crashAndSolve(QRTModel *lp, int crash, int algorithm);
 // Goes on from the last basis by the dual simplex; trouble there is answered by a solve from the logical basis.
 int solveOn(QRTModel *lp);
 // Writes a model as an MPS file in the caller's units, also when its matrix is scaled. A writer's code.

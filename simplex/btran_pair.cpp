@@ -13,19 +13,7 @@ int64_t upperPart(const FactorArrays *a, StoredPair *value, int from, int end) {
   int64_t elements = 0;
   for (int k = from; k < end; k++) {
     const int row = a->order[k];
-    if (row == 0) continue;
-    Pair v = value[row];
-    if (v[0] == 0.0 && v[1] == 0.0) continue;
-    if (bothTiny(v)) {
-      value[row] = Pair{0.0, 0.0};
-      continue;
-    }
-    const double inverse = a->pivotInverse[row];
-    v *= Pair{inverse, inverse};
-    value[row] = v;
-    const int start = a->uRows.start[row], stop = start + a->uRows.length[row];
-    elements += stop - start;
-    subtractAlong(value, a->uRowStore.index, a->uRowStore.value, start, stop, v);
+    if (row) elements += stepAlongUpper(value, row, a->pivotInverse[row], a->uRows, a->uRowStore.index, a->uRowStore.value);
   }
   return elements;
 }

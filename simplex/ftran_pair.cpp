@@ -53,19 +53,7 @@ int64_t upperPart(const FactorArrays *a, StoredPair *value, int from, int to) {
   int64_t elements = 0;
   for (int k = from; k >= to; k--) {
     const int row = a->order[k];
-    if (row == 0) continue;
-    Pair v = value[row];
-    if (v[0] == 0.0 && v[1] == 0.0) continue;
-    if (bothTiny(v)) {
-      value[row] = Pair{0.0, 0.0};
-      continue;
-    }
-    const double inverse = a->pivotInverse[row];
-    v *= Pair{inverse, inverse};
-    value[row] = v;
-    const int start = a->uColumns.start[row], end = start + a->uColumns.length[row];
-    elements += end - start;
-    subtractAlong(value, a->uColumnStore.index, a->uColumnStore.value, start, end, v);
+    if (row) elements += stepAlongUpper(value, row, a->pivotInverse[row], a->uColumns, a->uColumnStore.index, a->uColumnStore.value);
   }
   return elements;
 }

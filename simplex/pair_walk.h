@@ -23,6 +23,23 @@ inline void subtractAlong(StoredPair *value, const int32_t *index, const double 
   }
 }
 
+// One step of a walk over U: divides the pair at `row` by the pivot and takes it off along the line of U that belongs to
+// it, a row of U or a column. The length of that line, or 0 where both values are zero or too small to count.
+inline int64_t stepAlongUpper(StoredPair *value, int row, double pivotInverse, const StoreLists &lines,
+                              const int32_t *index, const double *element) {
+  Pair v = value[row];
+  if (v[0] == 0.0 && v[1] == 0.0) return 0;
+  if (bothTiny(v)) {
+    value[row] = Pair{0.0, 0.0};
+    return 0;
+  }
+  v *= Pair{pivotInverse, pivotInverse};
+  value[row] = v;
+  const int start = lines.start[row], stop = start + lines.length[row];
+  subtractAlong(value, index, element, start, stop, v);
+  return stop - start;
+}
+
 // Moves both lanes to their vectors with lists, dropping what is tiny, and leaves the pairs zero.
 inline void gatherPair(FactorArrays *a, int m, SparseVector *x, SparseVector *y) {
   int xCount = 0, yCount = 0;

@@ -162,7 +162,6 @@ int scan_listed(SimplexWork *w);
 const char *candidates_check(const SimplexWork *w);
 
 // ---- primal_partial.cpp: pricing of some columns only, from row multipliers (mode 5)
-void blocks_reset(SimplexWork *w);
 int scan_blocks(SimplexWork *w);
 
 // ---- primal_pricing.cpp: the choice of the entering variable (qrtccol)

@@ -42,8 +42,6 @@ double reducedCost(const SimplexWork *w, int k, double costWeight) {
 
 }  // namespace
 
-void blocks_reset(SimplexWork *w) { w->primal->blockVar = 0; }
-
 int scan_blocks(SimplexWork *w) {
   PrimalWork *p = w->primal;
   if (w->djState & 4) {

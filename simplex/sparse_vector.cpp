@@ -81,18 +81,6 @@ void sparseVector_copy(const SparseVector *from, SparseVector *to) {
   to->count = from->count;
 }
 
-void sparseVector_addMultiple(SparseVector *x, double a, const SparseVector *y) {
-  if (x->count < 0 || y->count < 0) {
-    for (int i = 1; i <= y->size; i++) x->value[i] += a * y->value[i];
-    x->count = LIST_UNKNOWN;
-    return;
-  }
-  for (int k = 0; k < y->count; k++) {
-    const int row = y->index[k];
-    sparseVector_add(x, row, a * y->value[row]);
-  }
-}
-
 const char *sparseVector_check(const SparseVector *vector) {
   if (vector->size < 0) return "negative size";
   if (vector->count < 0) return nullptr;

@@ -45,8 +45,5 @@ inline void sparseVector_add(SparseVector *vector, int row, double amount) {
   vector->value[row] = sum > -TINY_VALUE && sum < TINY_VALUE ? CANCELLED_VALUE : sum;
 }
 
-// x := x + a*y along the list of y (`qrtupdt` on two vectors with lists).
-void sparseVector_addMultiple(SparseVector *x, double a, const SparseVector *y);
-
 // First broken rule as text, or null: index out of range, row listed twice, nonzero off the list.
 const char *sparseVector_check(const SparseVector *vector);

@@ -1,12 +1,11 @@
 // Published two-stage programs by the L-shaped method, without and with the final solve of the whole.
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-
 #include <cmath>
 #include <string>
 
 #include "include/qrts_c_api.h"
+#include "support/published_lp.h"
 
 namespace {
 
@@ -24,18 +23,12 @@ const Published PUBLISHED[] = {
     {"stormG2_27", 15508982.31},  {"stormG2_125", 15512091.18},
 };
 
-std::string dataFolder() {
-  struct stat about;
-  const std::string folder = TAVSTOCH_DATA_DIR;
-  return !folder.empty() && stat((folder + "/smps").c_str(), &about) == 0 ? folder : "";
-}
-
 class PublishedBenders : public testing::TestWithParam<Published> {};
 
 TEST_P(PublishedBenders, MeetsTheKnownOptimum) {
-  if (dataFolder().empty()) GTEST_SKIP() << "no published models here";
+  if (publishedFolder("smps").empty()) GTEST_SKIP() << "no published models here";
   const Published &known = GetParam();
-  const std::string base = dataFolder() + "/smps/" + known.name;
+  const std::string base = publishedFolder("smps") + "/smps/" + known.name;
   QRTContext *context = qrts_initializeContext();
   qrt_messagesPrintOff(qrt_baseModel(context), 1, 6999);
   QRTStoch *stoch = qrts_newStoch(context, known.name, 10000);

@@ -25,13 +25,6 @@
 
 namespace {
 
-std::string contents(const std::string &path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream all;
-  all << in.rdbuf();
-  return all.str();
-}
-
 void put(const std::string &path, const std::string &bytes) { std::ofstream(path, std::ios::binary).write(bytes.data(), std::streamsize(bytes.size())); }
 
 // What calls on a model put on its log.

@@ -2,14 +2,13 @@
 // solve of the whole.
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-
 #include <cmath>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include "include/qrts_c_api.h"
+#include "support/published_lp.h"
 
 namespace {
 
@@ -25,19 +24,13 @@ const Published PUBLISHED[] = {
     {"wati_32", 8413, -1866.848444},
 };
 
-std::string dataFolder() {
-  struct stat about;
-  const std::string folder = TAVSTOCH_DATA_DIR;
-  return !folder.empty() && stat((folder + "/smps").c_str(), &about) == 0 ? folder : "";
-}
-
 class PublishedNested : public testing::TestWithParam<std::tuple<Published, int>> {};
 
 TEST_P(PublishedNested, MeetsTheKnownOptimum) {
-  if (dataFolder().empty()) GTEST_SKIP() << "no published models here";
+  if (publishedFolder("smps").empty()) GTEST_SKIP() << "no published models here";
   const Published known = std::get<0>(GetParam());
   const int strategy = std::get<1>(GetParam());
-  const std::string base = dataFolder() + "/smps/" + known.name;
+  const std::string base = publishedFolder("smps") + "/smps/" + known.name;
   QRTContext *context = qrts_initializeContext();
   qrt_messagesPrintOff(qrt_baseModel(context), 1, 6999);
   QRTStoch *stoch = qrts_newStoch(context, known.name, 10000);

@@ -2,9 +2,6 @@
 // numerical weakness that small problems do not show. Skipped where the models are not at hand.
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -12,74 +9,42 @@
 
 #include "certificate_model.h"
 #include "qrt_c_api.h"
+#include "support/published_lp.h"
 
 namespace {
 
-struct Published {
-  std::string name, status;
-  double optimum = 0.0;
-  int rows = 0;
-};
+constexpr int LARGEST_ROWS = 3000;
 
-std::string folder() {
-  if (const char *given = std::getenv("TAVSTOCH_DATA_DIR")) return given;
-  return TAVSTOCH_DATA_DIR;
-}
-
-// Rows "| name | rows | columns | nonzeros | status | optimum |" of the table that comes with the models.
-std::vector<Published> table() {
-  std::vector<Published> all;
-  std::ifstream readme(folder() + "/README.md");
-  std::string line;
-  while (std::getline(readme, line)) {
-    std::vector<std::string> cell;
-    std::istringstream cells(line);
-    for (std::string c; std::getline(cells, c, '|');) {
-      const size_t a = c.find_first_not_of(' '), b = c.find_last_not_of(' ');
-      cell.push_back(a == std::string::npos ? "" : c.substr(a, b - a + 1));
-    }
-    if (cell.size() < 7 || (cell[5] != "OPTIMAL" && cell[5] != "INFEASIBLE")) continue;
-    Published p;
-    p.name = cell[1], p.status = cell[5], p.rows = std::atoi(cell[2].c_str());
-    p.optimum = std::atof(cell[6].c_str());
-    if (std::ifstream(folder() + "/lp/" + p.name + ".mps").good()) all.push_back(p);
-  }
-  return all;
-}
-
-// Large models only when asked for: TAVSTOCH_LONG_TESTS set to anything.
-bool wanted(const Published &p) { return p.rows <= 3000 || std::getenv("TAVSTOCH_LONG_TESTS"); }
-
-struct PublishedLp : ::testing::TestWithParam<int> {
+struct PublishedRun : ::testing::TestWithParam<int> {
   static QRTContext *context;
   static void SetUpTestSuite() {
     context = qrt_initializeContext();
     qrt_messagesPrintOff(qrt_baseModel(context), 1, 6999);
   }
   static void TearDownTestSuite() { qrt_endContext(context); }
-  static QRTModel *read(const Published &p) {
+  static QRTModel *read(const PublishedLp &p) {
     QRTModel *q = qrt_newModel(context, "");
-    const std::string path = folder() + "/lp/" + p.name + ".mps";
+    const std::string path = p.path();
     const int code = p.name == "qap12" ? qrt_importModelFree(q, path.c_str()) : qrt_importModel(q, path.c_str());
     EXPECT_LT(code, 2) << p.name;
     return q;
   }
-  static void judge(QRTModel *q, const Published &p, int mode, int (*solve)(QRTModel *, int) = qrt_primalSimplex) {
+  static void judge(QRTModel *q, const PublishedLp &p, int mode, int (*solve)(QRTModel *, int) = qrt_primalSimplex) {
     SCOPED_TRACE(p.name + " in mode " + std::to_string(mode));
     ASSERT_EQ(0, solve(q, mode));
-    ASSERT_EQ(p.status == "OPTIMAL" ? 0 : 1, qrt_getIprobstat(q));
-    if (p.status == "OPTIMAL") { EXPECT_NEAR(p.optimum, qrt_getRobjvalue(q), 1e-6 * std::max(1.0, std::fabs(p.optimum))); }
+    ASSERT_EQ(p.infeasible ? 1 : 0, qrt_getIprobstat(q));
+    if (!p.infeasible) { EXPECT_NEAR(p.optimum, qrt_getRobjvalue(q), 1e-6 * std::max(1.0, std::fabs(p.optimum))); }
     EXPECT_EQ("", firstFault(certifyModel(q), 1e-6));
   }
 };
-QRTContext *PublishedLp::context = nullptr;
+QRTContext *PublishedRun::context = nullptr;
 
 // Parameter: 1 and 2 the modes from the slack basis, 3 the values pass from a point with no basis behind it.
-TEST_P(PublishedLp, StatusAndOptimum) {
-  const std::vector<Published> models = table();
-  if (models.empty()) GTEST_SKIP() << "no published models in '" << folder() << "'";
-  for (const Published &p : models) {
-    if (!wanted(p)) continue;
+TEST_P(PublishedRun, StatusAndOptimum) {
+  const std::vector<PublishedLp> models = publishedLps();
+  if (models.empty()) GTEST_SKIP() << "no published models";
+  for (const PublishedLp &p : models) {
+    if (!p.wanted(LARGEST_ROWS)) continue;
     QRTModel *q = read(p);
     if (GetParam() < 3) {
       judge(q, p, GetParam());
@@ -103,15 +68,15 @@ TEST_P(PublishedLp, StatusAndOptimum) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Modes, PublishedLp, ::testing::Values(1, 2, 3));
+INSTANTIATE_TEST_SUITE_P(Modes, PublishedRun, ::testing::Values(1, 2, 3));
 
 // The same models by the dual, and by the library's own choice.
-using PublishedLpDual = PublishedLp;
+using PublishedLpDual = PublishedRun;
 TEST_P(PublishedLpDual, StatusAndOptimum) {
-  const std::vector<Published> models = table();
-  if (models.empty()) GTEST_SKIP() << "no published models in '" << folder() << "'";
-  for (const Published &p : models) {
-    if (!wanted(p)) continue;
+  const std::vector<PublishedLp> models = publishedLps();
+  if (models.empty()) GTEST_SKIP() << "no published models";
+  for (const PublishedLp &p : models) {
+    if (!p.wanted(LARGEST_ROWS)) continue;
     QRTModel *q = read(p);
     judge(q, p, 1, GetParam() == 1 ? qrt_dualSimplex : qrt_eitherSimplex);
     qrt_deleteModel(q);
@@ -121,14 +86,14 @@ TEST_P(PublishedLpDual, StatusAndOptimum) {
 INSTANTIATE_TEST_SUITE_P(Methods, PublishedLpDual, ::testing::Values(1, 2));
 
 // And scaled by the owner, by all three: the thirty smallest, or all in the long form.
-using PublishedLpScaled = PublishedLp;
+using PublishedLpScaled = PublishedRun;
 TEST_P(PublishedLpScaled, StatusAndOptimum) {
-  std::vector<Published> models = table();
-  if (models.empty()) GTEST_SKIP() << "no published models in '" << folder() << "'";
-  std::sort(models.begin(), models.end(), [](const Published &a, const Published &b) { return a.rows < b.rows; });
+  std::vector<PublishedLp> models = publishedLps();
+  if (models.empty()) GTEST_SKIP() << "no published models";
+  std::sort(models.begin(), models.end(), [](const PublishedLp &a, const PublishedLp &b) { return a.rows < b.rows; });
   if (!std::getenv("TAVSTOCH_LONG_TESTS")) models.resize(std::min<size_t>(models.size(), 30));
   constexpr int (*SOLVERS[])(QRTModel *, int) = {qrt_primalSimplex, qrt_dualSimplex, qrt_eitherSimplex};
-  for (const Published &p : models) {
+  for (const PublishedLp &p : models) {
     QRTModel *q = read(p);
     ASSERT_EQ(0, qrt_scale(q));
     judge(q, p, 1, SOLVERS[GetParam()]);

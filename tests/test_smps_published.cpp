@@ -2,11 +2,10 @@
 // reads or is refused by a message, and never crashes. Files that nobody can read are refused.
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-
 #include <fstream>
 #include <sstream>
 
+#include "support/published_lp.h"
 #include "support/smps_triple.h"
 
 namespace {
@@ -31,25 +30,12 @@ const Published PUBLISHED[] = {
     {"wati_32", 1, 10, 32, 191},
 };
 
-std::string contents(const std::string &path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream all;
-  all << in.rdbuf();
-  return all.str();
-}
-
-std::string dataFolder() {
-  struct stat about;
-  const std::string folder = TAVSTOCH_DATA_DIR;
-  return !folder.empty() && stat((folder + "/smps").c_str(), &about) == 0 ? folder : "";
-}
-
 class PublishedTriple : public testing::TestWithParam<Published> {};
 
 TEST_P(PublishedTriple, HasTheKnownTree) {
-  if (dataFolder().empty()) GTEST_SKIP() << "no published models here";
+  if (publishedFolder("smps").empty()) GTEST_SKIP() << "no published models here";
   const Published &known = GetParam();
-  const std::string base = dataFolder() + "/smps/" + known.name;
+  const std::string base = publishedFolder("smps") + "/smps/" + known.name;
   Triple triple;
   triple.core = contents(base + ".cor");
   triple.time = contents(base + ".tim");
@@ -76,8 +62,8 @@ INSTANTIATE_TEST_SUITE_P(All, PublishedTriple, testing::ValuesIn(PUBLISHED), nam
 // Written as additions and read by the letter, this program has elements of 1e-9 beside real ones, the rounding of single
 // precision. A wrong answer it would catch: "infeasible", by a proof that holds only within the solver's scaling.
 TEST(WrittenAsAdditions, KeepsItsOptimumDespiteSinglePrecision) {
-  if (dataFolder().empty()) GTEST_SKIP() << "no published models here";
-  const std::string base = dataFolder() + "/smps/stocfor2";
+  if (publishedFolder("smps").empty()) GTEST_SKIP() << "no published models here";
+  const std::string base = publishedFolder("smps") + "/smps/stocfor2";
   Triple triple;
   triple.core = contents(base + ".cor");
   triple.time = contents(base + ".tim");
@@ -97,7 +83,7 @@ TEST(WrittenAsAdditions, KeepsItsOptimumDespiteSinglePrecision) {
 }
 
 TEST(Strays, AreRefusedByMessage) {
-  if (dataFolder().empty()) GTEST_SKIP() << "no published models here";
+  if (publishedFolder("smps").empty()) GTEST_SKIP() << "no published models here";
   struct {
     const char *core, *time, *stoch;
     int byTheLetter, leniently;  // messages; a core as small as hv21 has no room for period names by the letter
@@ -110,7 +96,7 @@ TEST(Strays, AreRefusedByMessage) {
   for (const auto &c : cases)
     for (const bool lenient : {false, true}) {
       Triple triple;
-      const std::string folder = dataFolder() + "/strays/";
+      const std::string folder = publishedFolder("smps") + "/strays/";
       triple.core = contents(folder + c.core);
       triple.time = contents(folder + c.time);
       triple.stoch = contents(folder + c.stoch);

@@ -16,13 +16,6 @@
 
 namespace {
 
-std::string contents(const std::string &path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream all;
-  all << in.rdbuf();
-  return all.str();
-}
-
 // Every item of every scenario, core included, in input order (which is the file's for what was read from files).
 std::vector<double> items(QRTStoch *stoch) {
   const CoreData *core = stoch->sdata->core;

@@ -1,16 +1,20 @@
 // The table of published linear programs and their files.
 #include "support/published_lp.h"
 
+#include <sys/stat.h>
+
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
 
-namespace {
-
-std::string folder() {
-  if (const char *given = std::getenv("TAVSTOCH_DATA_DIR")) return given;
-  return TAVSTOCH_DATA_DIR;
+std::string publishedFolder(const char *part) {
+  const char *given = std::getenv("TAVSTOCH_DATA_DIR");
+  const std::string folder = given ? given : TAVSTOCH_DATA_DIR;
+  struct stat about;
+  return !folder.empty() && stat((folder + "/" + part).c_str(), &about) == 0 ? folder : "";
 }
+
+namespace {
 
 std::string trimmed(const std::string &cell) {
   const size_t a = cell.find_first_not_of(' '), b = cell.find_last_not_of(' ');
@@ -21,7 +25,7 @@ std::string trimmed(const std::string &cell) {
 
 bool PublishedLp::wanted(int largestRows) const { return rows <= largestRows || std::getenv("TAVSTOCH_LONG_TESTS"); }
 
-std::string PublishedLp::path() const { return folder() + "/lp/" + name + ".mps"; }
+std::string PublishedLp::path() const { return publishedFolder("lp") + "/lp/" + name + ".mps"; }
 
 QRTModel *PublishedLp::read(QRTContext *context) const {
   QRTModel *model = qrt_newModel(context, "");
@@ -33,7 +37,7 @@ QRTModel *PublishedLp::read(QRTContext *context) const {
 // Rows "| name | rows | columns | nonzeros | status | optimum |" of the table.
 std::vector<PublishedLp> publishedLps() {
   std::vector<PublishedLp> all;
-  std::ifstream readme(folder() + "/README.md");
+  std::ifstream readme(publishedFolder("lp") + "/README.md");
   for (std::string line; std::getline(readme, line);) {
     std::vector<std::string> cell;
     std::istringstream cells(line);

@@ -1,10 +1,13 @@
-// The published linear programs of the data folder, for tests that run through them.
+// The published models of the data folder, for tests that run through them: where they are, and the linear programs.
 #pragma once
 
 #include <string>
 #include <vector>
 
 #include "qrt_c_api.h"
+
+// The folder that holds the folders lp, smps and strays; empty where this part of it is not at hand.
+std::string publishedFolder(const char *part);
 
 struct PublishedLp {
   std::string name;

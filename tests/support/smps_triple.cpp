@@ -5,8 +5,17 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <sstream>
 
 #include "frame/messages.h"
+
+std::string contents(const std::string &path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream all;
+  all << in.rdbuf();
+  return all.str();
+}
 
 const char *const THREE_STAGE_CORE =
     "NAME          TRIAL\n"

@@ -37,6 +37,9 @@ class Triple {
   FILE *logStream = nullptr;
 };
 
+// All bytes of a file; empty when it cannot be read.
+std::string contents(const std::string &path);
+
 // Cards in the fixed format.
 std::string card(const char *first, const char *second, const std::string &value, const char *third = "", const std::string &fourth = "");
 std::string boundCard(const char *type, const char *set, const char *column, const std::string &value);
