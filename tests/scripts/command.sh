@@ -64,12 +64,18 @@ says out '"cuts":'
 says out '"status": "optimal"'
 expect 3 "a nested run cut off" solve power.cor power.tim power.sto --method nested --cut models:3 --cycles 2 --no-final
 expect 65 "a nested cut into one model" solve power.cor power.tim power.sto --method nested --cut models:1
-expect 65 "a state of a nested run" solve power.cor power.tim power.sto --method nested --resume power.cor
+expect 64 "a state of a nested run" solve power.cor power.tim power.sto --method nested --resume power.cor
 expect 0 "models of a cut" info power.cor power.tim power.sto --cut models:2
-expect 65 "no such cut" info power.cor power.tim power.sto --cut half
-expect 65 "a cut the method does not know" solve power.cor power.tim power.sto --method lshaped --cut rows:5
-says err '^tavstoch: --cut rows:5'
+expect 64 "no such cut" info power.cor power.tim power.sto --cut half
+expect 64 "a cut of another sign" info power.cor power.tim power.sto --cut rows:-1
+expect 65 "a stage that is not there" info power.cor power.tim power.sto --cut stage:9
+[ -s out ] && fail "sizes before a cut that cannot be"
+expect 64 "a cut the method does not know" solve power.cor power.tim power.sto --method lshaped --cut rows:5
+says err 'rows:5'
+expect 64 "a cut of a direct solve" solve power.cor power.tim power.sto --cut stage:2
+says err 'of --method lshaped and nested only'
 expect 65 "a cut below the last stage" solve power.cor power.tim power.sto --method lshaped --cut stage:3
+expect 64 "a gap that is no number" solve power.cor power.tim power.sto --method lshaped --gap nan
 expect 64 "no gap at all" solve power.cor power.tim power.sto --method lshaped --gap 0
 expect 0 "info" info power.cor power.tim power.sto
 says out '^scenarios +3'
@@ -124,6 +130,10 @@ for line in "rowlower,NOROW,1" "colour,PLANT1,1" "objective,PLANT1,dear" "object
   says err '^tavstoch: .*wrong'
 done
 expect 65 "parametric without a file" parametric power.cor power.tim power.sto absent.csv
+expect 65 "parametric from a folder" parametric power.cor power.tim power.sto .
+says err 'is a directory'
+expect 64 "parametric to infinity" parametric power.cor power.tim power.sto line.csv --to inf
+expect 64 "parametric by tiny steps" parametric power.cor power.tim power.sto line.csv --step 1e-300
 expect 64 "parametric without a step" parametric power.cor power.tim power.sto line.csv --step 0
 for way in --idiot "--scale --idiot" "--idiot --mode 3"; do
   expect 0 "lp $way" lp diet.mps $way --check
@@ -152,6 +162,7 @@ says err '^tavstoch: .*absent'
 expect 65 "noise as native file" convert --native power.sto o.cor o.tim o.sto
 expect 65 "no native file" convert --native absent.nat o.cor o.tim o.sto
 says err '^tavstoch: .*absent'
+expect 64 "a triple into one file" convert power.cor power.tim power.sto o.cor o.tim o.tim
 expect 64 "three files" convert power.cor power.tim power.sto
 # Samples: the same seed the same file, frequencies of so many draws.
 expect 0 "sample" sample power.cor power.tim power.sto s1.cor s1.tim s1.sto --draws 8 --seed 7
@@ -228,4 +239,39 @@ sed 's/3\.0   OPERATE/nan   OPERATE/' power.sto > nan.sto
 refused "not a number" "" solve power.cor power.tim nan.sto
 refused "too many scenarios" "max-scenarios" solve power.cor power.tim power.sto --max-scenarios 2
 refused "log that cannot be written" "cannot be written" lp diet.mps --log /nonexistent/log
+refused "an empty name" "name" lp ""
+refused "a state that cannot be written" "absent/run.state" solve power.cor power.tim power.sto --method lshaped --save-state absent/run.state
+refused "a solution that cannot be written" "absent/s.csv" lp diet.mps --solution absent/s.csv --json
+[ -s out ] && fail "it solved first"
+
+# A card the reader could not use: the rest would be another program. An unknown name is told, a number that is none refused.
+sed 's/10\.0$/ nan/; s/10\.0 / nan /' diet.mps > nan.mps
+refused "no number in a model" "Invalid numeric value" lp nan.mps
+sed 's/   6\.0/   nan/' power.cor > nan.cor
+refused "no number in a core" "Invalid numeric value" solve nan.cor power.tim power.sto
+sed 's/PLANT4    BUDGET             6\.0   LIM4/PLANT4    BUDGET             6.0   NOWT/' power.cor > odd.cor
+expect 0 "an unknown row in a core" solve odd.cor power.tim power.sto --quiet
+says err '^tavstoch: Row name NOWT'
+sed 's/0\.[34]$/0.0/' power.sto > zero.sto
+refused "no probability at all" "probability" solve power.cor power.tim zero.sto
+sed 's/ 7\.0   OPER/7.e40   OPER/' power.sto > large.sto
+expect 70 "a bound beyond all bounds" solve power.cor power.tim large.sto
+says err 'Invalid bound combination'
+
+# Output that goes nowhere: the exit code tells, and a line why.
+"$command" lp diet.mps > /dev/full 2> err
+[ $? = 65 ] || fail "a full disk passes for an answer"
+says err '^tavstoch: standard output: '
+"$command" lp diet.mps >&- 2> err
+[ $? = 65 ] || fail "no standard output"
+says err '^tavstoch: standard output is closed'
+"$command" solve power.cor power.tim power.sto --solution late.csv 2> err | :
+[ -s late.csv ] || fail "a reader that goes away takes the solution with it"
+refused "a solution on a full disk" "/dev/full: cannot be written" lp diet.mps --solution /dev/full
+refused "a log on a full disk" "/dev/full: cannot be written" lp diet.mps --log /dev/full
+# A pipe is read where one reading is enough.
+cat diet.mps | "$command" lp /dev/stdin --quiet > out 2> err || fail "a model from a pipe"
+says out '^optimal 17\.142857'
+mkfifo pipe
+refused "a core from a pipe" "no regular file" solve pipe power.tim power.sto
 exit $bad

@@ -48,9 +48,11 @@ struct Options {
   bool check = false, json = false, quiet = false;
 };
 
-int runSolve(const Options &options);
-int runLp(const Options &options);
-int runInfo(const Options &options);
-int runParametric(const Options &options);
-int runSample(const Options &options);
-int runConvert(const Options &options);
+// Each subcommand is a call on a session that main() opens and closes. @return an exit code.
+class Session;
+int runSolve(Session &session, const Options &options);
+int runLp(Session &session, const Options &options);
+int runInfo(Session &session, const Options &options);
+int runParametric(Session &session, const Options &options);
+int runSample(Session &session, const Options &options);
+int runConvert(Session &session, const Options &options);

@@ -8,7 +8,7 @@
 #include "command.h"
 #include "failure.h"
 #include "session.h"
-#include "smps_text.h"
+#include "mps_model.h"
 #include "stoch_program.h"
 
 namespace {
@@ -39,8 +39,7 @@ void writeTriple(Session &session, const Options &options, QRTStoch *stoch) {
   tellWritten(session, options, stoch, target[0] + ", " + target[1] + ", " + target[2]);
 }
 
-int convertStochastic(const Options &options) {
-  Session session(options);
+int convertStochastic(Session &session, const Options &options) {
   Options reading = options;
   if (!options.native) {
     reading.core = options.files[0];
@@ -49,7 +48,6 @@ int convertStochastic(const Options &options) {
   }
   const std::unique_ptr<StochProgram> program(options.native ? new StochProgram(session, reading, options.files[0])
                                                              : new StochProgram(session, reading));
-  session.filesAreRead();
   if (options.native || options.files.size() == 6) {
     writeTriple(session, options, program->handle());
     return EXIT_SOLVED;
@@ -63,22 +61,9 @@ int convertStochastic(const Options &options) {
   return EXIT_SOLVED;
 }
 
-int convertLinear(const Options &options) {
+int convertLinear(Session &session, const Options &options) {
   const std::string &source = options.files[0], &target = options.files[1];
-  Session session(options);
-  requireCards(source, "NAME ROWS");
-  QRTModel *model = qrt_newModel(session.context(), "");
-  if (!model) throw InternalFailure("no model");
-  session.raiseLimits(model);
-  qrt_setIoneobj(model, 0);  // free rows are part of what is converted
-  session.progress.phase("reading " + source);
-  const int read = options.free ? qrt_importModelFree(model, source.c_str()) : qrt_importModel(model, source.c_str());
-  session.progress.done();
-  if (read >= 2 || read < 0) {
-    const std::string complaint = session.complaint();
-    throw BadInput(source + ": " + (complaint.empty() ? "the library refuses this file" : complaint));
-  }
-  session.filesAreRead();
+  QRTModel *model = readMps(session, source, options.free, false);
   const int written = qrt_exportModel(model, target.c_str(), options.binary ? 2 : 1, options.pairs);
   if (written != 0) throw cannotWrite(session, target);
   FILE *out = session.output();
@@ -90,19 +75,13 @@ int convertLinear(const Options &options) {
 
 }  // namespace
 
-int runConvert(const Options &options) {
-  const size_t count = options.files.size();
-  if (!options.native && count == 2) return convertLinear(options);
-  if (options.native ? count == 4 : count == 4 || count == 6) return convertStochastic(options);
-  fmt::print(stderr, "tavstoch: convert takes 2 files (MPS), 4 (triple to native, --native: to a triple) or 6 (triple to triple)\n");
-  return EXIT_USAGE;
+int runConvert(Session &session, const Options &options) {
+  return options.files.size() == 2 ? convertLinear(session, options) : convertStochastic(session, options);
 }
 
-int runSample(const Options &options) {
-  Session session(options);
+int runSample(Session &session, const Options &options) {
   StochProgram program(session, options);
   QRTStoch *stoch = program.handle();
-  session.filesAreRead();
   std::srand(options.seed);
   if (qrts_generateSamples(stoch, options.draws, 0) != 0) throw InternalFailure("no draw: " + session.complaint());
   writeTriple(session, options, stoch);

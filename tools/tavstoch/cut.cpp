@@ -5,19 +5,30 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 #include "failure.h"
 
-TreeCut parseCut(const std::string &cut, const StochProgram &program) {
-  const size_t colon = cut.find(':');
-  const std::string kind = cut.substr(0, colon);
-  char *end = nullptr;
-  const long value = colon == std::string::npos ? 0 : std::strtol(cut.c_str() + colon + 1, &end, 10);
-  if (!end || *end || value < 1 || value > 2147483646 || (kind != "stage" && kind != "rows" && kind != "models"))
-    throw BadInput("--cut " + cut + ": stage:K, rows:N or models:N");
+bool parseCut(const std::string &text, TreeCut *cut) {
+  static const struct { const char *word; TreeCut::Kind kind; } KINDS[] = {
+      {"stage:", TreeCut::STAGE}, {"rows:", TreeCut::ROWS}, {"models:", TreeCut::MODELS}};
+  for (const auto &kind : KINDS) {
+    if (text.rfind(kind.word, 0) != 0) continue;
+    const char *digits = text.c_str() + std::strlen(kind.word);
+    char *end = nullptr;
+    const long long value = std::strtoll(digits, &end, 10);
+    *cut = {kind.kind, int(value)};
+    return end != digits && !*end && value >= 1 && value <= 2147483646;
+  }
+  return false;
+}
+
+TreeCut cutOf(const std::string &text, const StochProgram &program) {
+  TreeCut cut;
+  if (!parseCut(text, &cut)) throw BadInput("--cut " + text + ": stage:K, rows:N or models:N");
   const int stages = qrts_getNumStages(program.handle());
-  if (kind == "stage" && value > stages) throw BadInput(fmt::format("--cut {}: the program has {} stages", cut, stages));
-  return {kind == "stage" ? TreeCut::STAGE : kind == "rows" ? TreeCut::ROWS : TreeCut::MODELS, int(value)};
+  if (cut.kind == TreeCut::STAGE && cut.value > stages) throw BadInput(fmt::format("--cut {}: the program has {} stages", text, stages));
+  return cut;
 }
 
 int cutTree(const TreeCut &cut, const StochProgram &program) {
@@ -28,7 +39,7 @@ int cutTree(const TreeCut &cut, const StochProgram &program) {
 }
 
 bool describeCut(const Options &options, const StochProgram &program, nlohmann::ordered_json &json, FILE *out) {
-  const TreeCut cut = parseCut(options.cut, program);
+  const TreeCut cut = cutOf(options.cut, program);
   QRTStoch *stoch = program.handle();
   if (qrts_describeFullModel(stoch, 1) < 0) throw InternalFailure("the equivalent could not be generated");
   const int wholeRows = qrt_getInumrows(qrtse_getCurrentModel(stoch)), wholeNodes = qrts_getNumNodes(stoch);
@@ -37,7 +48,7 @@ bool describeCut(const Options &options, const StochProgram &program, nlohmann::
   if (!models) throw InternalFailure("the tree could not be cut");
   constexpr int longest = 40;
   json = nlohmann::ordered_json::array();
-  long rows = 0;
+  long long rows = 0;
   int lowest = wholeRows, highest = 0;
   if (out) {
     fmt::print(out, "cut         {} model{} of {} nodes\n", n, n == 1 ? "" : "s", wholeNodes);

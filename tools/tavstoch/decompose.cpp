@@ -25,8 +25,7 @@ int tell(const QRTSCycle *cycle, void *data) {
 
 int byLShaped(const Options &options, const StochProgram &program, const CycleHistory &history) {
   QRTStoch *stoch = program.handle();
-  const TreeCut cut = parseCut(options.cut.empty() ? "stage:2" : options.cut, program);
-  if (cut.kind != TreeCut::STAGE || cut.value < 2) throw BadInput("--cut " + options.cut + ": the L-shaped method cuts at stage:K, K from 2");
+  const TreeCut cut = cutOf(options.cut.empty() ? "stage:2" : options.cut, program);
   qrts_setCutPeriod(stoch, cut.value);
   if (!options.saveState.empty()) qrts_setSaveState(stoch, options.saveState.c_str(), options.saveEvery);
   if (!options.resume.empty()) qrts_setResumeState(stoch, options.resume.c_str());
@@ -37,8 +36,7 @@ int byLShaped(const Options &options, const StochProgram &program, const CycleHi
 }
 
 int byNested(const Options &options, const StochProgram &program) {
-  if (!options.saveState.empty() || !options.resume.empty()) throw BadInput("--save-state and --resume: of --method lshaped only");
-  const TreeCut cut = parseCut(options.cut.empty() ? "models:100" : options.cut, program);
+  const TreeCut cut = cutOf(options.cut.empty() ? "models:100" : options.cut, program);
   if (cutTree(cut, program) < 2) throw BadInput(NO_PARTS);
   constexpr int anyStrategy = 1;  // a list that exists is used as it stands
   return qrtse_nestedLSolve(program.handle(), anyStrategy, 0);

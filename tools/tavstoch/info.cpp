@@ -9,13 +9,12 @@
 #include "report.h"
 #include "stoch_program.h"
 
-int runInfo(const Options &options) {
-  Session session(options);
+int runInfo(Session &session, const Options &options) {
   StochProgram program(session, options);
   QRTStoch *stoch = program.handle();
-  session.filesAreRead();
   const std::vector<std::string> strayings = session.strayings();
-  const long random = countRandomElements(options.stoch);
+  const long long random = countRandomElements(options.stoch);
+  if (!options.cut.empty()) cutOf(options.cut, program);  // before anything is printed
   const int stages = qrts_getNumStages(stoch), scenarios = qrts_getNumScenarios(stoch), nodes = qrts_getNumNodes(stoch);
 
   session.progress.phase("estimating the equivalent");
@@ -23,11 +22,11 @@ int runInfo(const Options &options) {
   session.progress.done();
   session.takeMessages();
   // The estimate and the count of random variables are only spoken, in messages 465 and 431.
-  long rows = -1, columns = -1, least = -1, most = -1, variables = -1, events = -1;
+  long long rows = -1, columns = -1, least = -1, most = -1, variables = -1, events = -1;
   for (const Message &m : session.messages()) {
     if (m.number == 465 && estimated)
-      std::sscanf(m.text.c_str(), "The stochastic LP has %ld rows, %ld columns, and has a minimum of %ld elements and a maximum of %ld", &rows, &columns, &least, &most);
-    if (m.number == 431) std::sscanf(m.text.c_str(), "Model has %ld independent random variables and %ld events", &variables, &events);
+      std::sscanf(m.text.c_str(), "The stochastic LP has %lld rows, %lld columns, and has a minimum of %lld elements and a maximum of %lld", &rows, &columns, &least, &most);
+    if (m.number == 431) std::sscanf(m.text.c_str(), "Model has %lld independent random variables and %lld events", &variables, &events);
   }
 
   FILE *out = session.output();

@@ -2,12 +2,12 @@
 #include <fmt/core.h>
 
 #include <cstring>
-#include <memory>
 
 #include "command.h"
 #include "failure.h"
+#include "files.h"
+#include "mps_model.h"
 #include "report.h"
-#include "smps_text.h"
 
 namespace {
 
@@ -33,13 +33,12 @@ std::vector<NamedValue> valuesOf(QRTModel *model, bool rows) {
 }
 
 void writeSolution(const std::string &path, QRTModel *model) {
-  std::unique_ptr<FILE, int (*)(FILE *)> file(std::fopen(path.c_str(), "w"), std::fclose);
-  if (!file) throw BadInput(path + ": cannot be written");
-  fmt::print(file.get(), "kind,name,value,dual\n");
-  for (bool rows : {false, true})
-    for (const NamedValue &v : valuesOf(model, rows))
-      fmt::print(file.get(), "{},{},{:.17g},{:.17g}\n", rows ? "row" : "column", csvField(v.name), v.value, v.dual);
-  if (std::ferror(file.get())) throw BadInput(path + ": cannot be written");
+  writeFile(path, [&](FILE *file) {
+    fmt::print(file, "kind,name,value,dual\n");
+    for (bool rows : {false, true})
+      for (const NamedValue &v : valuesOf(model, rows))
+        fmt::print(file, "{},{},{:.17g},{:.17g}\n", rows ? "row" : "column", csvField(v.name), v.value, v.dual);
+  });
 }
 
 // Sweeps are no iterations: the count begins with the crossover.
@@ -73,20 +72,10 @@ int solvePresolved(const Options &options, QRTModel *model) {
 
 }  // namespace
 
-int runLp(const Options &options) {
-  Session session(options);
-  requireCards(options.mps, "NAME ROWS");
-  QRTModel *model = qrt_newModel(session.context(), "");
-  if (!model) throw InternalFailure("no model");
-  session.raiseLimits(model);
-  session.progress.phase("reading " + options.mps);
-  const int read = options.free ? qrt_importModelFree(model, options.mps.c_str()) : qrt_importModel(model, options.mps.c_str());
-  const double readSeconds = session.progress.done();
-  if (read >= 2 || read < 0) {
-    const std::string complaint = session.complaint();
-    throw BadInput(options.mps + ": " + (complaint.empty() ? "the library refuses this file" : complaint));
-  }
-  session.filesAreRead();
+int runLp(Session &session, const Options &options) {
+  if (!options.solutionFile.empty()) requireWritable(options.solutionFile);
+  double readSeconds = 0;
+  QRTModel *model = readMps(session, options.mps, options.free, true, &readSeconds);
   if (options.maximize) qrt_setMaximize(model);
   session.watch(model);
   session.progress.phase("solving");

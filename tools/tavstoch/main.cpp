@@ -1,11 +1,63 @@
 // The command: options, and one place where every outcome becomes an exit code.
 #include <CLI/CLI.hpp>
+#include <fcntl.h>
 #include <fmt/core.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <csignal>
+#include <system_error>
 
 #include "command.h"
+#include "cut.h"
 #include "failure.h"
+#include "session.h"
 
 namespace {
+
+using Run = int (*)(Session &, const Options &);
+
+// A range lets "nan" through, since it compares with nothing.
+const CLI::Validator FINITE([](const std::string &text) {
+  char *end = nullptr;
+  return std::isfinite(std::strtod(text.c_str(), &end)) ? std::string() : text + " is no finite number";
+}, "");
+
+const CLI::Validator CUT([](const std::string &text) {
+  TreeCut cut;
+  return parseCut(text, &cut) ? std::string() : text + ": stage:K, rows:N or models:N";
+}, "");
+
+// An option that the method would not look at is a mistake to be told, not to be passed over.
+void checkMethod(const CLI::App &solve, const Options &o) {
+  const auto refuse = [&](std::initializer_list<const char *> names, const char *whose) {
+    for (const char *name : names)
+      if (solve.count(name)) throw CLI::ValidationError(name, std::string("of --method ") + whose + " only");
+  };
+  if (o.method == "direct") refuse({"--cut", "--gap", "--cycles", "--no-final"}, "lshaped and nested");
+  if (o.method != "lshaped") refuse({"--save-state", "--save-every", "--resume"}, "lshaped");
+  TreeCut cut;
+  if (o.method == "lshaped" && parseCut(o.cut, &cut) && (cut.kind != TreeCut::STAGE || cut.value < 2))
+    throw CLI::ValidationError("--cut", o.cut + ": the L-shaped method cuts at stage:K, K from 2");
+}
+
+void checkSteps(const Options &o) {
+  constexpr double most = 1e7;
+  if ((o.to - o.from) / o.step > most) throw CLI::ValidationError("--step", "more than 10,000,000 steps");
+}
+
+void checkFiles(const Options &o) {
+  const size_t count = o.files.size();
+  if (o.native ? count != 4 : count != 2 && count != 4 && count != 6)
+    throw CLI::ValidationError("FILES", "2 files (MPS), 4 (triple to native, --native: to a triple) or 6 (triple to triple)");
+}
+
+// One file written twice is a triple lost.
+void checkTargets(const std::vector<std::string> &files, size_t first) {
+  for (size_t i = first; i < files.size(); ++i)
+    for (size_t k = first; k < i; ++k)
+      if (files[i] == files[k]) throw CLI::ValidationError(files[i], "to be written twice");
+}
 
 void addReading(CLI::App *app, Options &o) {
   app->add_flag("--strict", o.strict, "read by the letter: refuse what published files contain beyond the format");
@@ -43,8 +95,19 @@ void addSolving(CLI::App *app, Options &o) {
 }  // namespace
 
 int main(int argc, char **argv) {
+  // A reader that goes away (`| head -1`) is told like a full disk, after the files asked for are written.
+  std::signal(SIGPIPE, SIG_IGN);
+  // In the place of a standard stream that is closed the next file opened would come to lie, and be written into.
+  const bool closed = fcntl(STDOUT_FILENO, F_GETFD) < 0;
+  int filler;
+  while ((filler = open("/dev/null", O_RDWR)) >= 0 && filler <= STDERR_FILENO) {}
+  close(filler);
+  if (closed) {
+    fmt::print(stderr, "tavstoch: standard output is closed\n");
+    return EXIT_BAD_INPUT;
+  }
   Options options;
-  int (*run)(const Options &) = nullptr;
+  Run run = nullptr;
   CLI::App app{"tavstoch: stochastic programs in SMPS files, and linear ones in MPS files"};
   app.set_version_flag("--version", "tavstoch " TAVSTOCH_VERSION);
   app.require_subcommand(1);
@@ -52,8 +115,8 @@ int main(int argc, char **argv) {
   CLI::App *solve = app.add_subcommand("solve", "solve a stochastic program");
   addTriple(solve, options);
   solve->add_option("--method", options.method, "how to solve")->check(CLI::IsMember({"direct", "lshaped", "nested"}))->capture_default_str();
-  solve->add_option("--cut", options.cut, "where the tree is cut: stage:K (lshaped: stage:2 by default); nested also rows:N, fewest a model, or models:N, most (100)");
-  solve->add_option("--gap", options.gap, "lshaped, nested: relative gap to stop at")->check(CLI::Range(1.1e-16, 0.999))->capture_default_str();
+  solve->add_option("--cut", options.cut, "where the tree is cut: stage:K (lshaped: stage:2 by default); nested also rows:N, fewest a model, or models:N, most (100)")->check(CUT);
+  solve->add_option("--gap", options.gap, "lshaped, nested: relative gap to stop at")->check(FINITE)->check(CLI::Range(1.1e-16, 0.999))->capture_default_str();
   solve->add_option("--cycles", options.cycles, "lshaped, nested: most cycles")->check(CLI::Range(1, 2147483646))->capture_default_str();
   solve->add_option("--save-state", options.saveState, "lshaped: leave bounds, proposal and cuts in this file");
   solve->add_option("--save-every", options.saveEvery, "cycles between two states")->check(CLI::Range(1, 2147483646))->capture_default_str();
@@ -62,7 +125,10 @@ int main(int argc, char **argv) {
   addSolving(solve, options);
   addPresolve(solve, options, 3, "solve a smaller model and map its solution back; level 1 to 3, 3 when left out");
   addOutput(solve, options);
-  solve->callback([&] { run = runSolve; });
+  solve->callback([&] {
+    checkMethod(*solve, options);
+    run = runSolve;
+  });
 
   CLI::App *lp = app.add_subcommand("lp", "solve a linear program");
   lp->add_option("FILE", options.mps, "MPS file")->required();
@@ -80,7 +146,7 @@ int main(int argc, char **argv) {
 
   CLI::App *info = app.add_subcommand("info", "sizes of a stochastic program");
   addTriple(info, options);
-  info->add_option("--cut", options.cut, "show the models of a cut: stage:K, rows:N (fewest a model) or models:N (most)");
+  info->add_option("--cut", options.cut, "show the models of a cut: stage:K, rows:N (fewest a model) or models:N (most)")->check(CUT);
   addOutput(info, options);
   info->callback([&] { run = runInfo; });
 
@@ -88,13 +154,16 @@ int main(int argc, char **argv) {
   addTriple(parametric, options);
   parametric->add_option("CHANGES", options.changes, "what moves: lines KIND,NAME,CHANGE per unit of lambda; KIND is objective, row, "
                          "rowlower, rowupper, column, collower or colupper, NAME one of the core")->required();
-  parametric->add_option("--from", options.from, "first lambda")->capture_default_str();
-  parametric->add_option("--step", options.step, "step of lambda")->check(CLI::PositiveNumber)->capture_default_str();
-  parametric->add_option("--to", options.to, "last lambda")->capture_default_str();
+  parametric->add_option("--from", options.from, "first lambda")->check(FINITE)->capture_default_str();
+  parametric->add_option("--step", options.step, "step of lambda")->check(FINITE)->check(CLI::PositiveNumber)->capture_default_str();
+  parametric->add_option("--to", options.to, "last lambda")->check(FINITE)->capture_default_str();
   parametric->add_option("--csv", options.csvFile, "write lambda, status and value to this CSV file");
   parametric->add_flag("--maximize", options.maximize, "maximise the objective");
   addOutput(parametric, options);
-  parametric->callback([&] { run = runParametric; });
+  parametric->callback([&] {
+    checkSteps(options);
+    run = runParametric;
+  });
 
   CLI::App *convert = app.add_subcommand("convert", "write a program in another form");
   convert->add_option("FILES", options.files, "MPS TARGET; or CORE TIME STOCH and the three files of the new triple; or CORE TIME "
@@ -106,7 +175,11 @@ int main(int argc, char **argv) {
   convert->add_flag("--binary", options.binary, "write binary numbers, which keep every bit");
   convert->add_option("--pairs", options.pairs, "pairs of name and number on a card")->check(CLI::Range(1, 2))->capture_default_str();
   addOutput(convert, options);
-  convert->callback([&] { run = runConvert; });
+  convert->callback([&] {
+    checkFiles(options);
+    checkTargets(options.files, options.native ? 1 : options.files.size() == 6 ? 3 : options.files.size());
+    run = runConvert;
+  });
 
   CLI::App *sample = app.add_subcommand("sample", "draw the scenarios' probabilities anew and write the program as a triple");
   addTriple(sample, options);
@@ -115,7 +188,10 @@ int main(int argc, char **argv) {
   sample->add_option("--seed", options.seed, "start of the random sequence")->capture_default_str();
   sample->add_flag("--add", options.add, "the triple is written as additions to the core, not as values");
   addOutput(sample, options);
-  sample->callback([&] { run = runSample; });
+  sample->callback([&] {
+    checkTargets(options.files, 0);
+    run = runSample;
+  });
 
   try {
     app.parse(argc, argv);
@@ -123,7 +199,13 @@ int main(int argc, char **argv) {
     return app.exit(error) == 0 ? EXIT_SOLVED : EXIT_USAGE;
   }
   try {
-    return run(options);
+    Session session(options);
+    const int code = run(session, options);
+    session.finish();
+    return code;
+  } catch (const std::system_error &error) {  // fmt's word for an output that takes no more
+    fmt::print(stderr, "tavstoch: standard output: {}\n", error.code().message());
+    return EXIT_BAD_INPUT;
   } catch (const BadInput &error) {
     fmt::print(stderr, "tavstoch: {}\n", error.what());
     return EXIT_BAD_INPUT;

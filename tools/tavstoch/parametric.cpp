@@ -3,12 +3,12 @@
 
 #include <cmath>
 #include <fstream>
-#include <memory>
 #include <sstream>
 #include <unordered_map>
 
 #include "command.h"
 #include "failure.h"
+#include "files.h"
 #include "report.h"
 #include "stoch_program.h"
 
@@ -45,8 +45,8 @@ Changes readChanges(const std::string &path, const StochProgram &program) {
   const CoreText &core = program.core();
   if (core.rows.size() != size_t(qrts_getCoreNumrows(program.handle())) || core.columns.size() != size_t(qrts_getCoreNumcols(program.handle())))
     throw InternalFailure("the names of the core file cannot be told apart");
+  requireFile(path);
   std::ifstream file(path);
-  if (!file) throw BadInput(path + ": cannot be read");
   const auto rows = positions(core.rows), columns = positions(core.columns);
   Changes changes;
   for (auto *v : {&changes.rowLower, &changes.rowUpper}) v->resize(core.rows.size() + 1);
@@ -112,14 +112,13 @@ void writeTable(FILE *file) {
 
 }  // namespace
 
-int runParametric(const Options &options) {
-  Session session(options);
+int runParametric(Session &session, const Options &options) {
+  if (!options.csvFile.empty()) requireWritable(options.csvFile);
   StochProgram program(session, options);
   QRTStoch *stoch = program.handle();
   Changes changes = readChanges(options.changes, program);
-  session.filesAreRead();
   session.progress.phase("generating the equivalent");
-  if (qrts_describeFullModel(stoch, 1) < 0) throw InternalFailure(session.complaint());
+  if (qrts_describeFullModel(stoch, 1) < 0) session.noEquivalent();
   session.progress.done();
   QRTModel *model = qrtse_getCurrentModel(stoch);
   if (!model) throw InternalFailure("no model was generated: " + session.complaint());
@@ -153,11 +152,6 @@ int runParametric(const Options &options) {
   } else if (options.csvFile.empty()) {
     writeTable(out);
   }
-  if (!options.csvFile.empty()) {
-    std::unique_ptr<FILE, int (*)(FILE *)> file(std::fopen(options.csvFile.c_str(), "w"), std::fclose);
-    if (!file) throw BadInput(options.csvFile + ": cannot be written");
-    writeTable(file.get());
-    if (std::fflush(file.get()) != 0) throw BadInput(options.csvFile + ": cannot be written");
-  }
+  if (!options.csvFile.empty()) writeFile(options.csvFile, writeTable);
   return Session::stopAsked() ? EXIT_STOPPED : EXIT_SOLVED;
 }

@@ -81,20 +81,55 @@ void Session::takeMessages() {
   for (Message &message : log_.collect()) messages_.push_back(std::move(message));
 }
 
+// Two severe messages only say that there was another one, if not always a severe one.
+static int weight(const Message &message) {
+  constexpr int stoppedProcessing = 7053, previousErrors = 7001;
+  if (message.severity == 'S') return message.number == stoppedProcessing || message.number == previousErrors ? 1 : 3;
+  return message.severity == 'E' ? 2 : 0;
+}
+
+// Of several of one weight the first is nearest to the cause.
+const Message *Session::worst() const {
+  const Message *worst = nullptr;
+  for (const Message &m : messages_)
+    if (weight(m) > (worst ? weight(*worst) : 0)) worst = &m;
+  return worst;
+}
+
+static std::string inWords(const Message &m) { return fmt::format("{} (message {}{})", m.text, m.number, m.severity); }
+
 std::string Session::complaint() {
   takeMessages();
-  constexpr int stoppedProcessing = 7053, previousErrors = 7001;  // say nothing about the cause
-  std::string worst;
-  char severity = 'I';
-  for (const Message &m : messages_) {
-    if (m.number == stoppedProcessing || (m.number == previousErrors && severity == 'S')) continue;
-    const bool heavier = m.severity == 'S' || (m.severity == 'E' && severity != 'S');
-    if (!heavier) continue;
-    if (m.severity == severity) continue;  // the first of its kind is nearest to the cause
-    severity = m.severity;
-    worst = fmt::format("{} (message {}{})", m.text, m.number, m.severity);
-  }
-  return worst;
+  const Message *message = worst();
+  if (!message) return "";
+  const Message *before = message == messages_.data() ? nullptr : message - 1;
+  return inWords(*message) + (before && before->severity == 'W' ? "; before it: " + inWords(*before) : "");
+}
+
+void Session::filesAreRead() {
+  reading_ = false;
+  takeMessages();
+  constexpr int firstOfStochasticLayer = 3400;  // its warnings are about things that are meant so
+  constexpr int shown = 10;
+  int warnings = 0;
+  for (const Message &m : messages_)
+    if (m.severity == 'W' && m.number < firstOfStochasticLayer && ++warnings <= shown) fmt::print(stderr, "tavstoch: {}\n", inWords(m));
+  if (warnings > shown) fmt::print(stderr, "tavstoch: and {} more such warnings; --log FILE keeps them all\n", warnings - shown);
+  if (worst()) throw BadInput(complaint());
+}
+
+void Session::noEquivalent() {
+  const std::string text = complaint();
+  constexpr int firstOfData = 7401, lastOfData = 7454;
+  const Message *message = worst();
+  if (message && message->number >= firstOfData && message->number <= lastOfData) throw BadInput(text);
+  throw InternalFailure(text.empty() ? "no equivalent could be generated" : text);
+}
+
+void Session::finish() {
+  progress.done();
+  const std::string fault = log_.finish();
+  if (!fault.empty()) throw BadInput(fault);
 }
 
 std::vector<std::string> Session::strayings() {

@@ -28,14 +28,20 @@ public:
   void watch(QRTModel *model);
   // The user has asked to stop.
   static bool stopAsked();
-  // From here on a failure is the library's (70), not that of a file (65).
-  void filesAreRead() { reading_ = false; }
+  // From here on a failure is the library's (70), not that of a file (65). What the reader warned of goes to stderr. Throws
+  // BadInput when it met what it calls an error, such as a number that is none: it went on without that card, so what it
+  // holds is another program than the file's.
+  void filesAreRead();
+  // Throws what follows when no equivalent could be generated: BadInput when the data are the cause.
+  [[noreturn]] void noEquivalent();
+  // Ends the session's output. Throws BadInput when not all of it, or of the log, could be written.
+  void finish();
   bool reading() const { return reading_; }
 
   // Takes new messages from the log into messages().
   void takeMessages();
   const std::vector<Message> &messages() const { return messages_; }
-  // The last severe or erroneous message, or an empty text.
+  // The first severe message, else the first error, with the warning that came just before it; or an empty text.
   std::string complaint();
   // Texts of user messages: what the lenient manner of reading put up with.
   std::vector<std::string> strayings();
@@ -43,6 +49,8 @@ public:
   Progress progress;
 
 private:
+  const Message *worst() const;
+
   MessageLog log_;
   QRTContext *context_ = nullptr;
   std::vector<Message> messages_;

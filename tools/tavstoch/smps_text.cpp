@@ -1,13 +1,9 @@
 // A light second look at SMPS files. It splits lines by white space, and by columns where fixed fields hold blanks.
 #include "smps_text.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <unordered_set>
 
@@ -74,11 +70,7 @@ Fields dataFields(const std::string &line, bool freeFormat, bool rowsSection) {
 }  // namespace
 
 void requireCards(const std::string &path, const std::string &kinds) {
-  struct stat about;
-  if (stat(path.c_str(), &about) != 0) throw BadInput(path + ": " + std::strerror(errno));
-  if (S_ISDIR(about.st_mode)) throw BadInput(path + ": is a directory");
   std::ifstream file(path, std::ios::binary);
-  if (!file) throw BadInput(path + ": " + std::strerror(errno));
   const Fields wanted = split(kinds);
   std::string line;
   bool anything = false;
@@ -136,7 +128,7 @@ CoreText scanCore(const std::string &path) {
   return core;
 }
 
-long countRandomElements(const std::string &path) {
+long long countRandomElements(const std::string &path) {
   std::ifstream file(path);
   std::string line, section;
   std::unordered_set<std::string> items;
@@ -159,5 +151,5 @@ long countRandomElements(const std::string &path) {
     // The fourth and fifth field of an INDEP line are period and probability, elsewhere a second pair.
     if (fields.size() >= 5 && section != "INDEP") items.insert(fields[0] + ' ' + fields[3]);
   }
-  return long(items.size());
+  return static_cast<long long>(items.size());
 }

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-// Throws BadInput unless the path is a file that can be read and has a card of one of the given kinds before its data.
+// Throws BadInput unless the file, which can be read, has a card of one of the given kinds before its data.
 // `kinds` are section words in capitals, separated by blanks.
 void requireCards(const std::string &path, const std::string &kinds);
 
@@ -18,4 +18,4 @@ struct CoreText {
 CoreText scanCore(const std::string &path);
 
 // Number of different items (pairs of names) that the data lines of a stoch file give values to.
-long countRandomElements(const std::string &path);
+long long countRandomElements(const std::string &path);

@@ -5,13 +5,13 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <memory>
 #include <numeric>
 #include <unordered_set>
 
 #include "command.h"
 #include "decompose.h"
 #include "failure.h"
+#include "files.h"
 #include "report.h"
 #include "stoch_program.h"
 
@@ -53,24 +53,21 @@ std::vector<NamedValue> nodeValues(const StochProgram &program, int scenario, in
 }
 
 // Every node once: the first scenario that passes through it names it.
-void writeSolution(const std::string &path, const StochProgram &program, const std::vector<int> &scenarios) {
-  std::unique_ptr<FILE, int (*)(FILE *)> file(std::fopen(path.c_str(), "w"), std::fclose);
-  if (!file) throw BadInput(path + ": cannot be written");
-  fmt::print(file.get(), "stage,scenario,kind,name,value,dual\n");
+void writeSolution(FILE *file, const StochProgram &program, const std::vector<int> &scenarios) {
+  fmt::print(file, "stage,scenario,kind,name,value,dual\n");
   const int stages = qrts_getNumStages(program.handle());
-  std::unordered_set<int> seen;
+  std::unordered_set<int> seen[2];  // columns and rows: the model's number of a node's first
   for (int scenario : scenarios)
     for (int stage = 1; stage <= stages; ++stage) {
       if (stage == 1 && scenario != scenarios.front()) continue;
       for (bool rows : {false, true}) {
         int first = -1;
         const std::vector<NamedValue> values = nodeValues(program, scenario, stage, rows, &first);
-        if (first >= 0 && !seen.insert(2 * first + rows).second) continue;
+        if (first >= 0 && !seen[rows].insert(first).second) continue;
         for (const NamedValue &v : values)
-          fmt::print(file.get(), "{},{},{},{},{:.17g},{:.17g}\n", stage, scenario, rows ? "row" : "column", csvField(v.name), v.value, v.dual);
+          fmt::print(file, "{},{},{},{},{:.17g},{:.17g}\n", stage, scenario, rows ? "row" : "column", csvField(v.name), v.value, v.dual);
       }
     }
-  if (std::ferror(file.get())) throw BadInput(path + ": cannot be written");
 }
 
 void printDistribution(FILE *out, const Distribution &d) {
@@ -96,11 +93,11 @@ void printDistribution(FILE *out, const Distribution &d) {
 
 }  // namespace
 
-int runSolve(const Options &options) {
-  Session session(options);
+int runSolve(Session &session, const Options &options) {
+  for (const std::string &path : {options.solutionFile, options.saveState})
+    if (!path.empty()) requireWritable(path);
   StochProgram program(session, options);
   QRTStoch *stoch = program.handle();
-  session.filesAreRead();
   const std::vector<std::string> strayings = session.strayings();
   const int stages = qrts_getNumStages(stoch), scenarios = qrts_getNumScenarios(stoch), nodes = qrts_getNumNodes(stoch);
   FILE *out = session.output();
@@ -112,7 +109,7 @@ int runSolve(const Options &options) {
   }
 
   session.progress.phase("generating the equivalent");
-  if (qrts_describeFullModel(stoch, 1) < 0) throw InternalFailure(session.complaint());
+  if (qrts_describeFullModel(stoch, 1) < 0) session.noEquivalent();
   const double generateSeconds = session.progress.done();
   QRTModel *model = qrtse_getCurrentModel(stoch);
   if (!model) throw InternalFailure("no model was generated: " + session.complaint());
@@ -168,7 +165,8 @@ int runSolve(const Options &options) {
       json["distribution"] = {{"mean", distribution.mean}, {"deviation", distribution.deviation}, {"scenario", distribution.scenario},
                               {"probability", distribution.probability}, {"value", distribution.value}};
     }
-    if (!options.solutionFile.empty()) writeSolution(options.solutionFile, program, distribution.scenario);
+    if (!options.solutionFile.empty())
+      writeFile(options.solutionFile, [&](FILE *file) { writeSolution(file, program, distribution.scenario); });
   }
   const bool sound = checkOutcome(options, session, model, json);
   if (options.json) fmt::print(out, "{}\n", json.dump(2));

@@ -3,9 +3,8 @@
 
 #include <fmt/core.h>
 
-#include <fstream>
-
 #include "failure.h"
+#include "files.h"
 
 void StochProgram::open(Session &session, const Options &options, const std::string &name) {
   stoch_ = qrts_newStoch(session.context(), name.substr(0, 100).c_str(), options.maxScenarios);
@@ -14,16 +13,19 @@ void StochProgram::open(Session &session, const Options &options, const std::str
 }
 
 StochProgram::StochProgram(Session &session, const Options &options, const std::string &native) {
-  if (!std::ifstream(native)) throw BadInput(native + ": cannot be read");
+  requireFile(native);
   open(session, options, native);
   session.progress.phase("reading " + native);
   const int code = qrts_readNativeData(stoch_, native.c_str());
   seconds_ = session.progress.done();
   if (code != 0) throw BadInput(native + ": " + (session.complaint().empty() ? "is no native file" : session.complaint()));
+  session.filesAreRead();
   kind_ = "native";
 }
 
 StochProgram::StochProgram(Session &session, const Options &options) {
+  for (const std::string *path : {&options.core, &options.time, &options.stoch})
+    if (!requireFile(*path)) throw BadInput(*path + ": is no regular file, and is read twice");
   requireCards(options.core, options.strict ? "NAME" : "NAME ROWS");
   requireCards(options.time, "TIME");
   requireCards(options.stoch, options.strict ? "STOCH" : "STOCH NAME");
@@ -40,6 +42,7 @@ StochProgram::StochProgram(Session &session, const Options &options) {
     if (complaint.find("exceeds declared maximum") != std::string::npos) complaint += "; --max-scenarios raises it";
     throw BadInput(complaint.empty() ? "the library refuses these files" : complaint);
   }
+  session.filesAreRead();
   const char *kinds[] = {"", "SCENARIOS", "INDEP", "BLOCKS"};
   kind_ = kinds[kind];
 }
