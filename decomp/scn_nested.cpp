@@ -34,6 +34,7 @@ struct NestedRun {
   int cycle, last;
   double rootValue;
   int ender;                // model from 0 that ended the run, -1 none yet
+  int visited;              // model from 0 of the last visit
 };
 
 // Parents before children; in each generation by number.
@@ -92,7 +93,7 @@ int setUp(NestedRun *run) {
   if (code >= 2) return code;
   quieten(run->stoch->baseModel);
   for (int i = 0; i < run->n && code < 2; ++i) code = qrtnested_Cinittav(run->models[i], i + 1, run->childCounts[i]);
-  return code;
+  return code < 2 ? nested_resume(run->stoch, run->n) : code;
 }
 
 // ---- the cycles
@@ -102,6 +103,7 @@ int visitModel(NestedRun *run, int i, bool firstSweep) {
   QRTStoch *stoch = run->stoch, *model = run->models[i];
   NestedTables *tables = nestedTables(stoch);
   int event;
+  run->visited = i;
   double value = stoch->robjvalue, gap = stoch->reloptgap;
   const int code = qrtnested_Cmodel(model, firstSweep, firstSweep, &event, &value, &gap, run->g, run->seqStep);
   if (code >= 2) return code;
@@ -130,6 +132,7 @@ int visitModel(NestedRun *run, int i, bool firstSweep) {
   messageI(1, run->cycle);
   sayValue(MSG_STEP_VALUE, value);
   ++run->cycle;
+  if (stoch->saveFile && run->cycle % stoch->saveEvery == 0) nested_saveState(stoch, run->n, run->cycle);
   return 0;
 }
 
@@ -207,7 +210,13 @@ int qrts_Csub(QRTStoch *stoch, int nModels, const int *parents, const int *child
   run.order = static_cast<int *>(qrts__alloc("qrts_nestedLSolve", int64_t(nModels) * int64_t(sizeof(int)), 0));
   sortByDepth(&run);
   int code = setUp(&run);
-  if (code < 2) code = rounds(&run);
+  if (code < 2) {
+    code = rounds(&run);
+    // Before the news of the end, which may end the process.
+    nested_saveState(stoch, nModels, run.cycle);
+    if (code >= 2) nested_writeFailure(stoch, run.visited);
+    else if (nestedOf(run.models[run.ender])->modelStatus == NESTED_STALLED) nested_writeFailure(stoch, run.ender);
+  }
   int status = 0;
   if (code < 2) {
     status = nestedOf(run.models[run.ender])->modelStatus;

@@ -108,6 +108,7 @@ struct NestedModel {
   double weight;            // costs are divided by it
   double bestValue;         // least sense * cost found at the proposal in hand, 1e31 before one is known
   double sense;             // of the run the cuts belong to
+  uint64_t fingerprint;     // of the program it holds, as it was loaded
 };
 inline NestedModel *nestedOf(const QRTStoch *model) { return static_cast<NestedModel *>(model->smethod); }
 
@@ -153,6 +154,7 @@ struct NestedTables {
   double bestValue;         // least sense * cost of any proposal of the root
   double started;           // process time
   int32_t stopAsked;        // the caller wants no further cycle
+  int32_t cyclesBefore;     // of the run whose state this one went on from
 };
 NestedTables *nestedTables(const QRTStoch *base);
 // Zeroed block that lives as long as the list of models.
@@ -216,6 +218,8 @@ int qrtnested_Cinittav(QRTStoch *sub, int modelNumber, int nChildren);
 void qrtnested_Cptbd(QRTStoch *sub);
 void qrtnested_Clgbd(QRTStoch *sub);
 void qrtnested_Cgtbd(QRTStoch *sub, int which);
+// Drops the cuts of an earlier run. 0 or a store's code.
+int nested_forgetCuts(QRTStoch *sub);
 // First broken invariant of a model's records as text, or null.
 const char *nestedModel_check(const QRTStoch *sub);
 
@@ -235,8 +239,21 @@ bool qrtnested_Ccutrhs(QRTStoch *sub, int type);
 bool sendCut(QRTStoch *sub, int type, int forceCut);
 // Cuts of the children that bar the last proposal, as rows. *read how many; 0 or a store's code.
 int readCuts(QRTStoch *sub, double g, int *read);
+// Counts a cut row of this right-hand side, which is about to enter the model.
+void nested_noteRow(QRTStoch *sub, double rhs);
 // Solves the model at its parent's present solution, for a point whose parts fit together. A solver's code.
 int solveAtParent(QRTStoch *sub, QRTStoch *parent);
+
+// ---- saved states (scn_nested_state.cpp); nothing happens where the object names no file ---------------------
+
+// Of a model just loaded: its nodes, rims and elements.
+uint64_t nested_fingerprint(const QRTStoch *sub);
+void nested_saveState(const QRTStoch *base, int nModels, int cycle);
+// Puts cuts and bases of a state into the models before their first visit. 0, 2 after a text that says why not, or a
+// store's code.
+int nested_resume(QRTStoch *base, int nModels);
+// Writes model i, which did not solve, as an MPS file beside the state, and a line on stdout that says so.
+void nested_writeFailure(const QRTStoch *base, int i);
 
 // ---- the whole (scn_nested.cpp) -----------------------------------------------------------------------------
 

@@ -133,18 +133,6 @@ bool cutBars(QRTStoch *sub, int j, int nElements, double rhs, double g) {
   return violation > fmax(share, unmet) + ROUNDING * terms;
 }
 
-void noteRow(QRTStoch *sub, double rhs) {
-  NestedMaster *master = nestedOf(sub)->masterPart;
-  if (master->numCuts == master->cutRoom) {
-    const int room = master->cutRoom ? 2 * master->cutRoom : 4 * master->numChildren + 16;
-    double *more = nestedBlock<double>(baseOf(sub), room);
-    if (master->numCuts > 0) memcpy(more, master->cutRhs, size_t(master->numCuts) * sizeof(double));
-    master->cutRhs = more;
-    master->cutRoom = room;
-  }
-  master->cutRhs[master->numCuts++] = rhs;
-}
-
 void appendCut(QRTStoch *sub, CutBatch *batch, int j, int type, int nElements, double rhs) {
   NestedModel *rec = nestedOf(sub);
   NestedMaster *master = rec->masterPart;
@@ -161,10 +149,22 @@ void appendCut(QRTStoch *sub, CutBatch *batch, int j, int type, int nElements, d
     cutBatch_element(batch, column, -1.0);
   }
   cutBatch_endRow(batch, scale * rhs);
-  noteRow(sub, scale * rhs);
+  nested_noteRow(sub, scale * rhs);
 }
 
 }  // namespace
+
+void nested_noteRow(QRTStoch *sub, double rhs) {
+  NestedMaster *master = nestedOf(sub)->masterPart;
+  if (master->numCuts == master->cutRoom) {
+    const int room = master->cutRoom ? 2 * master->cutRoom : 4 * master->numChildren + 16;
+    double *more = nestedBlock<double>(baseOf(sub), room);
+    if (master->numCuts > 0) memcpy(more, master->cutRhs, size_t(master->numCuts) * sizeof(double));
+    master->cutRhs = more;
+    master->cutRoom = room;
+  }
+  master->cutRhs[master->numCuts++] = rhs;
+}
 
 int readCuts(QRTStoch *sub, double g, int *read) {
   NestedModel *rec = nestedOf(sub);

@@ -110,24 +110,6 @@ BoundSet *newSet(QRTStoch *base, int nCols, int nRows) {
   return set;
 }
 
-// Cuts bound the value of the program in one sense. In the other they say nothing.
-int forgetCuts(QRTStoch *sub) {
-  NestedMaster *master = nestedOf(sub)->masterPart;
-  QRTModel *lp = sub->smodel->model;
-  const int first = nestedOf(sub)->nRows + 1, n = master->numCuts;
-  if (n == 0) return 0;
-  int *which = static_cast<int *>(qrts__alloc("qrts_nestedLSolve", int64_t(n) * int64_t(sizeof(int)), 0));
-  for (int k = 0; k < n; ++k) which[k] = first + k;
-  const int code = qrt_deleteRows(lp, n, which);
-  free(which);
-  for (int j = 0; j < master->numChildren; ++j) {
-    lp->lower[lp->Imaxrows + nestedOf(sub)->nCols + 1 + j] = 0.0;
-    master->children[j].freed = 0;
-  }
-  master->numCuts = nestedOf(sub)->cutsActive = 0;
-  return code;
-}
-
 // The store grows by itself: room is for a beginning.
 int makeRoom(QRTModel *lp, int maxiter, int nChildren) {
   const int64_t wanted = int64_t(maxiter) * nChildren, enough = 4 * int64_t(nChildren) + 1000;
@@ -147,6 +129,7 @@ int prepare(QRTStoch *sub, int modelNumber, int nChildren) {
     code = qrts_load2BaseModel(sub, 1);
     if (code >= 2) return code;
   }
+  rec->fingerprint = nested_fingerprint(sub);
   divideCosts(lp, rec->weight);
   sub->costWeight = rec->weight;
   if (nChildren > 0) code = qrts_Cmstr0(sub, nChildren);
@@ -207,11 +190,29 @@ int qrtnested_Cinitmdl(QRTStoch *stoch, QRTStoch *sub, int nChildren, int parent
   return qrts_unpackCore(stoch->sdata);
 }
 
+int nested_forgetCuts(QRTStoch *sub) {
+  NestedMaster *master = nestedOf(sub)->masterPart;
+  QRTModel *lp = sub->smodel->model;
+  const int first = nestedOf(sub)->nRows + 1, n = master->numCuts;
+  if (n == 0) return 0;
+  int *which = static_cast<int *>(qrts__alloc("qrts_nestedLSolve", int64_t(n) * int64_t(sizeof(int)), 0));
+  for (int k = 0; k < n; ++k) which[k] = first + k;
+  const int code = qrt_deleteRows(lp, n, which);
+  free(which);
+  for (int j = 0; j < master->numChildren; ++j) {
+    lp->lower[lp->Imaxrows + nestedOf(sub)->nCols + 1 + j] = 0.0;
+    master->children[j].freed = 0;
+  }
+  master->numCuts = nestedOf(sub)->cutsActive = 0;
+  return code;
+}
+
 int qrtnested_Cinittav(QRTStoch *sub, int modelNumber, int nChildren) {
   NestedModel *rec = nestedOf(sub);
   int code = 0;
   if (rec->sense == 0.0) code = prepare(sub, modelNumber, nChildren);
-  else if (rec->sense != sub->optmaxmin && rec->masterPart) code = forgetCuts(sub);
+  // Cuts bound the value of the program in one sense. In the other they say nothing.
+  else if (rec->sense != sub->optmaxmin && rec->masterPart) code = nested_forgetCuts(sub);
   if (code >= 2) return code;
   rec->sense = sub->optmaxmin;
   QRTModel *lp = sub->smodel->model;

@@ -4,23 +4,22 @@
 //     header       who the state belongs to (sizes, sense, a fingerprint of the program) and how far it came
 //     proposal     [own columns]      value, hasOptimal of each child
 //     cuts         right-hand sides, row starts, columns, values; children's columns count from own columns + 1
-//     checksum     of all bytes before
-//
-// A state is written beside its file and takes its name when it is whole: a write that fails leaves the old one.
+// and the sum that every state file ends with.
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "decomp/scn_benders_run.h"
+#include "decomp/scn_state_file.h"
 
 namespace {
 
 constexpr const char *CALLER = "qrts_setSaveState";
-constexpr char MAGIC[8] = {'T', 'A', 'V', 'S', 'T', 'A', 'T', '1'};
+constexpr char MAGIC[] = "TAVSTAT1";
 
 struct StateHeader {
-  char magic[8];
+  char magic[STATE_MAGIC];
   int32_t models, children, ownCols, ownRows;
   uint64_t fingerprint;
   double sense;
@@ -29,18 +28,11 @@ struct StateHeader {
 };
 static_assert(sizeof(StateHeader) == 72, "states are written as they stand");
 
-uint64_t addBytes(uint64_t sum, const void *data, size_t bytes) {
-  const unsigned char *p = static_cast<const unsigned char *>(data);
-  for (size_t k = 0; k < bytes; ++k) sum = (sum ^ p[k]) * 1099511628211ull;
-  return sum;
-}
-constexpr uint64_t EMPTY_SUM = 14695981039346656037ull;
-
 // Of the data that cuts stand on: master's rims, shared programs, members' weights and differences.
 uint64_t fingerprintOf(const BendersRun *run) {
   uint64_t sum = EMPTY_SUM;
   const auto add = [&sum](const void *data, int64_t bytes) {
-    if (bytes > 0) sum = addBytes(sum, data, size_t(bytes));
+    if (bytes > 0) sum = addBytes(sum, data, bytes);
   };
   const BendersMaster *record = masterOf(run->master);
   const QRTModel *lp = run->master->smodel->model;
@@ -63,7 +55,7 @@ uint64_t fingerprintOf(const BendersRun *run) {
 StateHeader headerOf(const BendersRun *run) {
   const BendersMaster *record = masterOf(run->master);
   StateHeader h = {};
-  memcpy(h.magic, MAGIC, sizeof MAGIC);
+  memcpy(h.magic, MAGIC, STATE_MAGIC);
   h.models = run->n;
   h.children = record->numSubs;
   h.ownCols = record->nCols;
@@ -79,46 +71,24 @@ StateHeader headerOf(const BendersRun *run) {
   return h;
 }
 
-// A file on its way out or in, with the sum of what went through it.
-struct Stream {
-  FILE *file;
-  uint64_t sum;
-  bool good;
-};
-void put(Stream *s, const void *data, int64_t bytes) {
-  if (bytes <= 0) return;
-  s->good = s->good && fwrite(data, 1, size_t(bytes), s->file) == size_t(bytes);
-  s->sum = addBytes(s->sum, data, size_t(bytes));
-}
-void take(Stream *s, void *data, int64_t bytes) {
-  if (bytes <= 0) return;
-  s->good = s->good && fread(data, 1, size_t(bytes), s->file) == size_t(bytes);
-  if (s->good) s->sum = addBytes(s->sum, data, size_t(bytes));
-}
-
-bool writeAll(const BendersRun *run, FILE *file) {
-  Stream s = {file, EMPTY_SUM, true};
+void writeAll(const BendersRun *run, StateWriter *out) {
   const StateHeader h = headerOf(run);
   const BendersMaster *record = masterOf(run->master);
-  put(&s, &h, sizeof h);
-  put(&s, run->proposed, 8 * int64_t(h.ownCols));
+  stateWriter_put(out, &h, sizeof h);
+  stateWriter_put(out, run->proposed, 8 * int64_t(h.ownCols));
   for (int j = 0; j < h.children; ++j) {
-    put(&s, &record->subs[j].value, 8);
-    put(&s, &record->subs[j].hasOptimal, 4);
+    stateWriter_put(out, &record->subs[j].value, 8);
+    stateWriter_put(out, &record->subs[j].hasOptimal, 4);
   }
-  put(&s, run->kept.upper, 8 * int64_t(h.rows));
-  put(&s, run->kept.starts, 4 * (int64_t(h.rows) + 1));
-  put(&s, run->kept.columns, 4 * int64_t(h.elements));
-  put(&s, run->kept.values, 8 * int64_t(h.elements));
-  const uint64_t sum = s.sum;
-  put(&s, &sum, sizeof sum);
-  return s.good;
+  stateWriter_put(out, run->kept.upper, 8 * int64_t(h.rows));
+  stateWriter_put(out, run->kept.starts, 4 * (int64_t(h.rows) + 1));
+  stateWriter_put(out, run->kept.columns, 4 * int64_t(h.elements));
+  stateWriter_put(out, run->kept.values, 8 * int64_t(h.elements));
 }
 
 // What is wrong with a state's header for this run, or null.
 const char *complaintOf(const StateHeader *h, const BendersRun *run) {
   const StateHeader own = headerOf(run);
-  if (memcmp(h->magic, MAGIC, sizeof MAGIC) != 0) return "it is no saved state";
   if (h->models != own.models || h->children != own.children || h->ownCols != own.ownCols || h->ownRows != own.ownRows ||
       h->fingerprint != own.fingerprint || h->sense != own.sense)
     return "it belongs to another program or another cut";
@@ -136,61 +106,38 @@ bool cutsHold(const CutBatch *cuts, int nCols) {
   return true;
 }
 
-// Bytes from here to the end of the file.
-int64_t bytesLeft(FILE *file) {
-  const long at = ftell(file);
-  fseek(file, 0, SEEK_END);
-  const long end = ftell(file);
-  fseek(file, at, SEEK_SET);
-  return int64_t(end) - at;
-}
-
-const char *readAll(BendersRun *run, FILE *file, CutBatch *cuts) {
-  Stream s = {file, EMPTY_SUM, true};
+const char *readAll(BendersRun *run, StateReader *in, CutBatch *cuts) {
   StateHeader h;
   BendersMaster *record = masterOf(run->master);
-  take(&s, &h, sizeof h);
-  if (!s.good) return "it is cut off";
+  const void *head = stateReader_next(in, sizeof h);
+  if (!head) return "it is damaged";
+  memcpy(&h, head, sizeof h);
   const char *complaint = complaintOf(&h, run);
   if (complaint) return complaint;
-  const int64_t expected = 8 * int64_t(h.ownCols) + 12 * int64_t(h.children) + 8 * int64_t(h.rows) + 4 * (int64_t(h.rows) + 1) +
-                           12 * int64_t(h.elements) + 8;
-  const int64_t present = bytesLeft(file);
-  if (present != expected) return present < expected ? "it is cut off" : "it is damaged";
-  double *proposed = static_cast<double *>(qrts__alloc(CALLER, 8 * (int64_t(h.ownCols) + 1), 1));
-  SubEntry *subs = static_cast<SubEntry *>(qrts__alloc(CALLER, (int64_t(h.children) + 1) * int64_t(sizeof(SubEntry)), 0));
-  take(&s, proposed, 8 * int64_t(h.ownCols));
-  for (int j = 0; j < h.children; ++j) {
-    take(&s, &subs[j].value, 8);
-    take(&s, &subs[j].hasOptimal, 4);
-  }
-  cutBatch_open(cuts, h.rows);
+  const int64_t rows = h.rows, elements = h.elements;
+  if (in->size - in->at != 8 * int64_t(h.ownCols) + 12 * int64_t(h.children) + 8 * rows + 4 * (rows + 1) + 12 * elements)
+    return "it is damaged";
+  const void *proposed = stateReader_next(in, 8 * int64_t(h.ownCols));
+  const char *subs = static_cast<const char *>(stateReader_next(in, 12 * int64_t(h.children)));
+  cutBatch_open(cuts, rows);
   cuts->rows = h.rows;
   cuts->elements = h.elements;
-  cuts->room = h.elements;
-  cuts->columns = static_cast<int *>(qrts__alloc(CALLER, 4 * (int64_t(h.elements) + 1), 1));
-  cuts->values = static_cast<double *>(qrts__alloc(CALLER, 8 * (int64_t(h.elements) + 1), 1));
-  take(&s, cuts->upper, 8 * int64_t(h.rows));
-  take(&s, cuts->starts, 4 * (int64_t(h.rows) + 1));
-  take(&s, cuts->columns, 4 * int64_t(h.elements));
-  take(&s, cuts->values, 8 * int64_t(h.elements));
-  const uint64_t sum = s.sum;
-  uint64_t saved = 0;
-  take(&s, &saved, sizeof saved);
-  if (!s.good || saved != sum || !cutsHold(cuts, h.ownCols + 1 + h.children)) {
-    complaint = "it is damaged";
-  } else {
-    for (int j = 0; j < h.children; ++j) {
-      record->subs[j].value = subs[j].value;
-      record->subs[j].hasOptimal = subs[j].hasOptimal;
-    }
-    if (h.ownCols > 0) memcpy(run->proposed, proposed, size_t(h.ownCols) * sizeof(double));
-    run->cyclesBefore = h.cycle;
-    run->bestValue = h.bestValue;
+  cuts->room = elements;
+  cuts->columns = static_cast<int *>(qrts__alloc(CALLER, 4 * (elements + 1), 1));
+  cuts->values = static_cast<double *>(qrts__alloc(CALLER, 8 * (elements + 1), 1));
+  memcpy(cuts->upper, stateReader_next(in, 8 * rows), size_t(8 * rows));
+  memcpy(cuts->starts, stateReader_next(in, 4 * (rows + 1)), size_t(4 * (rows + 1)));
+  memcpy(cuts->columns, stateReader_next(in, 4 * elements), size_t(4 * elements));
+  memcpy(cuts->values, stateReader_next(in, 8 * elements), size_t(8 * elements));
+  if (!cutsHold(cuts, h.ownCols + 1 + h.children)) return "it is damaged";
+  for (int j = 0; j < h.children; ++j) {
+    memcpy(&record->subs[j].value, subs + 12 * j, 8);
+    memcpy(&record->subs[j].hasOptimal, subs + 12 * j + 8, 4);
   }
-  free(proposed);
-  free(subs);
-  return complaint;
+  if (h.ownCols > 0) memcpy(run->proposed, proposed, size_t(h.ownCols) * sizeof(double));
+  run->cyclesBefore = h.cycle;
+  run->bestValue = h.bestValue;
+  return nullptr;
 }
 
 // Cuts of a state into the master, whose columns lose their first bounds where they have an optimality cut.
@@ -232,33 +179,24 @@ void run_prepareState(BendersRun *run) {
 }
 
 void run_saveState(const BendersRun *run) {
-  const char *path = run->stoch->saveFile;
-  if (!path || !run->kept.starts) return;
-  char *beside = static_cast<char *>(qrts__alloc(CALLER, int64_t(strlen(path)) + 8, 0));
-  strcpy(beside, path);
-  strcat(beside, ".part");
-  FILE *file = fopen(beside, "wb");
-  bool good = file && writeAll(run, file);
-  if (file) good = fclose(file) == 0 && good;
-  good = good && rename(beside, path) == 0;
-  if (!good) {
-    printf("\n Warning ! State file %s could not be written.\n", path);
-    remove(beside);
-  }
-  free(beside);
+  if (!run->stoch->saveFile || !run->kept.starts) return;
+  StateWriter out;
+  stateWriter_open(&out, run->stoch->saveFile);
+  writeAll(run, &out);
+  stateWriter_close(&out);
 }
 
 int run_resume(BendersRun *run) {
   const char *path = run->stoch->resumeFile;
   if (!path) return 0;
-  FILE *file = fopen(path, "rb");
+  StateReader in;
   CutBatch cuts = {};
-  const char *complaint = file ? readAll(run, file, &cuts) : "it cannot be opened";
-  if (file) fclose(file);
+  const char *complaint = stateReader_open(&in, path, MAGIC);
+  if (!complaint) complaint = readAll(run, &in, &cuts);
+  stateReader_close(&in);
   if (!complaint) return useCuts(run, &cuts);
-  printf("\n ERROR! State file %s cannot be used: %s.\n", path, complaint);
   cutBatch_drop(&cuts);
-  return 2;
+  return refuseState(path, complaint);
 }
 
 void run_writeFailure(BendersRun *run, int i) {

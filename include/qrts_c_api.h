@@ -285,16 +285,17 @@ typedef struct QRTSCycle {
 typedef int (*QRTSCycleCallBack)(const QRTSCycle *cycle, void *data);
 /** @brief Registers the function that each cycle of the object is told to, null for none. */
 QRT_API void qrts_setCycleCallBack(QRTStoch *stoch, QRTSCycleCallBack callback, void *data);
-/** @brief Lets qrts_bendersLSolve() leave its state in a file: bounds, the last proposal, every cut.
+/** @brief Lets qrts_bendersLSolve() and qrtse_nestedLSolve() leave their state in a file: bounds, proposals, every cut; the
+ *  nested method also the basis of each model.
  *
  *  It is written every so many cycles and whenever the run ends, also when a model does not solve; the file takes its name
  *  only when it is whole. A subproblem that does not solve is written beside it as "<file>.sub<model>.mps", with a line on
  *  stdout (minimised, its costs divided by its probability).
  *  @param file  copied; null ends it.  @param every  cycles, at least 1.  @return 0; 2 for a bad handle or number. */
 QRT_API int qrts_setSaveState(QRTStoch *stoch, const char *file, int every);
-/** @brief Lets the next runs of qrts_bendersLSolve() go on from such a state of the same program and cut; the file may be
- *  the one that states go to. A file that is cut off, damaged or of another program is refused: a text on stdout, and the
- *  run returns 2.  @param file  copied; null ends it.  @return 0; 2 for a bad handle. */
+/** @brief Lets the next runs go on from such a state of the same method, program, sense and cut; the file may be the one that
+ *  states go to. A nested run on a kept list gives the list's own cuts up for those of the state. A file that is cut off,
+ *  damaged or of another program is refused: a text on stdout, and the run returns 2 and has changed nothing.  @param file  copied; null ends it.  @return 0; 2 for a bad handle. */
 QRT_API int qrts_setResumeState(QRTStoch *stoch, const char *file);
 
 /** @brief Traces the optimum of the described model while costs and bounds move along given directions.

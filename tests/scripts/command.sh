@@ -64,7 +64,10 @@ says out '"cuts":'
 says out '"status": "optimal"'
 expect 3 "a nested run cut off" solve power.cor power.tim power.sto --method nested --cut models:3 --cycles 2 --no-final
 expect 65 "a nested cut into one model" solve power.cor power.tim power.sto --method nested --cut models:1
-expect 64 "a state of a nested run" solve power.cor power.tim power.sto --method nested --resume power.cor
+expect 3 "a nested run cut off leaves its state" solve power.cor power.tim power.sto --method nested --cut models:3 --cycles 3 --no-final --save-state "$work/nested.state"
+expect 0 "and goes on from there" solve power.cor power.tim power.sto --method nested --cut models:3 --no-final --resume "$work/nested.state" --check
+expect 65 "a state of another cut" solve power.cor power.tim power.sto --method nested --cut models:2 --resume "$work/nested.state"
+expect 65 "a state of another method" solve power.cor power.tim power.sto --method nested --resume "$work/run.state"
 expect 0 "models of a cut" info power.cor power.tim power.sto --cut models:2
 expect 64 "no such cut" info power.cor power.tim power.sto --cut half
 expect 64 "a cut of another sign" info power.cor power.tim power.sto --cut rows:-1

@@ -24,9 +24,9 @@ struct Options {
   std::string cut;                // "stage:K", "rows:N", "models:N"; empty for the method's own choice
   double gap = 1e-8;              // relative gap at which a decomposition stops
   int cycles = 100;
-  std::string saveState;          // lshaped: file for the state of the run
+  std::string saveState;          // file for the state of a run by cycles
   int saveEvery = 10;             // cycles between states
-  std::string resume;             // lshaped: state to go on from
+  std::string resume;             // state to go on from
   bool noFinal = false;           // end a decomposition without a simplex solve of the whole
   int mode = 1;                   // lp: how the simplex starts
   std::string algorithm = "either";  // lp

@@ -23,23 +23,35 @@ int tell(const QRTSCycle *cycle, void *data) {
   return Session::stopAsked();
 }
 
+void nameStates(const Options &options, QRTStoch *stoch) {
+  if (!options.saveState.empty()) qrts_setSaveState(stoch, options.saveState.c_str(), options.saveEvery);
+  if (!options.resume.empty()) qrts_setResumeState(stoch, options.resume.c_str());
+}
+
+// A refused state ends a run before its first cycle.
+void judgeResume(const Options &options, int code, const CycleHistory &history) {
+  if (code == 2 && !options.resume.empty() && history.cycles.empty()) throw BadInput("--resume " + options.resume + ": the state cannot be used");
+}
+
 int byLShaped(const Options &options, const StochProgram &program, const CycleHistory &history) {
   QRTStoch *stoch = program.handle();
   const TreeCut cut = cutOf(options.cut.empty() ? "stage:2" : options.cut, program);
   qrts_setCutPeriod(stoch, cut.value);
-  if (!options.saveState.empty()) qrts_setSaveState(stoch, options.saveState.c_str(), options.saveEvery);
-  if (!options.resume.empty()) qrts_setResumeState(stoch, options.resume.c_str());
+  nameStates(options, stoch);
   const int code = qrts_bendersLSolve(stoch, 0);
-  if (code == 2 && !options.resume.empty() && history.cycles.empty()) throw BadInput("--resume " + options.resume + ": the state cannot be used");
+  judgeResume(options, code, history);
   if (code == 1 && history.cycles.empty()) throw BadInput(NO_PARTS);
   return code;
 }
 
-int byNested(const Options &options, const StochProgram &program) {
+int byNested(const Options &options, const StochProgram &program, const CycleHistory &history) {
   const TreeCut cut = cutOf(options.cut.empty() ? "models:100" : options.cut, program);
   if (cutTree(cut, program) < 2) throw BadInput(NO_PARTS);
   constexpr int anyStrategy = 1;  // a list that exists is used as it stands
-  return qrtse_nestedLSolve(program.handle(), anyStrategy, 0);
+  nameStates(options, program.handle());
+  const int code = qrtse_nestedLSolve(program.handle(), anyStrategy, 0);
+  judgeResume(options, code, history);
+  return code;
 }
 
 // Nested decomposition has codes of its own for a run that a final solve of the whole did not follow.
@@ -59,7 +71,7 @@ int solveByCycles(const Options &options, const StochProgram &program, CycleHist
   if (options.noFinal) qrts_setFinalSimplexSolverOff(stoch);
   qrts_setCycleCallBack(stoch, tell, &history);
   const bool nested = options.method == "nested";
-  const int code = nested ? byNested(options, program) : byLShaped(options, program, history);
+  const int code = nested ? byNested(options, program, history) : byLShaped(options, program, history);
   qrts_setCycleCallBack(stoch, nullptr, nullptr);
   *status = nested ? plainStatus(options, qrts_getStatus(stoch)) : qrts_getStatus(stoch);
   return code;

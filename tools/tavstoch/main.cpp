@@ -34,8 +34,8 @@ void checkMethod(const CLI::App &solve, const Options &o) {
     for (const char *name : names)
       if (solve.count(name)) throw CLI::ValidationError(name, std::string("of --method ") + whose + " only");
   };
-  if (o.method == "direct") refuse({"--cut", "--gap", "--cycles", "--no-final"}, "lshaped and nested");
-  if (o.method != "lshaped") refuse({"--save-state", "--save-every", "--resume"}, "lshaped");
+  if (o.method == "direct")
+    refuse({"--cut", "--gap", "--cycles", "--no-final", "--save-state", "--save-every", "--resume"}, "lshaped and nested");
   TreeCut cut;
   if (o.method == "lshaped" && parseCut(o.cut, &cut) && (cut.kind != TreeCut::STAGE || cut.value < 2))
     throw CLI::ValidationError("--cut", o.cut + ": the L-shaped method cuts at stage:K, K from 2");
@@ -118,9 +118,9 @@ int main(int argc, char **argv) {
   solve->add_option("--cut", options.cut, "where the tree is cut: stage:K (lshaped: stage:2 by default); nested also rows:N, fewest a model, or models:N, most (100)")->check(CUT);
   solve->add_option("--gap", options.gap, "lshaped, nested: relative gap to stop at")->check(FINITE)->check(CLI::Range(1.1e-16, 0.999))->capture_default_str();
   solve->add_option("--cycles", options.cycles, "lshaped, nested: most cycles")->check(CLI::Range(1, 2147483646))->capture_default_str();
-  solve->add_option("--save-state", options.saveState, "lshaped: leave bounds, proposal and cuts in this file");
+  solve->add_option("--save-state", options.saveState, "lshaped, nested: leave bounds, proposals and cuts in this file");
   solve->add_option("--save-every", options.saveEvery, "cycles between two states")->check(CLI::Range(1, 2147483646))->capture_default_str();
-  solve->add_option("--resume", options.resume, "lshaped: go on from such a file");
+  solve->add_option("--resume", options.resume, "lshaped, nested: go on from such a file");
   solve->add_flag("--no-final", options.noFinal, "lshaped, nested: no simplex solve of the whole at the end");
   addSolving(solve, options);
   addPresolve(solve, options, 3, "solve a smaller model and map its solution back; level 1 to 3, 3 when left out");
