@@ -742,7 +742,9 @@ QRT_API int qrt_simplex(QRTModel *model, int options);
  *          message. */
 QRT_API int qrt_primalSimplex(QRTModel *model, int mode);
 /** @brief Dual simplex method with bound flipping; a start that is not dual feasible goes through a first phase.
- *  @param mode as for qrt_primalSimplex(). @return as qrt_primalSimplex(). */
+ *  @param mode 0 goes on as the last run ended, 1 and 2 start from the basis, 3 takes the row duals as they stand (in the sign
+ *         that a solve leaves them) and brings them to a basis whose reduced costs they are first: the second half of a crossover.
+ *  @return as qrt_primalSimplex(). */
 QRT_API int qrt_dualSimplex(QRTModel *model, int mode);
 /** @brief Simplex method, the library choosing the algorithm. @param mode as for qrt_primalSimplex().
  *  @return as qrt_primalSimplex(). */

@@ -55,6 +55,9 @@ struct DualWork {
   int flipChecks;          // checks in a row that found boxed variables on the wrong side
   double djDrift;          // largest relative error seen in the pass of a reduced cost carried from step to step
   int cutOff;              // 1: the loop left because the objective passed Rbbcutoff
+  double *givenY;          // [1..m] multipliers of a values pass, null before one
+  int *valuesRow;          // [m] its rows with basics of nonzero reduced cost
+  int valuesFailures;      // exchanges of it that the factor refused
 };
 
 // What the ratio test answers.
@@ -113,5 +116,20 @@ int dualCheckpoint(SimplexWork *w, int continued);
 void switchToPrimal(SimplexWork *w, double weight);
 
 // ---- dual_loop.cpp
+// The entering column, and beside it the inverse row's own FTRAN for the weights: alpha and tau, from enterVar and rho.
+void dualLoop_enterColumn(SimplexWork *w);
+// Is the pivot by column the one the row promised? (qrtchpv)
+bool dualLoop_pivotAgrees(SimplexWork *w);
+// Progress line and the user's exit, where they are due; true when the exit wants the pass or the run to end.
+bool dualLoop_userExit(SimplexWork *w);
+// What every pass begins and ends with, and an iteration: weights and infeasible rows by position; vectors empty.
+void dualLoop_begin(SimplexWork *w);
+void dualLoop_end(SimplexWork *w);
+void dualLoop_clear(SimplexWork *w);
 // Iterates until it wants a factorisation, finds no row or no column, or Iprobstat is set. The same contract as qrtsprm.
 int qrtsdul(SimplexWork *w);
+
+// ---- dual_values.cpp
+// The values pass: from the model's row duals to a basis that fits them. The same contract; when no row is left it clears
+// dualValues.
+int qrtsdvl(SimplexWork *w);

@@ -95,12 +95,23 @@ bool spreadWanted(const SimplexWork *w) {
   return qrtlplp.Iiternum - w->phaseStartIter >= LONG_RUN;
 }
 
-int firstCheck(SimplexWork *w) {
+void startPhase(SimplexWork *w) {
   w->phaseStartIter = qrtlplp.Iiternum;
   w->bestObjective = w->stallBest = w->bestAtRemoval = 1.0e51;
   w->state = SolveState();
   w->state.checkCount = -1;
   w->state.degenerateBase = qrtlplp.Iiternum;
+}
+
+// A values pass goes its way whatever the basis is worth so far.
+int valuesCheck(SimplexWork *w) {
+  if (w->state.checkCount >= 0) return DECIDE_GO_ON;
+  startPhase(w);
+  return qrtlplp.Iiternum >= qrtlplp.Imaxiter ? finish(3) : DECIDE_GO_ON;
+}
+
+int firstCheck(SimplexWork *w) {
+  startPhase(w);
   const bool shifted = w->dual && w->dual->costsShifted;
   if (qrtlplp.Inumpinf == 0 && qrtlplp.Inumdinf == 0 && !shifted) return finish(0);
   if (qrtlplp.Iiternum >= qrtlplp.Imaxiter) return finish(3);
@@ -135,6 +146,7 @@ int dualCheckpoint(SimplexWork *w, int continued) {
   // The dual starts from a basis, whatever values came with it.
   w->priceMode = PRICE_FULL;
   w->startValues = 0;
+  if (w->dualValues) return valuesCheck(w);
   // A basis that is optimal as it stands needs none of the dual's work.
   const bool clean = qrtlplp.Inumpinf == 0 && qrtlplp.Inumdinf == 0;
   if (w->state.checkCount < 0 && clean && !w->costsTaken && qrtlplp.Iprobstat < 0) return firstCheck(w);

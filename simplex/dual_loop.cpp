@@ -29,6 +29,48 @@ Fate refactor(Pass *pass) {
   return LEAVE;
 }
 
+}  // namespace
+
+void dualLoop_enterColumn(SimplexWork *w) {
+  DualWork *d = w->dual;
+  const int *row;
+  const double *value;
+  const int length = variableColumn(w, w->enterVar, &row, &value);
+  for (int e = 0; e < length; e++) {
+    d->alpha.index[e] = row[e];
+    d->alpha.value[row[e]] = value[e];
+  }
+  d->alpha.count = length;
+  sparseVector_copy(&d->rho, &d->tau);
+  qrtftn2(w->factor, &d->alpha, &d->tau, SOLVE_TAU);
+}
+
+bool dualLoop_pivotAgrees(SimplexWork *w) {
+  const double byRow = w->pivotValue, byColumn = w->dual->alpha.value[w->leaveRow];
+  const double size = std::fabs(byColumn);
+  if (size < FRESH_SMALLEST_PIVOT) return false;
+  const double off = std::fabs(byRow - byColumn);
+  if (off <= PIVOT_DISAGREES * (1.0 + size)) return true;
+  if (qrtlplp.Iloglevel & LOG_DETAIL) {
+    messageI(1, w->enterVar);
+    messageD(1, byRow);
+    messageD(2, byColumn);
+    qrtmesg_no(183);
+  }
+  return sinceFactor(w) == 0 && off <= 1.0e-3 * size;
+}
+
+bool dualLoop_userExit(SimplexWork *w) {
+  if (qrtlplp.Ilogfreq > 0 && qrtlplp.Iiternum % qrtlplp.Ilogfreq == 0) progressLine(w);
+  if (qrtlplp.Iiterufreq <= 0 || qrtlplp.Iiternum % qrtlplp.Iiterufreq != 0) return false;
+  const double weight = qrtlplp.Rdweight;
+  const int answer = qrtitrx(w, 1);
+  if (weight != qrtlplp.Rdweight) w->bestObjective = 1.0e51;
+  return answer == 99 || qrtlplp.Iprobstat == 3;
+}
+
+namespace {
+
 // Row r and its inverse row, with a weight that agrees with it; 0 when no row is left.
 int chooseRow(SimplexWork *w) {
   DualWork *d = w->dual;
@@ -76,37 +118,6 @@ Fate noColumn(SimplexWork *w, Pass *pass) {
   return LEAVE;
 }
 
-// The entering column, and beside it the inverse row's own FTRAN for the weights.
-void entersColumn(SimplexWork *w) {
-  DualWork *d = w->dual;
-  const int *row;
-  const double *value;
-  const int length = variableColumn(w, w->enterVar, &row, &value);
-  for (int e = 0; e < length; e++) {
-    d->alpha.index[e] = row[e];
-    d->alpha.value[row[e]] = value[e];
-  }
-  d->alpha.count = length;
-  sparseVector_copy(&d->rho, &d->tau);
-  qrtftn2(w->factor, &d->alpha, &d->tau, SOLVE_TAU);
-}
-
-// Is the pivot by column the one the row promised? (qrtchpv)
-bool pivotAgrees(SimplexWork *w) {
-  const double byRow = w->pivotValue, byColumn = w->dual->alpha.value[w->leaveRow];
-  const double size = std::fabs(byColumn);
-  if (size < FRESH_SMALLEST_PIVOT) return false;
-  const double off = std::fabs(byRow - byColumn);
-  if (off <= PIVOT_DISAGREES * (1.0 + size)) return true;
-  if (qrtlplp.Iloglevel & LOG_DETAIL) {
-    messageI(1, w->enterVar);
-    messageD(1, byRow);
-    messageD(2, byColumn);
-    qrtmesg_no(183);
-  }
-  return sinceFactor(w) == 0 && off <= 1.0e-3 * size;
-}
-
 // The entering column gives its reduced cost without regard to how it was carried here.
 void noteDrift(SimplexWork *w) {
   DualWork *d = w->dual;
@@ -133,10 +144,7 @@ Fate housekeeping(SimplexWork *w, Pass *pass) {
     qrtlplp.Iprobstat = 3;
     return LEAVE;
   }
-  if (qrtlplp.Iiterufreq > 0 && qrtlplp.Iiternum % qrtlplp.Iiterufreq == 0) {
-    const int answer = qrtitrx(w, 1);
-    if (answer == 99 || qrtlplp.Iprobstat == 3) return LEAVE;
-  }
+  if (dualLoop_userExit(w)) return LEAVE;
   if (pastCutoff(w)) {
     w->dual->cutOff = 1;
     return LEAVE;
@@ -178,17 +186,22 @@ Fate iterate(SimplexWork *w, Pass *pass) {
     case DUAL_SMALL_PIVOT: return rejectRow(w, pass);
     default: break;
   }
-  entersColumn(w);
-  if (!pivotAgrees(w)) return rejectRow(w, pass);
+  dualLoop_enterColumn(w);
+  if (!dualLoop_pivotAgrees(w)) return rejectRow(w, pass);
   return pivot(w, pass, above);
 }
 
-void clearVectors(DualWork *d) {
+}  // namespace
+
+void dualLoop_clear(SimplexWork *w) {
+  DualWork *d = w->dual;
   sparseVector_clear(&d->alpha);
   sparseVector_clear(&d->rho);
   sparseVector_clear(&d->tau);
   sparseVector_clear(&d->moved);
 }
+
+namespace {
 
 // Weights are kept by variable between passes: a factorisation orders the rows anew.
 void gatherWeights(SimplexWork *w) {
@@ -202,6 +215,18 @@ void scatterWeights(SimplexWork *w) {
 }
 
 }  // namespace
+
+void dualLoop_begin(SimplexWork *w) {
+  gatherWeights(w);
+  dualRows_rebuild(w);
+  rows_partition(w);
+}
+
+void dualLoop_end(SimplexWork *w) {
+  dualLoop_clear(w);
+  scatterWeights(w);
+  basicsToRims(w);
+}
 
 DualWork *dualWork(SimplexWork *w) {
   if (w->dual) return w->dual;
@@ -228,9 +253,7 @@ int qrtsdul(SimplexWork *w) {
   DualWork *d = dualWork(w);
   Pass pass{};
   pass.code = w->passNumber == 0 ? PASS_FIRST_NO_COLUMN : PASS_NO_COLUMN;
-  gatherWeights(w);
-  dualRows_rebuild(w);
-  rows_partition(w);
+  dualLoop_begin(w);
   d->rowLengthSum = 0.0;
   d->rowLengthCount = d->cutOff = 0;
   d->djDrift = 0.0;
@@ -239,11 +262,9 @@ int qrtsdul(SimplexWork *w) {
     if (qrtlplp.Iiternum % 50 == 0)
       if (const char *fault = dualRows_check(w)) qrtmesg_no_q1(158, fault, -1);
 #endif
-    clearVectors(d);
+    dualLoop_clear(w);
   }
-  clearVectors(d);
-  scatterWeights(w);
-  basicsToRims(w);
+  dualLoop_end(w);
   w->btranMean = d->rowLengthCount ? d->rowLengthSum / d->rowLengthCount : 0.0;
   // An ordinary end leaves reduced costs good enough to go on with; "no row" and "no column" are judged on fresh ones.
   w->djState = pass.wanted && d->djDrift <= DRIFT_ALLOWED ? 1 : 5;

@@ -210,6 +210,7 @@ struct SimplexWork {
   int coreMode;              // -2, -1 accept a pass without infeasibilities; 0 normal
   int init;                  // 0 continue, 1 full pricing, 2 random partial, 3 values pass
   int cleaning;              // 0 keep values, 1 tidy nonbasics, 2 put every one on a bound
+  int dualValues;            // 1 until a values pass of the dual is over
   int startValues;           // 1 until the first check of a values pass has looked at the values given
   int finalMode;             // 1 during the last recomputation: no trouble handling
   int scaled;                // 0 varScale is all 1; 1 factors of the solver; 2 the matrix is scaled by its owner
