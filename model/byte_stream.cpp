@@ -38,8 +38,6 @@ void byteStream_ofFile(ByteStream *stream, FILE *file, bool reading) {
   fseek(file, here, SEEK_SET);
 }
 
-void byteStream_inMemory(ByteStream *stream) { *stream = {}; }
-
 void byteStream_rewind(ByteStream *stream) {
   stream->position = stream->offset = 0;
   stream->current = stream->first;

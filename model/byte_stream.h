@@ -1,7 +1,8 @@
 // A stream of bytes that lies in a file or in memory: where images of models and the log of presolve go.
 //
 // In memory it is a chain of guarded blocks, so that its length is bounded by memory alone. It is written once from the
-// start, may be patched where it was written, and is read from the start as often as needed.
+// start, may be patched where it was written, and is read from the start as often as needed. A zeroed record is an empty
+// stream in memory; a write may leave by a jump, so its owner must be able to find it.
 #pragma once
 
 #include <cstdint>
@@ -23,8 +24,6 @@ struct ByteStream {
 
 // A stream of a file, at its present position; for reading, the rest of the file is what there is.
 void byteStream_ofFile(ByteStream *stream, FILE *file, bool reading);
-// An empty stream in memory. May leave by a jump with the next write: the owner must be able to find it.
-void byteStream_inMemory(ByteStream *stream);
 void byteStream_rewind(ByteStream *stream);   // to read from the start
 void byteStream_release(ByteStream *stream);  // gives the memory back; the file stays open
 

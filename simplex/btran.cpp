@@ -2,53 +2,17 @@
 #include <cmath>
 #include <cstring>
 
-#include "simplex/factor_arrays.h"
 #include "simplex/solve_choice.h"
+#include "simplex/walk.h"
 
 namespace {
 
 // ---- U transposed: along the rows of U, in pivot order
 
-void upperSearch(FactorArrays *a, SparseVector *x, int found) {
-  double *value = x->value;
-  const int32_t *index = a->uRowStore.index;
-  const double *element = a->uRowStore.value;
-  int count = 0;
-  for (int k = found - 1; k >= 0; k--) {
-    const int row = a->searchList[k];
-    double v = value[row];
-    if (v <= TINY_VALUE && v >= -TINY_VALUE) {
-      value[row] = 0.0;
-      continue;
-    }
-    v *= a->pivotInverse[row];
-    value[row] = v;
-    x->index[count++] = row;
-    const int start = a->uRows.start[row], end = start + a->uRows.length[row];
-    for (int p = start; p < end; p++) value[index[p]] -= v * element[p];
-  }
-  x->count = count;
-}
-
-inline int64_t sweepPart(FactorArrays *a, double *value, int from, int end) {
-  const int32_t *index = a->uRowStore.index, *order = a->order;
-  const double *element = a->uRowStore.value, *inverse = a->pivotInverse;
-  const int32_t *starts = a->uRows.start, *lengths = a->uRows.length;
+int64_t sweepPart(const FactorArrays *a, double *value, int from, int end) {
   int64_t elements = 0;
-  for (int k = from; k < end; k++) {
-    const int row = order[k];
-    double v = value[row];
-    if (v == 0.0 || row == 0) continue;
-    if (v <= TINY_VALUE && v >= -TINY_VALUE) {
-      value[row] = 0.0;
-      continue;
-    }
-    v *= inverse[row];
-    value[row] = v;
-    const int start = starts[row], stop = start + lengths[row];
-    elements += stop - start;
-    for (int p = start; p < stop; p++) value[index[p]] -= v * element[p];
-  }
+  for (int k = from; k < end; k++)
+    if (a->order[k]) stepAlongUpper(value, a->order[k], a->pivotInverse, a->uRows, a->uRowStore, &elements);
   return elements;
 }
 
@@ -62,7 +26,7 @@ int64_t tailPart(FactorArrays *a, double *value) {
     if (v == 0.0) continue;
     const int start = a->uRows.start[row], end = start + a->uRows.length[row];
     work += end - start;
-    for (int p = start; p < end; p++) value[a->uRowStore.index[p]] -= v * a->uRowStore.value[p];
+    subtractAlong(value, a->uRowStore.index, a->uRowStore.value, start, end, v);
   }
   return work;
 }
@@ -87,7 +51,7 @@ void upper(Factor *factor, SparseVector *x, SolveKind kind) {
                                  a->tailSize ? a->tailStep : nullptr};
       const int found = symbolicSearch(a, &graph, x->index, x->count, searchLimit(m));
       if (found >= 0) {
-        upperSearch(a, x, found);
+        walkFoundUpper(a, x, found, a->uRows, a->uRowStore);
         factor->solveWork += 4.0 * found;
         return;
       }
@@ -112,11 +76,11 @@ void rowEtas(Factor *factor, SparseVector *x) {
   int64_t work = factor->etaNumber;
   for (int e = factor->etaNumber - 1; e >= 0; e--) {
     const double v = value[a->rRow[e]];
-    if (v <= TINY_VALUE && v >= -TINY_VALUE) continue;
+    if (isTiny(v)) continue;
     const int end = a->rStart[e + 1];
     work += end - a->rStart[e];
     if (x->count < 0) {
-      for (int p = a->rStart[e]; p < end; p++) value[index[p]] -= v * element[p];
+      subtractAlong(value, index, element, a->rStart[e], end, v);
     } else {
       for (int p = a->rStart[e]; p < end; p++) {
         const int row = index[p];
@@ -133,19 +97,16 @@ void rowEtas(Factor *factor, SparseVector *x) {
 
 void lowerSearch(FactorArrays *a, SparseVector *x, int found) {
   double *value = x->value;
-  const int32_t *index = a->lRowStore.index;
-  const double *element = a->lRowStore.value;
   int count = 0;
   for (int k = found - 1; k >= 0; k--) {
     const int row = a->searchList[k];
     const double v = value[row];
-    if (v <= TINY_VALUE && v >= -TINY_VALUE) {
+    if (isTiny(v)) {
       value[row] = 0.0;
       continue;
     }
     x->index[count++] = row;
-    const int end = a->lRowStart[row + 1];
-    for (int p = a->lRowStart[row]; p < end; p++) value[index[p]] -= v * element[p];
+    subtractAlong(value, a->lRowStore.index, a->lRowStore.value, a->lRowStart[row], a->lRowStart[row + 1], v);
   }
   x->count = count;
 }
@@ -158,13 +119,13 @@ int64_t lowerSweep(FactorArrays *a, double *value) {
     const int row = a->lOrder[k];
     const double v = value[row];
     if (v == 0.0) continue;
-    if (v <= TINY_VALUE && v >= -TINY_VALUE) {
+    if (isTiny(v)) {
       value[row] = 0.0;
       continue;
     }
     const int end = start[row + 1];
     work += end - start[row];
-    for (int p = start[row]; p < end; p++) value[index[p]] -= v * element[p];
+    subtractAlong(value, index, element, start[row], end, v);
   }
   return work;
 }

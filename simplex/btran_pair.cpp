@@ -4,8 +4,8 @@
 // branches of the walk are taken once. It pays when both results are dense; else each goes its own sparse way.
 #include <cmath>
 
-#include "simplex/pair_walk.h"
 #include "simplex/solve_choice.h"
+#include "simplex/walk.h"
 
 namespace {
 
@@ -13,7 +13,7 @@ int64_t upperPart(const FactorArrays *a, StoredPair *value, int from, int end) {
   int64_t elements = 0;
   for (int k = from; k < end; k++) {
     const int row = a->order[k];
-    if (row) elements += stepAlongUpper(value, row, a->pivotInverse[row], a->uRows, a->uRowStore.index, a->uRowStore.value);
+    if (row) stepAlongUpper(value, row, a->pivotInverse, a->uRows, a->uRowStore, &elements);
   }
   return elements;
 }
@@ -28,7 +28,7 @@ int64_t upperPair(FactorArrays *a, StoredPair *value, int first) {
       const int row = a->tailUpperRow[t];
       if (!row) continue;
       const int start = a->uRows.start[row];
-      subtractAlong(value, a->uRowStore.index, a->uRowStore.value, start, start + a->uRows.length[row], value[row]);
+      subtractAlong(value, a->uRowStore.index, a->uRowStore.value, start, start + a->uRows.length[row], load(value[row]));
     }
     first = a->tailEnd;
   }
@@ -39,8 +39,8 @@ int64_t rowEtasPair(const Factor *factor, StoredPair *value) {
   const FactorArrays *a = factor->arrays;
   int64_t work = factor->etaNumber;
   for (int e = factor->etaNumber - 1; e >= 0; e--) {
-    const Pair v = value[a->rRow[e]];
-    if (bothTiny(v)) continue;
+    const Pair v = load(value[a->rRow[e]]);
+    if (isTiny(v)) continue;
     work += a->rStart[e + 1] - a->rStart[e];
     subtractAlong(value, a->rStore.index, a->rStore.value, a->rStart[e], a->rStart[e + 1], v);
   }
@@ -52,8 +52,8 @@ int64_t lowerPair(FactorArrays *a, StoredPair *value) {
   if (a->tailSize) work += tail_lowerTransposed(a, a->pairs, 2) + tail_lowerTransposed(a, a->pairs + 1, 2);
   for (int k = a->lOrderLength - 1; k >= 0; k--) {
     const int row = a->lOrder[k];
-    const Pair v = value[row];
-    if (bothTiny(v)) continue;
+    const Pair v = load(value[row]);
+    if (isTiny(v)) continue;
     work += a->lRowStart[row + 1] - a->lRowStart[row];
     subtractAlong(value, a->lRowStore.index, a->lRowStore.value, a->lRowStart[row], a->lRowStart[row + 1], v);
   }

@@ -9,12 +9,6 @@
 #include "frame/guarded_memory.h"
 #include "simplex/factor_arrays.h"
 
-#if defined(__GNUC__) && !defined(__clang__)
-#define QRT_VECTORISE __attribute__((optimize("O3")))
-#else
-#define QRT_VECTORISE
-#endif
-
 namespace {
 
 // w[0..n) -= the four columns times x.

@@ -15,6 +15,13 @@ void factor_selfCheck(const Factor *factor);
 inline void factor_selfCheck(const Factor *) {}
 #endif
 
+// Loops over dense columns: GCC's vectors come with -O3 only.
+#if defined(__GNUC__) && !defined(__clang__)
+#define QRT_VECTORISE __attribute__((optimize("O3")))
+#else
+#define QRT_VECTORISE
+#endif
+
 // Parallel arrays of indices and (unless the store holds indices only) values.
 struct ElementStore {
   int32_t *index;     // [capacity] owned, guarded

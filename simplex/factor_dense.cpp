@@ -10,12 +10,6 @@
 #include "frame/guarded_memory.h"
 #include "simplex/factor_arrays.h"
 
-#if defined(__GNUC__) && !defined(__clang__)
-#define QRT_VECTORISE __attribute__((optimize("O3")))
-#else
-#define QRT_VECTORISE
-#endif
-
 namespace {
 
 constexpr int PANEL = 8;

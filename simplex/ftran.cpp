@@ -2,8 +2,8 @@
 #include <cmath>
 #include <cstring>
 
-#include "simplex/factor_arrays.h"
 #include "simplex/solve_choice.h"
+#include "simplex/walk.h"
 
 namespace {
 
@@ -11,21 +11,18 @@ namespace {
 
 void lowerSearch(FactorArrays *a, SparseVector *x, int found) {
   double *value = x->value;
-  const int32_t *index = a->lStore.index;
-  const double *element = a->lStore.value;
   int count = 0;
   for (int k = found - 1; k >= 0; k--) {
     const int row = a->searchList[k];
     const double pivot = value[row];
-    if (pivot <= TINY_VALUE && pivot >= -TINY_VALUE) {
+    if (isTiny(pivot)) {
       value[row] = 0.0;
       continue;
     }
     x->index[count++] = row;
     const int e = a->lEtaOfRow[row];
     if (e < 0) continue;
-    const int end = a->lStart[e + 1];
-    for (int p = a->lStart[e]; p < end; p++) value[index[p]] -= pivot * element[p];
+    subtractAlong(value, a->lStore.index, a->lStore.value, a->lStart[e], a->lStart[e + 1], pivot);
   }
   x->count = count;
 }
@@ -38,13 +35,13 @@ int64_t lowerSweep(FactorArrays *a, double *value, int first) {
   for (int e = first; e < number; e++) {
     const double pivot = value[pivotRow[e]];
     if (pivot == 0.0) continue;
-    if (pivot <= TINY_VALUE && pivot >= -TINY_VALUE) {
+    if (isTiny(pivot)) {
       value[pivotRow[e]] = 0.0;
       continue;
     }
     const int end = start[e + 1];
     work += end - start[e];
-    for (int p = start[e]; p < end; p++) value[index[p]] -= pivot * element[p];
+    subtractAlong(value, index, element, start[e], end, pivot);
   }
   return work;
 }
@@ -133,47 +130,12 @@ void keepSpike(Factor *factor, const SparseVector *x) {
 
 // ---- U
 
-void upperSearch(FactorArrays *a, SparseVector *x, int found) {
-  double *value = x->value;
-  const int32_t *index = a->uColumnStore.index;
-  const double *element = a->uColumnStore.value;
-  int count = 0;
-  for (int k = found - 1; k >= 0; k--) {
-    const int row = a->searchList[k];
-    double v = value[row];
-    if (v <= TINY_VALUE && v >= -TINY_VALUE) {
-      value[row] = 0.0;
-      continue;
-    }
-    v *= a->pivotInverse[row];
-    value[row] = v;
-    x->index[count++] = row;
-    const int start = a->uColumns.start[row], end = start + a->uColumns.length[row];
-    for (int p = start; p < end; p++) value[index[p]] -= v * element[p];
-  }
-  x->count = count;
-}
-
 // Positions from..to, downward; the rows found go to the list from `count` on. Returns the new count.
-inline int sweepPart(FactorArrays *a, double *value, int32_t *list, int count, int from, int to, int64_t *work) {
-  const int32_t *index = a->uColumnStore.index, *order = a->order;
-  const double *element = a->uColumnStore.value, *inverse = a->pivotInverse;
-  const int32_t *starts = a->uColumns.start, *lengths = a->uColumns.length;
+int sweepPart(const FactorArrays *a, double *value, int32_t *list, int count, int from, int to, int64_t *work) {
   int64_t elements = 0;
   for (int k = from; k >= to; k--) {
-    const int row = order[k];
-    double v = value[row];
-    if (v == 0.0 || row == 0) continue;
-    if (v <= TINY_VALUE && v >= -TINY_VALUE) {
-      value[row] = 0.0;
-      continue;
-    }
-    v *= inverse[row];
-    value[row] = v;
-    list[count++] = row;
-    const int start = starts[row], end = start + lengths[row];
-    elements += end - start;
-    for (int p = start; p < end; p++) value[index[p]] -= v * element[p];
+    const int row = a->order[k];
+    if (row && stepAlongUpper(value, row, a->pivotInverse, a->uColumns, a->uColumnStore, &elements)) list[count++] = row;
   }
   *work += elements;
   return count;
@@ -191,7 +153,7 @@ int tailPart(FactorArrays *a, double *value, int32_t *list, int count, int64_t *
     list[count++] = row;
     const int start = a->uColumns.start[row], end = start + a->uColumns.length[row];
     *work += end - start;
-    for (int p = start; p < end; p++) value[a->uColumnStore.index[p]] -= v * a->uColumnStore.value[p];
+    subtractAlong(value, a->uColumnStore.index, a->uColumnStore.value, start, end, v);
   }
   return count;
 }
@@ -215,7 +177,7 @@ int64_t upperSweep(FactorArrays *a, SparseVector *x, int last) {
     const int row = a->order[k];
     const double v = value[row];
     if (v == 0.0 || row == 0) continue;
-    if (v <= TINY_VALUE && v >= -TINY_VALUE)
+    if (isTiny(v))
       value[row] = 0.0;
     else
       list[count++] = row;
@@ -234,7 +196,7 @@ void upper(Factor *factor, SparseVector *x, SolveKind kind) {
                                  a->tailSize ? a->tailStep : nullptr};
       const int found = symbolicSearch(a, &graph, x->index, x->count, searchLimit(m));
       if (found >= 0) {
-        upperSearch(a, x, found);
+        walkFoundUpper(a, x, found, a->uColumns, a->uColumnStore);
         factor->solveWork += 4.0 * found;
         return;
       }

@@ -3,16 +3,16 @@
 // The mirror of btran_pair.cpp; the entering column's spike is kept from its lane.
 #include <cmath>
 
-#include "simplex/pair_walk.h"
 #include "simplex/solve_choice.h"
+#include "simplex/walk.h"
 
 namespace {
 
 int64_t lowerPair(FactorArrays *a, StoredPair *value) {
   int64_t work = a->lNumber;
   for (int e = 0; e < a->lNumber; e++) {
-    const Pair v = value[a->lPivotRow[e]];
-    if (bothTiny(v)) continue;
+    const Pair v = load(value[a->lPivotRow[e]]);
+    if (isTiny(v)) continue;
     work += a->lStart[e + 1] - a->lStart[e];
     subtractAlong(value, a->lStore.index, a->lStore.value, a->lStart[e], a->lStart[e + 1], v);
   }
@@ -30,11 +30,11 @@ void rowEtasPair(const Factor *factor, StoredPair *value) {
     int p = a->rStart[e];
     const int end = a->rStart[e + 1];
     for (; p + 1 < end; p += 2) {
-      even += value[index[p]] * Pair{element[p], element[p]};
-      odd += value[index[p + 1]] * Pair{element[p + 1], element[p + 1]};
+      even += load(value[index[p]]) * Pair{element[p], element[p]};
+      odd += load(value[index[p + 1]]) * Pair{element[p + 1], element[p + 1]};
     }
-    if (p < end) even += value[index[p]] * Pair{element[p], element[p]};
-    value[a->rRow[e]] -= even + odd;
+    if (p < end) even += load(value[index[p]]) * Pair{element[p], element[p]};
+    store(value[a->rRow[e]], load(value[a->rRow[e]]) - (even + odd));
   }
 }
 
@@ -53,7 +53,7 @@ int64_t upperPart(const FactorArrays *a, StoredPair *value, int from, int to) {
   int64_t elements = 0;
   for (int k = from; k >= to; k--) {
     const int row = a->order[k];
-    if (row) elements += stepAlongUpper(value, row, a->pivotInverse[row], a->uColumns, a->uColumnStore.index, a->uColumnStore.value);
+    if (row) stepAlongUpper(value, row, a->pivotInverse, a->uColumns, a->uColumnStore, &elements);
   }
   return elements;
 }
@@ -68,7 +68,7 @@ int64_t upperPair(FactorArrays *a, StoredPair *value) {
       const int row = a->tailUpperRow[t];
       if (!row) continue;
       const int start = a->uColumns.start[row], end = start + a->uColumns.length[row];
-      subtractAlong(value, a->uColumnStore.index, a->uColumnStore.value, start, end, value[row]);
+      subtractAlong(value, a->uColumnStore.index, a->uColumnStore.value, start, end, load(value[row]));
     }
     next = a->tailFirst - 1;
   }

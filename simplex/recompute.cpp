@@ -177,20 +177,6 @@ void qrtchpf(SimplexWork *w) {
   qrtlplp.Rsumpinf = sum;
 }
 
-void qrtchpf_list(SimplexWork *w, int count, const int *rows) {
-  for (int k = 0; k < count; k++) {
-    const int i = rows[k];
-    if (i == 0) continue;
-    const bool before = (w->basicStatus[i] & (ROW_ABOVE | ROW_BELOW)) != 0;
-    const double excess = rowExcess(w, i);
-    const bool after = (w->basicStatus[i] & (ROW_ABOVE | ROW_BELOW)) != 0;
-    qrtlplp.Rsumpinf += excess - w->excess[i];
-    qrtlplp.Inumpinf += int(after) - int(before);
-    w->excess[i] = excess;
-  }
-  if (qrtlplp.Inumpinf == 0) qrtlplp.Rsumpinf = 0.0;
-}
-
 void qrtchdf(SimplexWork *w) {
   int count = 0;
   double sum = 0.0;

@@ -266,9 +266,8 @@ int stateOfValue(const SimplexWork *w, int k);
 const char *solveState_check(const SimplexWork *w);
 
 // Counts infeasible basics into Inumpinf and Rsumpinf (excess beyond Rtolpinf) and sets ROW_ABOVE, ROW_BELOW for all
-// rows (qrtchpf). The list form visits `count` rows and corrects both sums by the difference; row 0 is passed over.
+// rows (qrtchpf).
 void qrtchpf(SimplexWork *w);
-void qrtchpf_list(SimplexWork *w, int count, const int *rows);
 // meritPrimal, meritDual from Robjvalue, Rsumpinf, Rsumdinf and the weights (qrtobjv).
 void qrtobjv(SimplexWork *w);
 // y := multipliers of costWeight * cost + infeasibilityWeight * (+1 above, -1 below), dj of all nonbasics from it; a
