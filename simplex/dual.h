@@ -54,7 +54,9 @@ struct DualWork {
   int djAge;               // checks since the reduced costs were last made from the multipliers
   int flipChecks;          // checks in a row that found boxed variables on the wrong side
   double djDrift;          // largest relative error seen in the pass of a reduced cost carried from step to step
-  int cutOff;              // 1: the loop left because the objective passed Rbbcutoff
+  int cutOff;              // 1: the loop left because the objective passed Rbbcutoff, or the run ends for it
+  int cutoffWait;          // Iiternum before which the cutoff is not looked at
+  int cutoffReturns;       // times the true costs came back for its sake
   double *givenY;          // [1..m] multipliers of a values pass, null before one
   int *valuesRow;          // [m] its rows with basics of nonzero reduced cost
   int valuesFailures;      // exchanges of it that the factor refused
@@ -109,6 +111,12 @@ void dualSpread(SimplexWork *w);
 int dualShiftInfeasible(SimplexWork *w, double limit);
 // True costs and true bounds back; true when anything differed.
 bool dualRelease(SimplexWork *w);
+
+// ---- dual_cutoff.cpp
+// True when no feasible point of the true costs can be better than Rbbcutoff.
+bool dualCutoff_passed(SimplexWork *w);
+// The objective is past the cutoff and the shifts of costs are what hides it: they should go, a few times in a run.
+bool dualCutoff_wantsTrueCosts(SimplexWork *w);
 
 // ---- dual_checkpoint.cpp: qrtchkp of the dual.
 int dualCheckpoint(SimplexWork *w, int continued);

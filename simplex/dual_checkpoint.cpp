@@ -103,6 +103,20 @@ void startPhase(SimplexWork *w) {
   w->state.degenerateBase = qrtlplp.Iiternum;
 }
 
+// Past the cutoff by the numbers of this check, or by shifted costs only. DECIDE_LEAVE: neither.
+int cutoffCheck(SimplexWork *w) {
+  DualWork *d = w->dual;
+  if (d->cutOff) d->cutoffWait = 0;
+  d->cutOff = dualCutoff_passed(w);
+  if (d->cutOff) return finish(1);
+  if (!dualCutoff_wantsTrueCosts(w)) return DECIDE_LEAVE;
+  if (w->dualPerturbation > qrtlplp.Rtoldinf) w->perturbDone |= 2;
+  dualRelease(w);
+  w->bestObjective = w->stallBest = 1.0e51;
+  qrtlplp.Iprobstat = -1;
+  return DECIDE_RECHECK;
+}
+
 // A values pass goes its way whatever the basis is worth so far.
 int valuesCheck(SimplexWork *w) {
   if (w->state.checkCount >= 0) return DECIDE_GO_ON;
@@ -153,7 +167,6 @@ int dualCheckpoint(SimplexWork *w, int continued) {
   DualWork *d = dualWork(w);
   if (w->costsTaken) d->costsShifted = 1;
   w->costsTaken = 0;
-  if (d->cutOff) return finish(1);
   // After a proof of infeasibility the check has made the multipliers of the proof: they say nothing about costs.
   if (qrtlplp.Iprobstat == 1) return statusOfLoop(w);
   // Each such flip gives back what the steps had gained: before it can go round in circles the costs give way instead.
@@ -168,6 +181,10 @@ int dualCheckpoint(SimplexWork *w, int continued) {
     const int decision = firstCheck(w);
     if (qrtlplp.Iprobstat >= 0) return decision;
     if (qrtlplp.Inumpinf == 0 && d->phase == 2) return goOnInPrimal(w, w->entryPweight);
+  }
+  if (w->state.checkCount >= 0) {
+    const int cut = cutoffCheck(w);
+    if (cut != DECIDE_LEAVE) return cut;
   }
   if (qrtlplp.Iprobstat >= 0) return statusOfLoop(w);
   if (d->phase == 1) {

@@ -133,19 +133,13 @@ void noteDrift(SimplexWork *w) {
   if (drift > d->djDrift) d->djDrift = drift;
 }
 
-bool pastCutoff(const SimplexWork *w) {
-  const DualWork *d = w->dual;
-  return d->phase == 2 && qrtint3.Rbbcutoff < qrtlplp.Rmaxmin * qrtlplp.Robjvalue && !d->costsShifted &&
-         w->rejectedCount == 0 && qrtlplp.Inumdinf == 0;
-}
-
 Fate housekeeping(SimplexWork *w, Pass *pass) {
   if (qrtlplp.Iiternum >= qrtlplp.Imaxiter) {
     qrtlplp.Iprobstat = 3;
     return LEAVE;
   }
   if (dualLoop_userExit(w)) return LEAVE;
-  if (pastCutoff(w)) {
+  if (dualCutoff_passed(w)) {
     w->dual->cutOff = 1;
     return LEAVE;
   }

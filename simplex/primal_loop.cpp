@@ -260,7 +260,7 @@ Fate housekeeping(SimplexWork *w, Pass *pass) {
   }
   if (qrtlplp.Iiterufreq > 0 && qrtlplp.Iiternum % qrtlplp.Iiterufreq == 0 && userExit(w) == LEAVE) return LEAVE;
   if (qrtlplp.Ilogfreq > 0 && qrtlplp.Iiternum % qrtlplp.Ilogfreq == 0) progressLine(w);
-  if (!primalInfeasible() && w->primalPerturbation == 0.0 && qrtlplp.Robjvalue < qrtlplp.Rdccutoff) {
+  if (!primalInfeasible() && w->primalPerturbation == 0.0 && qrtlplp.Rmaxmin * qrtlplp.Robjvalue < qrtlplp.Rdccutoff) {
     qrtlplp.Iprobstat = 3;
     return LEAVE;
   }

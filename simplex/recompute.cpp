@@ -285,7 +285,8 @@ int qrtchks(SimplexWork *w) {
     return CHECK_GOOD;
   }
   if (w->dual) w->dual->djAge = 0;
-  const bool infeasible = qrtlplp.Iprobstat == 1 && qrtlplp.Inumpinf > 0;
+  const bool cutOff = w->dual && w->dual->cutOff;  // then the duals of the costs are what tells why
+  const bool infeasible = qrtlplp.Iprobstat == 1 && qrtlplp.Inumpinf > 0 && !cutOff;
   recomputeDuals(w, infeasible ? 0.0 : 1.0, infeasible ? 1.0 : 0.0, first);
   if (w->largestBasicDj > qrtlplp.Rtoldinf) {
     qrtmesg_no_d1(MSG_BASIC_DJ, w->largestBasicDj);

@@ -16,6 +16,7 @@
 #include "frame/messages.h"
 #include "model/model_store.h"
 #include "simplex/driver.h"
+#include "simplex/dual.h"
 #include "simplex/kept_solve.h"
 #include "simplex/scaling.h"
 
@@ -450,6 +451,6 @@ void storeRay(SimplexWork *w) {
 }  // namespace
 
 void qrtinfs(SimplexWork *w) {
-  if (qrtlplp.Iprobstat == 1) storeInfeasibility(w);
+  if (qrtlplp.Iprobstat == 1 && !(w->dual && w->dual->cutOff)) storeInfeasibility(w);
   if (qrtlplp.Iprobstat == 2 && w->enterVar > 0) storeRay(w);
 }
