@@ -2,6 +2,7 @@
 // status, a basis of the wrong size) or that is no longer reached, which the messages tell.
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <random>
 #include <string>
 #include <vector>
@@ -19,6 +20,11 @@ enum : int { TOLD_BACKTRACKING = 32, TOLD_PERTURBED = 33, TOLD_REJECTED = 35, TO
 std::vector<int> heard;
 void listen(QRTModel *, int number, int, const double *, int, const int *, int, const char *) { heard.push_back(number); }
 
+struct Draw {
+  std::mt19937 random;
+  double between(double a, double b) { return std::uniform_real_distribution<double>(a, b)(random); }
+};
+
 struct Recovery : ::testing::Test {
   static QRTContext *context;
   static void SetUpTestSuite() {
@@ -27,14 +33,11 @@ struct Recovery : ::testing::Test {
   }
   static void TearDownTestSuite() { qrt_endContext(context); }
   void SetUp() override { heard.clear(); }
+  // Most for n columns of 0 to 1000 in m rows of at most 1 to 9; `element` draws each position, 0 for none.
+  static QRTModel *packing(Draw &d, int m, int n, const std::function<double()> &element);
   static int told(int number) { return int(std::count(heard.begin(), heard.end(), number)); }
 };
 QRTContext *Recovery::context = nullptr;
-
-struct Draw {
-  std::mt19937 random;
-  double between(double a, double b) { return std::uniform_real_distribution<double>(a, b)(random); }
-};
 
 using Solver = int (*)(QRTModel *, int);
 const Solver solvers[] = {qrt_primalSimplex, qrt_dualSimplex, qrt_eitherSimplex};
@@ -44,6 +47,23 @@ void listenTo(QRTModel *q) {
   qrt_registerMsguCallBack(q, listen);
   for (int number : {TOLD_BACKTRACKING, TOLD_PERTURBED, TOLD_REJECTED, TOLD_LOGICALS_ADDED, TOLD_READMITTED, TOLD_PROHIBITED})
     qrt_messageUserExitOn(q, number);
+}
+
+QRTModel *Recovery::packing(Draw &d, int m, int n, const std::function<double()> &element) {
+  std::vector<double> low(size_t(m), -INF), up, cost, none(size_t(n), 0.0), most(size_t(n), 1.0e3), elements;
+  std::vector<int> start{0}, row;
+  for (int i = 0; i < m; i++) up.push_back(d.between(1, 9));
+  for (int j = 0; j < n; j++) {
+    cost.push_back(d.between(-5, 1));
+    for (int i = 0; i < m; i++)
+      if (const double e = element(); e != 0.0) row.push_back(i), elements.push_back(e);
+    start.push_back(int(row.size()));
+  }
+  QRTModel *q = qrt_newModel(context, "packing");
+  listenTo(q);
+  qrt_loadRimModel(q, m, low.data(), up.data(), n, cost.data(), none.data(), most.data());
+  qrt_addColumnElementBlock(q, n, row.data(), start.data(), elements.data());
+  return q;
 }
 
 void expectCertified(QRTModel *q, Solver solve, int status, double tolerance) {
@@ -165,25 +185,10 @@ TEST_F(Recovery, TinyPivots) {
       for (const Solver solve : solvers) {
         SCOPED_TRACE("tiny " + std::to_string(-std::log10(tiny)) + " seed " + std::to_string(seed));
         Draw d{std::mt19937(seed)};
-        const int m = 15, n = 30;
-        std::vector<double> low(size_t(m), -INF), up, cost, none(size_t(n), 0.0), most(size_t(n), 1.0e3);
-        std::vector<int> start{0}, row;
-        std::vector<double> element;
-        for (int i = 0; i < m; i++) up.push_back(d.between(1, 9));
-        for (int j = 0; j < n; j++) {
-          cost.push_back(d.between(-5, 1));
-          for (int i = 0; i < m; i++) {
-            const double kind = d.between(0, 1);
-            if (kind > 0.4) continue;
-            row.push_back(i);
-            element.push_back(kind < 0.15 ? tiny * d.between(-1, 1) : d.between(-1, 3));
-          }
-          start.push_back(int(row.size()));
-        }
-        QRTModel *q = qrt_newModel(context, "tiny");
-        listenTo(q);
-        qrt_loadRimModel(q, m, low.data(), up.data(), n, cost.data(), none.data(), most.data());
-        qrt_addColumnElementBlock(q, n, row.data(), start.data(), element.data());
+        QRTModel *q = packing(d, 15, 30, [&] {
+          const double kind = d.between(0, 1);
+          return kind > 0.4 ? 0.0 : kind < 0.15 ? tiny * d.between(-1, 1) : d.between(-1, 3);
+        });
         expectCertified(q, solve, 0, 1e-6);
         if (HasFatalFailure()) return;
         qrt_deleteModel(q);
@@ -228,21 +233,8 @@ TEST_F(Recovery, BasesThatMayNotBeFactorised) {
       for (const Solver solve : {qrt_primalSimplex, qrt_dualSimplex}) {
         SCOPED_TRACE("zero " + std::to_string(zero) + " seed " + std::to_string(seed));
         Draw d{std::mt19937(seed)};
-        const int m = 30, n = 60;
-        std::vector<double> low(size_t(m), -INF), up, cost, none(size_t(n), 0.0), most(size_t(n), 1.0e3);
-        std::vector<int> start{0}, row;
-        std::vector<double> element;
-        for (int i = 0; i < m; i++) up.push_back(d.between(1, 9));
-        for (int j = 0; j < n; j++) {
-          cost.push_back(d.between(-5, 1));
-          for (int i = 0; i < m; i++)
-            if (d.between(0, 1) < 0.2) row.push_back(i), element.push_back(d.between(-1, 3));
-          start.push_back(int(row.size()));
-        }
-        QRTModel *q = qrt_newModel(context, "barred");
-        listenTo(q);
-        qrt_loadRimModel(q, m, low.data(), up.data(), n, cost.data(), none.data(), most.data());
-        qrt_addColumnElementBlock(q, n, row.data(), start.data(), element.data());
+        const int m = 30;
+        QRTModel *q = packing(d, m, 60, [&] { return d.between(0, 1) < 0.2 ? d.between(-1, 3) : 0.0; });
         const double pivots[] = {zero, 0.001};
         qrt_exoticParameters(q, 0, nullptr, 0, nullptr, 2, pivots);
         const int before = told(TOLD_PROHIBITED);
