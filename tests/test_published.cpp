@@ -6,13 +6,12 @@
 
 #include <cmath>
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "certificate_model.h"
 #include "qrts_c_api.h"
+#include "support/published_lp.h"
 
 namespace {
 
@@ -22,62 +21,32 @@ constexpr int largestRows = 1000;  // self-checks at every seam: the larger mode
 constexpr int largestRows = 20000;
 #endif
 
-struct Published {
-  std::string name;
-  int rows = 0;
-  bool infeasible = false, inherits = false;
-  double optimum = 0, inheritedOptimum = 0;
-};
-std::ostream &operator<<(std::ostream &out, const Published &p) { return out << p.name; }
-
-std::vector<std::vector<std::string>> tableOf(const std::string &heading, size_t leastCells) {
-  std::vector<std::vector<std::string>> rows;
-  std::ifstream file(std::string(TAVSTOCH_DATA_DIR) + "/README.md");
-  std::string line;
-  bool inside = false;
-  while (std::getline(file, line)) {
-    if (line.rfind("## ", 0) == 0) inside = line.find(heading) != std::string::npos;
-    if (!inside || line.rfind("| ", 0) != 0 || line.rfind("| name", 0) == 0) continue;
-    std::vector<std::string> cells;
-    std::stringstream stream(line.substr(1));
-    std::string cell;
-    while (std::getline(stream, cell, '|')) {
-      const size_t begin = cell.find_first_not_of(' '), end = cell.find_last_not_of(' ');
-      cells.push_back(begin == std::string::npos ? "" : cell.substr(begin, end - begin + 1));
-    }
-    if (cells.size() >= leastCells) rows.push_back(cells);
-  }
-  return rows;
-}
-
-std::vector<Published> linearPrograms() {
-  std::vector<Published> models;
-  for (const auto &cells : tableOf("lp/", 6)) {
-    Published p;
-    p.name = cells[0];
-    p.rows = std::atoi(cells[1].c_str());
-    p.infeasible = cells[4] == "INFEASIBLE";
-    p.optimum = std::atof(cells[5].c_str());
+std::vector<PublishedLp> linearPrograms() {
+  std::vector<PublishedLp> all = publishedLps(), models;
+  for (const PublishedLp &p : all)
     if (p.rows <= largestRows) models.push_back(p);
-  }
   return models;
 }
 
-std::vector<Published> stochasticPrograms() {
-  std::vector<Published> models;
-  for (const auto &cells : tableOf("smps/", 10)) {
-    Published p;
+struct PublishedTriple {
+  std::string name;
+  bool inherits = false;
+  double optimum = 0, inheritedOptimum = 0;
+};
+
+// Rows "| name | ... | rows of the equivalent | ... | optimum | optimum with inherited data |".
+std::vector<PublishedTriple> stochasticPrograms() {
+  std::vector<PublishedTriple> models;
+  for (const auto &cells : publishedTable("smps", "smps/", 10)) {
+    PublishedTriple p;
     p.name = cells[0];
-    p.rows = std::atoi(cells[5].c_str());
     p.optimum = std::atof(cells[8].c_str());
     p.inherits = !cells[9].empty();
     p.inheritedOptimum = std::atof(cells[9].c_str());
-    if (p.rows <= largestRows) models.push_back(p);
+    if (std::atoi(cells[5].c_str()) <= largestRows) models.push_back(p);
   }
   return models;
 }
-
-std::string dataFile(const std::string &name) { return std::string(TAVSTOCH_DATA_DIR) + "/" + name; }
 
 // One context a process; severe messages come back as return values, and the log is out of the way.
 QRTContext *context() {
@@ -101,17 +70,16 @@ double relative(double value, double reference) { return std::fabs(value - refer
 
 }  // namespace
 
-class LinearProgram : public testing::TestWithParam<Published> {
+class LinearProgram : public testing::TestWithParam<PublishedLp> {
 protected:
   QRTModel *import() {
-    QRTModel *model = qrt_newModel(context(), "");
+    QRTModel *model = GetParam().read(context());
     silence(model);
-    EXPECT_EQ(0, qrt_importModel(model, dataFile("lp/" + GetParam().name + ".mps").c_str()));
     EXPECT_EQ(GetParam().rows, qrt_getInumrows(model));
     return model;
   }
   void judge(QRTModel *model, int mode) {
-    const Published &p = GetParam();
+    const PublishedLp &p = GetParam();
     EXPECT_EQ(p.infeasible ? 1 : 0, qrt_getIprobstat(model)) << "mode " << mode;
     if (!p.infeasible) {
       EXPECT_LT(relative(qrt_getRobjvalue(model), p.optimum), 1e-6) << "mode " << mode << ": " << qrt_getRobjvalue(model) << " is not " << p.optimum;
@@ -142,7 +110,7 @@ TEST_P(LinearProgram, IsSolvedFromEveryStart) {
   qrt_deleteModel(model);
 }
 
-class StochasticProgram : public testing::TestWithParam<Published> {};
+class StochasticProgram : public testing::TestWithParam<PublishedTriple> {};
 
 namespace {
 
@@ -153,7 +121,7 @@ void solveTriple(const std::string &name, bool inherit, double optimum) {
   silence(qrtse_getBaseModel(stoch));
   qrts_setLenientOn(stoch);
   if (inherit) qrts_setInheritOn(stoch);
-  const std::string stem = dataFile("smps/" + name);
+  const std::string stem = publishedFolder("smps") + "/smps/" + name;
   ASSERT_GT(qrts_readSMPSData(stoch, (stem + ".cor").c_str(), (stem + ".tim").c_str(), (stem + ".sto").c_str()), 0);
   ASSERT_GT(qrts_describeFullModel(stoch, 1), 0);
   QRTModel *model = qrtse_getCurrentModel(stoch);
@@ -204,17 +172,17 @@ void solveTriple(const std::string &name, bool inherit, double optimum) {
 }  // namespace
 
 TEST_P(StochasticProgram, ReachesItsOptimum) {
-  const Published &p = GetParam();
+  const PublishedTriple &p = GetParam();
   solveTriple(p.name, false, p.optimum);
   if (p.inherits) solveTriple(p.name, true, p.inheritedOptimum);
 }
 
-static std::string nameOf(const testing::TestParamInfo<Published> &info) {
-  std::string name = info.param.name;
+static std::string identifier(std::string name) {
   for (char &c : name)
     if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
   return name;
 }
+const auto nameOf = [](const auto &info) { return identifier(info.param.name); };
 INSTANTIATE_TEST_SUITE_P(Published, LinearProgram, testing::ValuesIn(linearPrograms()), nameOf);
 INSTANTIATE_TEST_SUITE_P(Published, StochasticProgram, testing::ValuesIn(stochasticPrograms()), nameOf);
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(LinearProgram);

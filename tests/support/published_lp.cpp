@@ -34,20 +34,30 @@ QRTModel *PublishedLp::read(QRTContext *context) const {
   return model;
 }
 
+std::vector<std::vector<std::string>> publishedTable(const char *part, const std::string &heading, size_t leastCells) {
+  std::vector<std::vector<std::string>> rows;
+  std::ifstream readme(publishedFolder(part) + "/README.md");
+  bool inside = false;
+  for (std::string line; std::getline(readme, line);) {
+    if (line.rfind("## ", 0) == 0) inside = line.find(heading) != std::string::npos;
+    if (!inside || line.rfind("| ", 0) != 0 || line.rfind("| name", 0) == 0) continue;
+    std::vector<std::string> cells;
+    std::istringstream rest(line.substr(1));
+    for (std::string cell; std::getline(rest, cell, '|');) cells.push_back(trimmed(cell));
+    if (cells.size() >= leastCells) rows.push_back(cells);
+  }
+  return rows;
+}
+
 // Rows "| name | rows | columns | nonzeros | status | optimum |" of the table.
 std::vector<PublishedLp> publishedLps() {
   std::vector<PublishedLp> all;
-  std::ifstream readme(publishedFolder("lp") + "/README.md");
-  for (std::string line; std::getline(readme, line);) {
-    std::vector<std::string> cell;
-    std::istringstream cells(line);
-    for (std::string c; std::getline(cells, c, '|');) cell.push_back(trimmed(c));
-    if (cell.size() < 7 || (cell[5] != "OPTIMAL" && cell[5] != "INFEASIBLE")) continue;
+  for (const auto &cells : publishedTable("lp", "lp/", 6)) {
     PublishedLp p;
-    p.name = cell[1];
-    p.rows = std::atoi(cell[2].c_str());
-    p.infeasible = cell[5] == "INFEASIBLE";
-    p.optimum = std::atof(cell[6].c_str());
+    p.name = cells[0];
+    p.rows = std::atoi(cells[1].c_str());
+    p.infeasible = cells[4] == "INFEASIBLE";
+    p.optimum = std::atof(cells[5].c_str());
     if (std::ifstream(p.path()).good()) all.push_back(p);
   }
   return all;

@@ -9,6 +9,10 @@
 // The folder that holds the folders lp, smps and strays; empty where this part of it is not at hand.
 std::string publishedFolder(const char *part);
 
+// Cells of the README's table under the heading that contains `heading`, row by row, without the row of titles; rows of
+// fewer cells are no part of it. Empty where the folder is not at hand.
+std::vector<std::vector<std::string>> publishedTable(const char *part, const std::string &heading, size_t leastCells);
+
 struct PublishedLp {
   std::string name;
   bool infeasible = false;
