@@ -16,6 +16,7 @@
 #include <cstring>
 
 #include "frame/entry_frame.h"
+#include "frame/large_blocks.h"
 #include "frame/messages.h"
 
 int qrt_badMallocFlag = 0;
@@ -79,12 +80,38 @@ int qrt_checkMalloc(const void *user) {
   return front->length;
 }
 
+// With its guards. The length alone says whether a block is a large one.
+size_t wholeBytes(int32_t length) { return size_t(length) + FRONT + TRAILER; }
+bool isLarge(int32_t length) { return length >= LARGE_BLOCK; }
+
+void *takeBytes(int32_t length, bool zeroed) {
+  const size_t whole = wholeBytes(length);
+  if (isLarge(length)) return largeBlock_new(whole);
+  return zeroed ? calloc(whole, 1) : malloc(whole);
+}
+
+void giveBack(GuardFront *front) {
+  if (isLarge(front->length)) largeBlock_free(front, wholeBytes(front->length));
+  else free(front);
+}
+
+// The block with another length and guards not yet written, or null and nothing changed.
+void *resizeBytes(GuardFront *front, int32_t length) {
+  const int32_t old = front->length;
+  if (isLarge(old) && isLarge(length)) return largeBlock_resize(front, wholeBytes(old), wholeBytes(length));
+  if (!isLarge(old) && !isLarge(length)) return realloc(front, wholeBytes(length));
+  void *fresh = takeBytes(length, false);
+  if (!fresh) return nullptr;
+  memcpy(fresh, front, FRONT + size_t(old < length ? old : length));
+  giveBack(front);
+  return fresh;
+}
+
 // `zeroed` leaves the clearing to the system, which hands out large blocks clear and maps their pages at first use.
 void *allocateBytes(int64_t bytes, bool mayFail, bool zeroed = false) {
   if (bytes <= LARGEST_BLOCK) {
     const int32_t length = roundedLength(bytes);
-    const size_t whole = size_t(length) + FRONT + TRAILER;
-    void *start = zeroed ? calloc(whole, 1) : malloc(whole);
+    void *start = takeBytes(length, zeroed);
     if (start) return writeGuards(start, length);
   }
   if (mayFail) return nullptr;
@@ -114,7 +141,7 @@ void expectWrites(void *memory, int64_t bytes) {
   constexpr int MADV_POPULATE_WRITE = 23;  // of Linux 5.14; an older kernel refuses, which is as good
 #endif
   constexpr int64_t WORTH_A_CALL = 1 << 18;
-  if (bytes < WORTH_A_CALL) return;
+  if (bytes < WORTH_A_CALL || bytes >= LARGE_BLOCK) return;  // large pages are best cleared just before they are written
   const uintptr_t page = uintptr_t(sysconf(_SC_PAGESIZE)), from = uintptr_t(memory);
   const uintptr_t first = (from + page - 1) & ~(page - 1), last = (from + uintptr_t(bytes)) & ~(page - 1);
   const int saved = errno;
@@ -140,7 +167,7 @@ void *qrt_reallocBase(void *pointer, int bytes) {
   if (wanted <= LARGEST_BLOCK) {
     const int32_t length = roundedLength(wanted);
     if (length == front->length) return pointer;
-    void *moved = realloc(front, size_t(length) + FRONT + TRAILER);
+    void *moved = resizeBytes(front, length);
     if (moved) return writeGuards(moved, length);
   }
   if (mayFail) return nullptr;
@@ -152,7 +179,7 @@ void qrt_freeBase(void *pointer) {
   GuardFront *front = frontOf(pointer);
   if (--front->references > 0) return;
   memset(front->tag, 0, 4);  // a pointer kept too long fails its guard test
-  free(front);
+  giveBack(front);
 }
 
 void *qrt_malloc(int count, int size) { return guardedAllocate(count, size); }

@@ -1,6 +1,7 @@
 // The whole matrix in one order: from all blocks by counting, from triples in place, and by transposition.
-#include <cmath>
+#include <algorithm>
 #include <climits>
+#include <cmath>
 #include <cstring>
 
 #include "frame/entry_frame.h"
@@ -43,63 +44,56 @@ bool blockIsClean(QRTModel *model, const ElementBlock &b, double tolerance, bool
   return clean;
 }
 
-// First column from c on that is not plain, or n.
-int endOfRun(const char *plain, int c, int n) {
-  const void *stop = memchr(plain + c, 0, size_t(n - c));
-  return stop ? int(static_cast<const char *>(stop) - plain) : n;
-}
-
-// Sums equal rows of sorted columns and drops what is at or below the tolerance; starts follow. Answers the count.
-// Where plain[c] is set (plain may be null) column c is known to need nothing, and whole runs of such columns move at
-// once, or not at all while nothing has been dropped.
-int compactColumns(int nColumns, int *rows, int *starts, double *elements, double tolerance, const char *plain) {
-  int kept = 0, begin = 0;
-  for (int c = 0; c < nColumns;) {
-    if (plain && plain[c]) {
-      const int next = endOfRun(plain, c, nColumns);
-      const int length = starts[next] - begin, shift = begin - kept;
-      if (shift > 0) {
-        memmove(rows + kept, rows + begin, sizeof(int) * size_t(length));
-        memmove(elements + kept, elements + begin, sizeof(double) * size_t(length));
-        for (int k = c + 1; k < next; k++) starts[k] -= shift;
-      }
-      begin = starts[next];
-      kept += length;
-      starts[next] = kept;
-      c = next;
-      continue;
-    }
-    const int end = starts[c + 1];
-    for (int e = begin; e < end;) {
-      const int row = rows[e];
-      double sum = elements[e++];
-      while (e < end && rows[e] == row) sum += elements[e++];
-      if (!(std::fabs(sum) > tolerance)) continue;
-      rows[kept] = row;
-      elements[kept++] = sum;
-    }
-    begin = end;
-    starts[++c] = kept;
+// Sums equal rows of one sorted column, elements [begin, end), drops what is at or below the tolerance, and moves the
+// rest down to `kept`. Answers where the next column goes.
+int compactColumn(int begin, int end, int kept, int *rows, double *elements, double tolerance) {
+  for (int e = begin; e < end;) {
+    const int row = rows[e];
+    double sum = elements[e++];
+    while (e < end && rows[e] == row) sum += elements[e++];
+    if (!(std::fabs(sum) > tolerance)) continue;
+    rows[kept] = row;
+    elements[kept++] = sum;
   }
   return kept;
 }
 
-// Prefix sums of counts held at [c + 1], whose total fits an int; answers it.
-int prefixSums(int *starts, int nColumns) {
-  int total = 0;
-  starts[0] = 0;
-  for (int c = 1; c <= nColumns; c++) starts[c] = total += starts[c];
-  return total;
+// The same for all columns; starts follow. Answers the count.
+int compactColumns(int nColumns, int *rows, int *starts, double *elements, double tolerance) {
+  int kept = 0, begin = 0;
+  for (int c = 0; c < nColumns; c++) {
+    const int end = starts[c + 1];
+    kept = compactColumn(begin, end, kept, rows, elements, tolerance);
+    begin = end;
+    starts[c + 1] = kept;
+  }
+  return kept;
 }
 
-// Adds the elements of each column c of a block to count[c].
-void countBlock(const QRTModel *model, const ElementBlock &b, int *count) {
-  int *mine = count + blockColumnOffset(model, b);
-  if (isTriples(b))
-    for (int e = 0; e < b.count; e++) mine[b.columns[e]]++;
-  else
-    for (int c = 0; c < b.count; c++) mine[c] += b.columns[c + 1] - b.columns[c];
-}
+// ---- all blocks into column order ------------------------------------------------------------------------------
+//
+// Most columns of a generated model belong to one block alone. Such a column is PLAIN when that block is in column
+// order with rising rows and no element at or below the tolerance: runs of plain columns are copied as they lie, and
+// nothing looks at them one by one. All others are counted, placed, sorted and summed.
+
+constexpr unsigned char PLAIN = 1;
+
+// Columns [begin, end) of the model, all plain and all of one block.
+struct PlainRun {
+  int begin, end, block;
+};
+
+struct Gathering {
+  const QRTModel *model;
+  int n;
+  double tolerance;
+  unsigned char *reach;  // [n] 0 no block reaches the column, PLAIN, anything else shared
+  PlainRun *runs;        // [nRuns] in column order
+  int nRuns;
+  // the result; starts[c + 1] of a column that is not plain is its count first, then the moving place of its next element
+  int *rows, *starts;
+  double *elements;
+};
 
 // The last verdicts on arrays of column blocks: repeated blocks share theirs, so each is looked at once.
 struct CleanVerdicts {
@@ -121,80 +115,208 @@ bool columnsAreClean(CleanVerdicts *verdicts, const ElementBlock &b, double tole
   return clean;
 }
 
-// Marks the columns that come whole from one clean column block (and those without elements): they need neither sort
-// nor sum.
-void markPlainColumns(const QRTModel *model, const int *starts, double tolerance, char *plain) {
+// One clean block more for n columns: 0 becomes PLAIN, that becomes 3, and what is shared stays so. Eight at a time.
+void reachOnce(unsigned char *reach, int n) {
+  constexpr uint64_t ONES = 0x0101010101010101u, LOW_SEVEN = 0x7f7f7f7f7f7f7f7fu;
+  int c = 0;
+  for (; c + 8 <= n; c += 8) {
+    uint64_t eight;
+    memcpy(&eight, reach + c, 8);
+    eight = (eight & LOW_SEVEN) << 1 | ONES;
+    memcpy(reach + c, &eight, 8);
+  }
+  for (; c < n; c++) reach[c] = static_cast<unsigned char>(reach[c] << 1 | 1);
+}
+
+// First column from c on that is not plain, or n.
+int endOfPlain(const unsigned char *reach, int c, int n) {
+  constexpr uint64_t ONES = 0x0101010101010101u;
+  for (; c + 8 <= n; c += 8) {
+    uint64_t eight;
+    memcpy(&eight, reach + c, 8);
+    if (eight != ONES) break;
+  }
+  while (c < n && reach[c] == PLAIN) c++;
+  return c;
+}
+
+void findReach(Gathering *g) {
+  constexpr unsigned char SHARED = 3;
   CleanVerdicts verdicts = {};
-  for (int k = 0; k < model->Inumblocks; k++) {
-    const ElementBlock &b = model->blocks[k];
-    if (isTriples(b) || !columnsAreClean(&verdicts, b, tolerance)) continue;
-    const int c0 = blockColumnOffset(model, b);
-    const int *whole = starts + c0, *own = b.columns;
-    char *mine = plain + c0;
-    for (int c = 0; c < b.count; c++) mine[c] = char(mine[c] | (whole[c + 1] - whole[c] == own[c + 1] - own[c]));
+  for (int k = 0; k < g->model->Inumblocks; k++) {
+    const ElementBlock &b = g->model->blocks[k];
+    unsigned char *mine = g->reach + blockColumnOffset(g->model, b);
+    if (isTriples(b))
+      for (int e = 0; e < b.count; e++) mine[b.columns[e]] |= SHARED;
+    else if (columnsAreClean(&verdicts, b, g->tolerance))
+      reachOnce(mine, b.count);
+    else
+      for (int c = 0; c < b.count; c++) mine[c] |= SHARED;
   }
 }
 
-// Copies elements [from, from + length) of a block to the places from `at`.
-void placeRun(const ElementBlock &b, int from, int length, int rowOffset, int at, int *rows, double *elements) {
-  const int *source = b.rows + from;
-  for (int e = 0; e < length; e++) rows[at + e] = source[e] + rowOffset;
-  memcpy(elements + at, b.elements + from, sizeof(double) * size_t(length));
+// The plain runs of a block to `runs`, which may be null; answers their number.
+int runsOfBlock(const Gathering *g, int block, PlainRun *runs) {
+  const ElementBlock &b = g->model->blocks[block];
+  if (isTriples(b)) return 0;
+  const int first = blockColumnOffset(g->model, b), end = first + b.count;
+  int count = 0;
+  for (int c = first; c < end;) {
+    const void *next = memchr(g->reach + c, PLAIN, size_t(end - c));
+    if (!next) break;
+    const int begin = int(static_cast<const unsigned char *>(next) - g->reach);
+    c = endOfPlain(g->reach, begin, end);
+    if (runs) runs[count] = {begin, c, block};
+    count++;
+  }
+  return count;
 }
 
-// Puts a block's elements at the moving place of their columns. Runs of plain columns go as one piece.
-void placeBlock(const QRTModel *model, const ElementBlock &b, const char *plain, int *place, int *rows, double *elements) {
-  const int r0 = blockRowOffset(model, b), c0 = blockColumnOffset(model, b);
-  place += c0;
-  plain += c0;
+void findRuns(QRTModel *model, Gathering *g) {
+  int64_t count = 0;
+  for (int k = 0; k < model->Inumblocks; k++) count += runsOfBlock(g, k, nullptr);
+  g->runs = static_cast<PlainRun *>(temporaryAllocate(model, count + 1, sizeof(PlainRun)));
+  bool inOrder = true;
+  for (int k = 0; k < model->Inumblocks; k++) {
+    const int first = g->nRuns;
+    g->nRuns += runsOfBlock(g, k, g->runs + first);
+    inOrder = inOrder && (first == 0 || g->nRuns == first || g->runs[first].begin > g->runs[first - 1].begin);
+  }
+  const auto earlier = [](const PlainRun &a, const PlainRun &b) { return a.begin < b.begin; };
+  if (!inOrder) std::sort(g->runs, g->runs + g->nRuns, earlier);
+}
+
+// Calls take(c, first, length) for each column c of a block that is not plain, with its elements in the block.
+template <class Take> void forShared(const Gathering *g, const ElementBlock &b, Take take) {
+  const int c0 = blockColumnOffset(g->model, b);
   if (isTriples(b)) {
-    for (int e = 0; e < b.count; e++) {
-      const int at = place[b.columns[e]]++;
-      rows[at] = b.rows[e] + r0;
-      elements[at] = b.elements[e];
-    }
+    for (int e = 0; e < b.count; e++) take(b.columns[e] + c0, e, 1);
     return;
   }
-  for (int c = 0; c < b.count;) {
-    const int next = plain[c] ? endOfRun(plain, c, b.count) : c + 1, last = next - 1;
-    // A column of the run that is another block's has places of its own between ours, which then lie apart.
-    const bool together = place[last] - place[c] == b.columns[last] - b.columns[c];
-    if (together) placeRun(b, b.columns[c], b.columns[next] - b.columns[c], r0, place[c], rows, elements);
-    for (; c < next; c++) {
-      const int length = b.columns[c + 1] - b.columns[c];
-      if (!together) placeRun(b, b.columns[c], length, r0, place[c], rows, elements);
-      place[c] += length;
-    }
+  for (int c = endOfPlain(g->reach + c0, 0, b.count); c < b.count; c = endOfPlain(g->reach + c0, c + 1, b.count))
+    take(c + c0, b.columns[c], b.columns[c + 1] - b.columns[c]);
+}
+
+// Elements of a run, from *first on in its block.
+int runLength(const Gathering *g, const PlainRun &run, int *first) {
+  const ElementBlock &b = g->model->blocks[run.block];
+  const int *starts = b.columns - blockColumnOffset(g->model, b);
+  *first = starts[run.begin];
+  return starts[run.end] - *first;
+}
+
+// Calls column(c) for each column that is not plain and plain(run) for each run, all in column order.
+template <class Column, class Plain> void inColumnOrder(const Gathering *g, Column column, Plain plain) {
+  int c = 0;
+  for (int k = 0; k <= g->nRuns; k++) {
+    const int end = k < g->nRuns ? g->runs[k].begin : g->n;
+    for (; c < end; c++) column(c);
+    if (k == g->nRuns) return;
+    plain(g->runs[k]);
+    c = g->runs[k].end;
   }
 }
 
-// All blocks into column order by two passes, one that counts and one that places.
+// Four at a time, so that the compiler takes them as one.
+void copyShifted(int *to, const int *from, int n, int shift) {
+  int k = 0;
+  for (; k + 4 <= n; k += 4) {
+    const int a = from[k], b = from[k + 1], c = from[k + 2], d = from[k + 3];
+    to[k] = a + shift;
+    to[k + 1] = b + shift;
+    to[k + 2] = c + shift;
+    to[k + 3] = d + shift;
+  }
+  for (; k < n; k++) to[k] = from[k] + shift;
+}
+
+// A run to the elements from `kept` on. Answers where the next column goes.
+int copyRun(Gathering *g, const PlainRun &run, int kept) {
+  const ElementBlock &b = g->model->blocks[run.block];
+  int first;
+  const int length = runLength(g, run, &first), local = run.begin - blockColumnOffset(g->model, b);
+  copyShifted(g->starts + run.begin + 1, b.columns + local + 1, run.end - run.begin, kept - first);
+  copyShifted(g->rows + kept, b.rows + first, length, blockRowOffset(g->model, b));
+  memcpy(g->elements + kept, b.elements + first, sizeof(double) * size_t(length));
+  return kept + length;
+}
+
+// The elements of all columns that are not plain to their places, as if nothing were summed or dropped.
+void placeShared(Gathering *g) {
+  int *const place = g->starts + 1;
+  for (int k = 0; k < g->model->Inumblocks; k++)
+    forShared(g, g->model->blocks[k], [&](int c, int, int length) { place[c] += length; });
+  int total = 0;
+  inColumnOrder(
+      g,
+      [&](int c) {
+        const int count = place[c];
+        place[c] = total;
+        total += count;
+      },
+      [&](const PlainRun &run) {
+        int first;
+        total += runLength(g, run, &first);
+      });
+  for (int k = 0; k < g->model->Inumblocks; k++) {
+    const ElementBlock &b = g->model->blocks[k];
+    const int r0 = blockRowOffset(g->model, b);
+    forShared(g, b, [&](int c, int from, int length) {
+      const int at = place[c];
+      for (int e = 0; e < length; e++) {
+        g->rows[at + e] = b.rows[from + e] + r0;
+        g->elements[at + e] = b.elements[from + e];
+      }
+      place[c] = at + length;
+    });
+  }
+}
+
+// Sorts and sums what is placed and fills in the plain runs. What is dropped on the way moves all behind it down, never
+// beyond elements not yet looked at. Answers the count.
+int finishColumns(Gathering *g) {
+  int kept = 0, begin = 0;
+  inColumnOrder(
+      g,
+      [&](int c) {
+        const int placed[2] = {begin, g->starts[c + 1]};
+        if (placed[1] > begin) qrt_sortMatrix(placed, g->rows, g->elements, 1);
+        kept = compactColumn(begin, placed[1], kept, g->rows, g->elements, g->tolerance);
+        begin = placed[1];
+        g->starts[c + 1] = kept;
+      },
+      [&](const PlainRun &run) {
+        const int next = copyRun(g, run, kept);
+        begin += next - kept;
+        kept = next;
+      });
+  return kept;
+}
+
 void gatherColumns(QRTModel *model, CleanCopy *copy, double tolerance) {
-  const int n = model->Inumcols;
-  if (matrixElements(model) > INT_MAX) qrt_badMalloc(matrixElements(model) * int64_t(sizeof(double)));
-  int *starts = static_cast<int *>(temporaryAllocateZero(model, int64_t(n) + 2, sizeof(int)));
-  char *plain = static_cast<char *>(temporaryAllocateZero(model, int64_t(n) + 1, 1));
-  expectWrites(starts, int64_t(sizeof(int)) * n);
-  // Counts of column c go to [c + 2], so that after the prefix sums [c + 1] is the moving place of column c and
-  // ends up as the start of the next.
-  for (int k = 0; k < model->Inumblocks; k++) countBlock(model, model->blocks[k], starts + 2);
-  int *place = starts + 1;
-  const int total = prefixSums(place, n);
-  markPlainColumns(model, place, tolerance, plain);
-  int *rows = static_cast<int *>(temporaryAllocate(model, total > 0 ? total : 1, sizeof(int)));
-  double *elements = static_cast<double *>(temporaryAllocate(model, total > 0 ? total : 1, sizeof(double)));
-  expectWrites(rows, int64_t(sizeof(int)) * total);
-  expectWrites(elements, int64_t(sizeof(double)) * total);
-  for (int k = 0; k < model->Inumblocks; k++) placeBlock(model, model->blocks[k], plain, place, rows, elements);
-  for (int c = endOfRun(plain, 0, n); c < n; c = endOfRun(plain, c + 1, n)) qrt_sortMatrix(starts + c, rows, elements, 1);
-  copy->nElements = compactColumns(n, rows, starts, elements, tolerance, plain);
-  qrt_freeTemporary(model, plain);
-  qrt_makePermanent(model, rows);
-  qrt_makePermanent(model, elements);
-  qrt_makePermanent(model, starts);
-  copy->rows = rows;
-  copy->elements = elements;
-  copy->starts = starts;
+  const int64_t total = matrixElements(model), room = total > 0 ? total : 1;
+  if (total > INT_MAX) qrt_badMalloc(total * int64_t(sizeof(double)));
+  Gathering g = {};
+  g.model = model;
+  g.n = model->Inumcols;
+  g.tolerance = tolerance;
+  g.reach = static_cast<unsigned char *>(temporaryAllocateZero(model, int64_t(g.n) + 1, 1));
+  findReach(&g);
+  findRuns(model, &g);
+  g.starts = static_cast<int *>(temporaryAllocateZero(model, int64_t(g.n) + 1, sizeof(int)));
+  g.rows = static_cast<int *>(temporaryAllocate(model, room, sizeof(int)));
+  g.elements = static_cast<double *>(temporaryAllocate(model, room, sizeof(double)));
+  expectWrites(g.starts, int64_t(sizeof(int)) * g.n);
+  placeShared(&g);
+  copy->nElements = finishColumns(&g);
+  qrt_freeTemporary(model, g.runs);
+  qrt_freeTemporary(model, g.reach);
+  qrt_makePermanent(model, g.rows);
+  qrt_makePermanent(model, g.elements);
+  qrt_makePermanent(model, g.starts);
+  copy->rows = g.rows;
+  copy->elements = g.elements;
+  copy->starts = g.starts;
   copy->owned = 1;
 }
 
@@ -332,5 +454,5 @@ extern "C" int qrt_makeColumnOrdered(int *rows, int *columns, double *elements, 
   for (int c = nColumns; c > 0; c--) starts[c] = starts[c - 1];
   starts[0] = 0;
   qrt_sortMatrix(starts, rows, elements, nColumns);
-  return compactColumns(nColumns, rows, starts, elements, tolerance, nullptr);
+  return compactColumns(nColumns, rows, starts, elements, tolerance);
 }

@@ -2,6 +2,7 @@
 // mark that frees too much or too little; an allocation failure that leaks or jumps into a dead frame.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstring>
 #include <random>
 #include <vector>
@@ -64,6 +65,43 @@ TEST_F(Memory, ChainSurvivesARandomWalkAgainstAList) {
     EXPECT_EQ(qrt_region(model, 0), live.front());
     EXPECT_EQ(qrt_region(model, 1), nullptr);
   }
+}
+
+// Fault: a block that grows or shrinks past the size from which the system gives it loses bytes or guards, or keeps its pages.
+TEST_F(Memory, LargeBlocksKeepTheirBytesThroughEverySize) {
+  const int sizes[] = {1000, 262143, 262144, 300000, 524287, 524288, 786000, 2000000, 600000, 262144, 5, 1500000, 40};
+  const auto resident = [] {
+    FILE *file = std::fopen("/proc/self/statm", "r");
+    long long total = 0, pages = 0;
+    EXPECT_EQ(2, std::fscanf(file, "%lld %lld", &total, &pages));
+    std::fclose(file);
+    return pages;
+  };
+  const long long before = resident();
+  for (int round = 0; round < 60; ++round) {
+    int *block = static_cast<int *>(guardedAllocateZero(sizes[0], sizeof(int)));
+    int written = 0;
+    for (const int n : sizes) {
+      block = qrt_longRealloc(block, n);
+      ASSERT_EQ(4 * n, qrt_validAddress(block));
+      if (written > n) written = n;
+      for (int k = 0; k < written; k += 511) ASSERT_EQ(k, block[k]);
+      for (int k = 0; k < n; k++) block[k] = k;
+      written = n;
+      ASSERT_EQ(0, qrt_checkAddress(block));
+    }
+    qrt_free(block);
+    const int n = sizes[round % 13];
+    int *zeros = static_cast<int *>(guardedAllocateZero(n, sizeof(int)));
+    for (int k = 0; k < n; k += 97) ASSERT_EQ(0, zeros[k]);
+    int *copy = static_cast<int *>(qrt_copyOfMemory(zeros));
+    qrt_incrementCount(zeros);
+    qrt_free(zeros);
+    EXPECT_EQ(4 * n, qrt_validAddress(zeros));
+    qrt_free(zeros);
+    qrt_free(copy);
+  }
+  EXPECT_LT(resident() - before, 20000);  // 60 rounds would keep over 100,000
 }
 
 TEST_F(Memory, MarksFreeWhatCameAfterThem) {
