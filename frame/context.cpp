@@ -3,6 +3,7 @@
 #include <cstring>
 #include <initializer_list>
 
+#include "frame/classic_frame.h"
 #include "frame/controls.h"
 #include "frame/entry_frame.h"
 #include "frame/guarded_memory.h"
@@ -102,6 +103,12 @@ void qrt_allocFurtherInfo(QRTModel *base, QRTModel *old, QRTModel *model) {
 
 QRTContext *qrt_initializeContext() {
   if (memcmp(qrt_no_dspaceCommon.header, qrt_header, sizeof qrt_header) == 0) return nullptr;
+  // What the classic interface has set before there was a context stays in force for it.
+  WorkImage *ofClassic = nullptr;
+  if (classicRecordsLive()) {
+    ofClassic = static_cast<WorkImage *>(guardedAllocate(1, sizeof(WorkImage)));
+    saveRecords(ofClassic);
+  }
   memset(static_cast<void *>(&initialCommon), 0, sizeof initialCommon);
   memset(static_cast<void *>(&qrt_no_dspaceCommon), 0, sizeof qrt_no_dspaceCommon);
   setBothCurrent(&initialCommon);
@@ -124,6 +131,8 @@ QRTContext *qrt_initializeContext() {
   const int quiet[] = {100, 95, 87, 6, 102};
   for (int number : quiet) setPrintCount(&initialCommon, number, 0);
   qrt_makeThisCurrent(&initialCommon);
+  if (ofClassic) *imageOf(&qrt_no_dspaceCommon) = *ofClassic;
+  qrt_freeBase(ofClassic);
   return context;
 }
 

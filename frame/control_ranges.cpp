@@ -26,27 +26,16 @@ void nameControl(const char *name) {
   messageC(3, text);
 }
 
-int refuseInteger(QRTModel *model, const IntegerControl &control, int value, int old, int low, int high) {
-  messageI(1, low);
-  messageI(2, high);
-  messageI(3, control.position);
-  nameControl(control.name);
-  if (&control == &integerControls[CONTROL_Iordunit]) {
-    messageI(1, -1);
-    messageI(2, 1);
-    messageI(4, 3);
-    messageI(5, 4);
-    messageI(6, 6);
-    messageI(7, 99);
-    qrtmesg_no(MSG_INT_THREE_RANGES);
-  } else {
-    qrtmesg_no(namesControls(model) ? MSG_INT_RANGE_NAMED : MSG_INT_RANGE);
-  }
-  qrtmesg_no_i2(MSG_INT_REFUSED, old, value);
-  return 1;
+// The three ranges of a unit number.
+void messageThreeRanges(int first, int last) {
+  const int limits[] = {first, 1, 3, 4, 6, last};
+  const int slots[] = {1, 2, 4, 5, 6, 7};  // @I03 is the position
+  for (int k = 0; k < 6; ++k) messageI(slots[k], limits[k]);
 }
 
-bool isOrderUnit(int unit) { return unit == -1 || unit == 1 || unit == 3 || unit == 4 || (unit >= 6 && unit <= 99); }
+bool isUnit(int unit, int first, int last) {
+  return unit == first || unit == 1 || unit == 3 || unit == 4 || (unit >= 6 && unit <= last);
+}
 
 // The range in force now, which for some variables depends on the model.
 void rangeInForce(const QRTModel *model, int row, int old, int *low, int *high) {
@@ -77,58 +66,97 @@ void storeInteger(QRTModel *model, int row, int value) {
 
 }  // namespace
 
+bool controlTakesUnit(int row, int value) {
+  if (row == CONTROL_Iordunit) return isUnit(value, -1, 99);
+  if (row == CONTROL_Imsgunit) return isUnit(value, 1, 109);
+  return true;
+}
+
+int refuseInteger(bool named, int row, int value, int old, int low, int high) {
+  const IntegerControl &control = integerControls[row];
+  messageI(1, low);
+  messageI(2, high);
+  messageI(3, control.position);
+  nameControl(control.name);
+  if (row == CONTROL_Iordunit || row == CONTROL_Imsgunit) {
+    messageThreeRanges(row == CONTROL_Iordunit ? -1 : 1, row == CONTROL_Iordunit ? 99 : 109);
+    qrtmesg_no(MSG_INT_THREE_RANGES);
+  } else {
+    qrtmesg_no(named ? MSG_INT_RANGE_NAMED : MSG_INT_RANGE);
+  }
+  qrtmesg_no_i2(MSG_INT_REFUSED, old, value);
+  return 1;
+}
+
+int refuseReadOnly(int row) {
+  qrtmesg_no_i1(MSG_READ_ONLY, integerControls[row].position);
+  return -integerControls[row].position;
+}
+
+int refuseVector() {
+  qrtmesg_no(MSG_NO_VECTOR_HARDWARE);
+  return 0;
+}
+
+void announceInteger(bool named, int row, int old, int value) {
+  messageI(1, integerControls[row].position);
+  messageI(2, old);
+  messageI(3, value);
+  nameControl(integerControls[row].name);
+  qrtmesg_no(named ? MSG_INT_CHANGED_NAMED : MSG_INT_CHANGED);
+}
+
+bool realInRange(int row, double value) {
+  const RealControl &control = realControls[row];
+  const bool belowHigh = control.high >= REAL_ANY || value <= control.high;
+  const bool aboveLow = control.low <= -REAL_ANY || value >= control.low;
+  return belowHigh && aboveLow && value == value;
+}
+
+int refuseReal(bool named, int row, double value, double old) {
+  const RealControl &control = realControls[row];
+  messageI(1, control.position);
+  nameControl(control.name);
+  messageD(1, control.quotedLow);
+  messageD(2, control.quotedHigh);
+  qrtmesg_no(named ? MSG_REAL_RANGE_NAMED : MSG_REAL_RANGE);
+  qrtmesg_no_d2(MSG_REAL_REFUSED, old, value);
+  return 1;
+}
+
+void announceReal(bool named, int row, double old, double value) {
+  messageI(1, realControls[row].position);
+  nameControl(realControls[row].name);
+  messageD(1, old);
+  messageD(2, value);
+  qrtmesg_no(named ? MSG_REAL_CHANGED_NAMED : MSG_REAL_CHANGED);
+}
+
 int qrt_Iset(QRTModel *model, int value, int old, int row, int announce) {
   const IntegerControl &control = integerControls[row];
-  if (control.access == ACCESS_READ) {
-    qrtmesg_no_i1(MSG_READ_ONLY, control.position);
-    return -control.position;
-  }
+  if (control.access == ACCESS_READ) return refuseReadOnly(row);
   if (control.access == ACCESS_IGNORED) {
     if (row != CONTROL_Inumcpu && model->entryDepth == 1) qrtmesg_no_i1(MSG_IGNORED, control.position);
     return 0;
   }
-  if (row == CONTROL_Ivector && value == 1) {
-    qrtmesg_no(MSG_NO_VECTOR_HARDWARE);
-    return 0;
-  }
+  if (row == CONTROL_Ivector && value == 1) return refuseVector();
   int low = control.low, high = control.high;
   rangeInForce(model, row, old, &low, &high);
-  const bool accepted = value >= low && value <= high && (row != CONTROL_Iordunit || isOrderUnit(value));
-  if (!accepted) {
+  if (value < low || value > high || !controlTakesUnit(row, value)) {
     const bool plain = low == control.low && high == control.high;
-    return refuseInteger(model, control, value, old, plain ? control.quotedLow : low, plain ? control.quotedHigh : high);
+    return refuseInteger(namesControls(model), row, value, old, plain ? control.quotedLow : low,
+                         plain ? control.quotedHigh : high);
   }
   storeInteger(model, row, value);
-  if (announce && model->entryDepth == 1) {
-    messageI(1, control.position);
-    messageI(2, old);
-    messageI(3, value);
-    nameControl(control.name);
-    qrtmesg_no(namesControls(model) ? MSG_INT_CHANGED_NAMED : MSG_INT_CHANGED);
-  }
+  if (announce && model->entryDepth == 1) announceInteger(namesControls(model), row, old, value);
   return 0;
 }
 
 int qrt_Rset(QRTModel *model, double value, double old, int row, int announce) {
-  const RealControl &control = realControls[row];
-  if (row == CONTROL_Rmaxmin) value = value > 0 ? 1.0 : value < 0 ? -1.0 : 0.0;
-  const bool belowHigh = control.high >= REAL_ANY || value <= control.high;
-  const bool aboveLow = control.low <= -REAL_ANY || value >= control.low;
-  messageI(1, control.position);
-  nameControl(control.name);
-  if (!(belowHigh && aboveLow) || value != value) {
-    messageD(1, control.quotedLow);
-    messageD(2, control.quotedHigh);
-    qrtmesg_no(namesControls(model) ? MSG_REAL_RANGE_NAMED : MSG_REAL_RANGE);
-    qrtmesg_no_d2(MSG_REAL_REFUSED, old, value);
-    return 1;
-  }
+  if (row == CONTROL_Rmaxmin) value = signOnly(value);
+  if (!realInRange(row, value)) return refuseReal(namesControls(model), row, value, old);
   storeControlReal(model, row, value);
-  if (announce && model->entryDepth == 1) {
-    messageD(1, old);
-    messageD(2, value);
-    qrtmesg_no(namesControls(model) ? MSG_REAL_CHANGED_NAMED : MSG_REAL_CHANGED);
-  }
+  if (announce && model->entryDepth == 1) announceReal(namesControls(model), row, old, value);
   return 0;
 }
 

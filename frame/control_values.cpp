@@ -62,8 +62,6 @@ const RealControl realControls[REAL_CONTROLS] = {
 
 namespace {
 
-constexpr int VALUE_WIDTH = 80;  // of a character control in its record
-
 const char *imageBytes(const QRTModel *model) { return reinterpret_cast<const char *>(model->furtherInfo); }
 
 }  // namespace
@@ -102,15 +100,15 @@ void storeControlReal(QRTModel *model, int row, double value) {
 }
 
 void storeCharacterControl(QRTModel *model, int k, const char *value) {
-  const size_t length = strnlen(value, VALUE_WIDTH - 1);
+  const size_t length = strnlen(value, CHARACTER_WIDTH - 1);
   char *copy = static_cast<char *>(guardedAllocate(int64_t(length) + 1, 1));
   memcpy(copy, value, length);
   copy[length] = '\0';
   qrt_freeBase(model->characterControls[k]);
   model->characterControls[k] = copy;
-  memset(qrtconv.values[k], ' ', VALUE_WIDTH);
+  memset(qrtconv.values[k], ' ', CHARACTER_WIDTH);
   memcpy(qrtconv.values[k], copy, length);
-  memcpy(imageOf(model)->conv.values[k], qrtconv.values[k], VALUE_WIDTH);
+  memcpy(imageOf(model)->conv.values[k], qrtconv.values[k], CHARACTER_WIDTH);
 }
 
 // The defaults every interface starts from.
@@ -129,6 +127,7 @@ void qrtinitf() {
   for (const RealControl &control : realControls) *control.live = control.initial;
   qrtlplp.Inumchar = 8;
   qrtlplp.randomSeed = 1e8;
+  qrtlplp.classicModel = 1;
   qrterr.runMode = 1;
   qrterr.pageNumber = 1;
   qrterr.lineCount = 0;

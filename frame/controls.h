@@ -79,7 +79,20 @@ void storeControlReal(QRTModel *model, int row, double value);
 // Range check, messages and store of one control; the model is current. Results as qrt_setI says.
 int qrt_Iset(QRTModel *model, int value, int old, int row, int announce);
 int qrt_Rset(QRTModel *model, double value, double old, int row, int announce);
+// Parts of the two that the classic lists share; `named`: the messages name the variable. A refusal is told and
+// returned as the result of the set: 1, or the negative position.
+int refuseInteger(bool named, int row, int value, int old, int low, int high);
+int refuseReadOnly(int row);
+int refuseVector();
+bool controlTakesUnit(int row, int value);  // false only for the two unit numbers, between their three ranges
+void announceInteger(bool named, int row, int old, int value);
+bool realInRange(int row, double value);    // false for a NaN
+int refuseReal(bool named, int row, double value, double old);
+void announceReal(bool named, int row, double old, double value);
+inline double signOnly(double value) { return value > 0 ? 1.0 : value < 0 ? -1.0 : 0.0; }  // what Rmaxmin keeps
+
 // Character control k (0 to 5) without message; cut at 79 characters.
 void storeCharacterControl(QRTModel *model, int k, const char *value);
+constexpr int CHARACTER_WIDTH = 80;  // of a character control in its record
 // Defaults that models of the object interface have beyond those of qrtinitf.
 void applyObjectDefaults();

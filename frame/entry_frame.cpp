@@ -6,6 +6,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "frame/classic_frame.h"
 #include "frame/guarded_memory.h"
 #include "frame/work_image.h"
 
@@ -203,10 +204,13 @@ void qrt_stopCPU() {
 }
 
 void qrtret(void *dspace) {
-  (void)dspace;  // the classic interface, which passes its work area, has its own way back
   qrterr.classicDepth = 0;
   qrterr.userExitDepth = 0;
   flushLogs();
+  if (dspace) {
+    classicFatalReturn(dspace);
+    longjmp(qrtaixb, 999);
+  }
   if (qrt_modelInfo && qrt_modelInfo->recoverArmed) longjmp(qrtaixb, 999);
   qrtmsg2(MSG_STOPPED, 0);
   flushLogs();

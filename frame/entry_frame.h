@@ -25,7 +25,7 @@
 extern jmp_buf qrtaixb;
 extern QRTModel *qrt_modelInfo;        // the current model, null while a classic routine runs
 extern QRTModel *qrt_oldModelInfo;     // the model to go back to when a classic call returns
-extern void *qrtdspc2;                 // DSPACE of the classic call in progress, or null
+extern void *qrtdspc2;                 // DSPACE of the classic call in progress (see classic_frame.h), or null
 extern QRTModel initialCommon;         // base model: defaults of all later models
 extern QRTModel qrt_no_dspaceCommon;   // carries the record image of the classic interface
 extern const char qrt_header[8];
@@ -56,6 +56,8 @@ void qrt_swapCommons(QRTModel *out, QRTModel *in);
 void qrt_initializeModel(QRTContext *context, QRTModel *model);
 void qrt_allocFurtherInfo(QRTModel *base, QRTModel *old, QRTModel *model);
 void qrt_deleteModel2(QRTModel *model);
+// The fatal return: jumps to the armed frame, of the classic call in progress when `dspace` is not null, else of the
+// current model; without one the process ends.
 [[noreturn]] void qrtret(void *dspace);
 [[noreturn]] void qrt_fatalError();
 void qrt_enterLeave(QRTModel *model, const char *routine);

@@ -152,7 +152,7 @@ void expectWrites(void *memory, int64_t bytes) {
 void qrt_badMalloc(int64_t bytes) {
   qrt_badMallocFlag = 1;
   qrtmesg_no_i1(568, bytes > INT32_MAX ? INT32_MAX : int(bytes));  // "malloc failed on a request for @I01 bytes"
-  qrtret(nullptr);
+  qrtret(qrtdspc2);
 }
 
 void *qrt_mallocBase(int bytes) {

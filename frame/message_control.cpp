@@ -68,27 +68,42 @@ void setPrintCount(QRTModel *model, int number, int maxprt) {
   if (index) model->messageControl[index].maxprt = int16_t(maxprt);
 }
 
-void qrtmsetf(int *rtcod, void *, const int *mesgnum, const int *maxalw, const int *maxprt, const int *trace,
-              const int *usrexit, const int *lastnum, const int *prefix) {
+namespace {
+
+void changeLimits(int *rtcod, int mesgnum, int maxalw, int maxprt, int trace, int usrexit, int lastnum, int prefix,
+                  bool skipUnmodifiable) {
   *rtcod = 0;
   int next;
-  int index = qrtetoi(*mesgnum, &next);
+  int index = qrtetoi(mesgnum, &next);
   if (index == 0) {
-    qrtmesg_no_i1(MSG_NOT_DEFINED, *mesgnum);
+    qrtmesg_no_i1(MSG_NOT_DEFINED, mesgnum);
     *rtcod = 1;
     return;
   }
   if (!(qrtminfo[index].flags & MESSAGE_MODIFIABLE)) {
-    qrtmesg_no_i1(MSG_NOT_MODIFIABLE, *mesgnum);
+    qrtmesg_no_i1(MSG_NOT_MODIFIABLE, mesgnum);
     *rtcod = 2;
     return;
   }
   MessageControl *table = controlTableInForce();
   for (;;) {
-    changeEntry(&table[index], *maxalw, *maxprt, *trace, *usrexit, *prefix);
-    if (next == 0 || next > *lastnum) return;
+    if (!skipUnmodifiable || (qrtminfo[index].flags & MESSAGE_MODIFIABLE))
+      changeEntry(&table[index], maxalw, maxprt, trace, usrexit, prefix);
+    if (next == 0 || next > lastnum) return;
     index = qrtetoi(next, &next);
   }
+}
+
+}  // namespace
+
+void qrtmsetf(int *rtcod, void *, const int *mesgnum, const int *maxalw, const int *maxprt, const int *trace,
+              const int *usrexit, const int *lastnum, const int *prefix) {
+  changeLimits(rtcod, *mesgnum, *maxalw, *maxprt, *trace, *usrexit, *lastnum, *prefix, false);
+}
+
+void classicMessageSet(int *rtcod, void *, const int *mesgnum, const int *maxalw, const int *maxprt, const int *trace,
+                       const int *usrexit, const int *lastnum, const int *prefix) {
+  changeLimits(rtcod, *mesgnum, *maxalw, *maxprt, *trace, *usrexit, *lastnum, *prefix, true);
 }
 
 int qrt_mset(QRTModel *model, int number, int maxalw, int maxprt, int usrexit, int lastnum, int prefix) {

@@ -12,3 +12,6 @@ void setPrintCount(QRTModel *model, int number, int maxprt);
 // Changes limits and flags of a number, or of all defined numbers up to *lastnum; see qrt_mset.
 void qrtmsetf(int *rtcod, void *dspace, const int *mesgnum, const int *maxalw, const int *maxprt, const int *trace,
               const int *usrexit, const int *lastnum, const int *prefix);
+// The same for the classic entry, which leaves unmodifiable messages within a range as they are.
+void classicMessageSet(int *rtcod, void *dspace, const int *mesgnum, const int *maxalw, const int *maxprt,
+                       const int *trace, const int *usrexit, const int *lastnum, const int *prefix);

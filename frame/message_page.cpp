@@ -4,6 +4,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "frame/classic_frame.h"
 #include "frame/entry_frame.h"
 #include "frame/message_control.h"
 #include "frame/message_log.h"
@@ -27,14 +28,14 @@ struct Decision {
   int code;
 };
 
-// Counts the occurrence and says what is to be done with it (qrtmsg3).
-Decision decide(int index) {
+// Counts the occurrence, unless it is one without consequences, and says what is to be done with it (qrtmsg3).
+Decision decide(int index, bool consequences) {
   MessageControl &control = controlTableInForce()[index];
   Decision d;
   d.print = control.maxprt >= 1 || control.maxprt == -1;
   if (control.maxprt > 0) --control.maxprt;
   d.stop = control.maxalw == 1;
-  if (control.maxalw != -1) --control.maxalw;
+  if (consequences && control.maxalw != -1) --control.maxalw;
   d.exit = (control.flags & MESSAGE_USER_EXIT) != 0;
   d.prefix = (control.flags & MESSAGE_PREFIX) != 0;
   const MessageRow &row = qrtminfo[index];
@@ -143,16 +144,21 @@ void addLinePieces(MessageExitLists *lists, const MessageText &built, const char
   }
 }
 
-// Calls the model's message exit; the callee may use the library as if from outside (qrtmsgg).
-void callUserExit(int number, const MessageExitLists &lists) {
+// Calls the message exit of the model or of the classic interface; the callee may use the library as if from outside
+// (qrtmsgg).
+void callUserExit(int number, MessageExitLists *lists) {
   QRTModel *model = qrt_modelInfo;
-  if (!model->callbacks.msgu) return;
+  if (model && !model->callbacks.msgu) return;
   const int32_t savedClassic = qrterr.classicDepth, savedExit = qrterr.userExitDepth;
   qrterr.userExitDepth += qrterr.classicDepth;
   qrterr.classicDepth = 0;
-  qrt_swapCommons(model, nullptr);
-  model->callbacks.msgu(model, number, lists.nReals, lists.reals, lists.nInts, lists.ints, lists.nStrings,
-                        lists.strings[0]);
+  if (model) {
+    qrt_swapCommons(model, nullptr);
+    model->callbacks.msgu(model, number, lists->nReals, lists->reals, lists->nInts, lists->ints, lists->nStrings,
+                          lists->strings[0]);
+  } else {
+    callClassicMessageExit(number, lists);
+  }
   qrterr.classicDepth = savedClassic;
   qrterr.userExitDepth = savedExit;
 }
@@ -167,7 +173,7 @@ void callUserExit(int number, const MessageExitLists &lists) {
 }
 
 FILE *messageStream() {
-  if (!qrt_modelInfo) return qrt_FILE(6) ? qrt_FILE(6) : stdout;
+  if (!qrt_modelInfo) return classicMessageStream();
   return qrt_modelInfo->logFile ? qrt_modelInfo->logFile : stdout;
 }
 
@@ -176,8 +182,11 @@ bool messageWouldPrint(int index) {
   return control.maxprt >= 1 || control.maxprt == -1;
 }
 
-void qrtmsg2(int index, int noPage) {
-  const Decision decision = decide(index);
+namespace {
+
+// Prints the message and calls the exits, as far as its limits say.
+Decision showMessage(int index, int noPage, bool consequences) {
+  const Decision decision = decide(index, consequences);
   const int number = qrtminfo[index].number;
   if (decision.print || decision.exit) {
     MessageText built;
@@ -193,13 +202,31 @@ void qrtmsg2(int index, int noPage) {
       printText(messageStream(), number, id, built, noPage != 0);
       flushWhenDue();
     }
-    if (decision.exit && qrt_modelInfo) {
+    if (decision.exit && (qrt_modelInfo || qrtdspc2)) {
       addLinePieces(&lists, built, id);
-      callUserExit(number, lists);
+      callUserExit(number, &lists);
     }
   }
+  return decision;
+}
+
+// The very first message of a run comes after a line that names the library.
+void printBanner() {
+  if (qrterr.bannerPrinted) return;
+  qrterr.bannerPrinted = 1;
+  char savedC01[STRING_WIDTH];
+  memcpy(savedC01, qrterr.C[0], STRING_WIDTH);
+  messageC(1, VERSION_TEXT);
+  qrtmsg2(MSG_BANNER, 1);
+  memcpy(qrterr.C[0], savedC01, STRING_WIDTH);
+}
+
+}  // namespace
+
+void qrtmsg2(int index, int noPage) {
+  const Decision decision = showMessage(index, noPage, true);
   if (decision.stop) {
-    messageI(1, number);
+    messageI(1, qrtminfo[index].number);
     qrtmsg2(MSG_STOPPED, 0);
     qrt_s_stop();
   }
@@ -217,18 +244,16 @@ void qrtmesg() {
     ++blnkcnt;
     return;
   }
-  if (!qrterr.bannerPrinted) {
-    qrterr.bannerPrinted = 1;
-    char savedC01[STRING_WIDTH];
-    memcpy(savedC01, qrterr.C[0], STRING_WIDTH);
-    messageC(1, VERSION_TEXT);
-    qrtmsg2(MSG_BANNER, 1);
-    memcpy(qrterr.C[0], savedC01, STRING_WIDTH);
-  }
+  printBanner();
   if (index > 0 && index < QRT_MESSAGE_COUNT) {
     qrterr.messageIndex = 0;
     qrtmsg2(index, 0);
   }
+}
+
+void qrtmesg_inform(int index) {
+  printBanner();
+  showMessage(index, 0, false);
 }
 
 void qrtmesg_no(int index) {

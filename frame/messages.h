@@ -29,6 +29,7 @@ struct QrtErr {
   double Rprintcpu;          // CPU seconds below which no time message is issued
   double cpuAtStart, cpuAtEntry;
   int32_t bannerPrinted;
+  int32_t fetchedLists;      // bits: the classic control lists that the caller has fetched, see controls_classic.cpp
 };
 extern QrtErr qrterr;
 extern int blnkcnt;           // blank lines owed before the next message
@@ -42,6 +43,8 @@ void messageQ(const char *text, int length = -1);
 [[noreturn]] void qrt_s_stop();  // the normal end of the process on a severe message
 void qrtmesg();
 void qrtmesg_no(int index);
+// Prints a message, whatever it would do beyond that: no stop, no jump, no part in the call's outcome.
+void qrtmesg_inform(int index);
 void qrtmesg_no_q1(int index, const char *c1, int n1);
 void qrtmesg_no_q2(int index, const char *c1, int n1, const char *c2, int n2);
 void qrtmesg_no_q3(int index, const char *c1, int n1, const char *c2, int n2, const char *c3, int n3);

@@ -27,11 +27,17 @@ struct QrtLplp {
   int32_t keptRows, keptCols, keptVersion, keptPriceMode;
   int32_t startWord;       // what a crash asks of the next run that continues: 0 nothing, 3 to start from the values
   double keptPerturbation; // seed while perturbed bounds lie in the model's aux vector
+  // the classic interface
+  int32_t classicModel;    // number of the current model in DSPACE, from 1
+  int32_t presolvedMode;   // 1 between QRTPRSL and QRTPSSL
+  int32_t quadraticMode;   // 1 once quadratic data was read or given
+  int32_t networkLoaded;   // 1 while the model stands in the network solver's form
   double randomSeed;       // seed := seed * 16807 mod 2147483647, restarts at 1e8 with every solve
 };
 
 // qrtaddr: what the core works on. All vectors are addressed 1-based here (see oneBased): row i at [i], column j
 // at [Imaxrows + j].
+constexpr int ARENA_WORDS = 5;
 struct QrtAddr {
   ElementBlock *blocks;    // 0-based array of blocks
   double *lower, *solution, *upper, *dual;
@@ -40,7 +46,7 @@ struct QrtAddr {
   double *objectiveDelta, *lowerDelta, *upperDelta;
   char *rownames, *colnames;   // blank-padded entries of Inumchar bytes; entry k at [k * Inumchar] for k from 1
   void *presolveInfo, *sellistcol, *sellistrow;
-  int64_t arena[5];        // free space of DSPACE in the classic form
+  double *arena[ARENA_WORDS];  // the classic form: DSPACE and what of it is free, see dspace.h
 };
 
 // qrtbcom: barrier state and controls.
@@ -67,6 +73,7 @@ struct QrtInt3 {
 struct QrtInt {
   int32_t Imaxints, Imaxsets, Istrategy, Imaxintinfo, Ithreshold, Iheurpass, Isupertol, Imiplength;
   int32_t useCutoff;       // 1: branch and bound uses Rbbcutoff
+  int32_t Inumints, Inumsets;  // of a classic model; a QRTModel has fields of its own
 };
 
 // qrtconv: the character controls, blank-padded.
