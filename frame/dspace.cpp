@@ -260,6 +260,7 @@ void qrtdscaf(int *rtcod, void *dspace, const int *dlen, const int *nmodels) {
   }
   if (frontMarked(dspace)) qrtmesg_no(endMarked(dspace, *dlen) ? MSG_ALREADY : MSG_OTHER_SIZE);
   freeModels(dspace);
+  forgetModel();
 
   DspaceHeader header = {};
   memcpy(header.marker, MARKER_FRONT, 4);
@@ -270,12 +271,10 @@ void qrtdscaf(int *rtcod, void *dspace, const int *dlen, const int *nmodels) {
   header.arena[ARENA_HIGH] = *dlen - 1;  // the last doubleword has the marker
   header.arena[ARENA_LOW] = HEADER_DOUBLEWORDS < *dlen ? HEADER_DOUBLEWORDS : *dlen - 1;
   header.arena[ARENA_END] = *dlen;
-  putHeader(dspace, header);
-  memcpy(static_cast<char *>(dspace) + int64_t(*dlen) * 8 - 4, MARKER_END, 4);
-  qrtinfwp(1);
-  forgetModel();
   header.handle = newModels(dspace, nModels);
   putHeader(dspace, header);
+  memcpy(static_cast<char *>(dspace) + int64_t(*dlen) * 8 - 4, MARKER_END, 4);  // in the shortest, over the last zeros
+  qrtinfwp(1);
 }
 
 void qrtptmif(int *rtcod, void *dspace, const int *model, int quiet) {

@@ -603,17 +603,11 @@ QRT_API void qrt_fopn(int unit, const char *file, const char *status, const char
 QRT_API int qrt_importModel(QRTModel *model, const char *filename);
 /** @brief qrt_importModel() for the free format: fields separated by blanks, names of up to 31 characters. */
 QRT_API int qrt_importModelFree(QRTModel *model, const char *filename);
-/** @brief Older name of qrt_importModel(); says so on stderr. */
-QRT_API int qrt_convertMPS(QRTModel *model, const char *filename);
-/** @brief Older name of qrt_importModelFree(); says so on stderr. */
-QRT_API int qrt_convertMPSFree(QRTModel *model, const char *filename);
 /** @brief Reads the QSECTION of the objective from a file of cards and adds it to the model's quadratic blocks. The
  *  names are those of the model's columns; unknown ones are reported by messages and skipped.
  *  @param filename path; null, empty or "stdin" read the standard input.
  *  @return 0; 34 when the file holds no quadratic term; 200 when it cannot be opened; 999 after a fatal error. */
 QRT_API int qrt_importQuadraticData(QRTModel *model, const char *filename);
-/** @brief Older name of qrt_importQuadraticData(); says so on stderr. */
-QRT_API int qrt_convertQuadratic(QRTModel *model, const char *filename);
 
 /** @brief Writes the model as an MPS file that qrt_importModel() reads. Rows and columns without a name get R0000001,
  *  C0000001 and so on. Decimal numbers are rounded to 12 characters; binary ones keep every bit. A file of that name is
@@ -623,8 +617,6 @@ QRT_API int qrt_convertQuadratic(QRTModel *model, const char *filename);
  *  @return 0; 200 when the file cannot be opened, 21 when it cannot be written or the model is scaled, both only with
  *  raised message limits; 999 after a fatal error. */
 QRT_API int qrt_exportModel(QRTModel *model, const char *filename, int format, int entries);
-/** @brief Older name of qrt_exportModel(); says so on stderr. */
-QRT_API int qrt_outMatrix(QRTModel *model, const char *filename, int format, int entries);
 /** @brief Writes the basis as cards that qrt_importBasis() reads.
  *  @param filename path; null or empty write "tempfile".  @param format 1 the basis alone, 2 with the values of basic
  *  variables and of nonbasic columns that stand at no bound.  @param numbers 1 decimal, 2 binary.
@@ -637,10 +629,6 @@ QRT_API int qrt_exportBasis(QRTModel *model, const char *filename, int format, i
  *  @return 0; 200 when the file cannot be opened, 21 when it holds no such basis (the model is left as it was), both
  *  only with raised message limits; 999 after a fatal error. */
 QRT_API int qrt_importBasis(QRTModel *model, const char *filename);
-/** @brief Older name of qrt_exportBasis(); says so on stderr. */
-QRT_API int qrt_outBasis(QRTModel *model, const char *filename, int format, int numbers);
-/** @brief Older name of qrt_importBasis(); says so on stderr. */
-QRT_API int qrt_inBasis(QRTModel *model, const char *filename);
 
 /** @brief Writes the model as a binary file: controls, names, statuses, values, duals, bounds, costs, matrix, scale
  *  factors, integer and quadratic data, or what of them Imodelmask names (bits 1 controls, 2 selection lists, 4 names,
@@ -787,6 +775,33 @@ QRT_API void QRTITRU(int *status, int code);
  *  @param row in and out: row position that leaves, 0 when the entering variable goes to its other bound.
  *  @param bound in and out: 0 the leaving variable stops at its lower bound, 2 at its upper one. */
 QRT_API void QRTCZRU(int enteringVariable, int numberRows, const double *column, int *row, int *bound);
+
+/** @name Older names
+ *  Each says on stderr what has replaced it, and calls that.
+ *  @{ */
+/** @brief Older name of qrt_initializeContext(). */
+QRT_API QRTContext *qrt_initialize(void);
+/** @brief qrt_newModel() of a model in no context. */
+QRT_API QRTModel *qrt_createModel(const char *name);
+/** @brief Was the end of the library before qrt_endContext(); does nothing. @return 0. */
+QRT_API int qrt_end(void);
+/** @brief Older name of qrt_saveModel(). */
+QRT_API int qrt_saveToFile(QRTModel *model, const char *filename);
+/** @brief Older name of qrt_restoreModel(). */
+QRT_API int qrt_restoreFromFile(QRTModel *model, const char *filename);
+/** @brief Older name of qrt_importModel(). */
+QRT_API int qrt_convertMPS(QRTModel *model, const char *filename);
+/** @brief Older name of qrt_importModelFree(). */
+QRT_API int qrt_convertMPSFree(QRTModel *model, const char *filename);
+/** @brief Older name of qrt_importQuadraticData(). */
+QRT_API int qrt_convertQuadratic(QRTModel *model, const char *filename);
+/** @brief Older name of qrt_exportModel(). */
+QRT_API int qrt_outMatrix(QRTModel *model, const char *filename, int format, int entries);
+/** @brief Older name of qrt_exportBasis(). */
+QRT_API int qrt_outBasis(QRTModel *model, const char *filename, int format, int numbers);
+/** @brief Older name of qrt_importBasis(). */
+QRT_API int qrt_inBasis(QRTModel *model, const char *filename);
+/** @} */
 
 #ifdef __cplusplus
 }

@@ -31,6 +31,10 @@ typedef struct QRTTree QRTTree;
 QRT_API QRTContext *qrts_initializeContext(void);
 /** @brief Ends the library's use, as qrt_endContext(); objects of the context that are left are deleted. @return 0. */
 QRT_API int qrts_endContext(QRTContext *context);
+/** @brief Older name of qrts_initializeContext(); says so on stderr. */
+QRT_API QRTContext *qrts_initialize(void);
+/** @brief Was the end of the library before qrts_endContext(); says so on stderr and does nothing. @return 0. */
+QRT_API int qrts_end(void);
 /** @brief New empty object within a context.
  *  @param context  the library's context.
  *  @param name  shown in messages; copied, cut at 127 characters; null for none.

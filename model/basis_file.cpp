@@ -269,13 +269,3 @@ extern "C" int qrt_importBasis(QRTModel *model, const char *filename) {
   qrt_leave(model);
   return result;
 }
-
-extern "C" int qrt_outBasis(QRTModel *model, const char *filename, int format, int numbers) {
-  fputs("qrt_outBasis replaced by qrt_exportBasis\n", stderr);
-  return qrt_exportBasis(model, filename, format, numbers);
-}
-
-extern "C" int qrt_inBasis(QRTModel *model, const char *filename) {
-  fputs("qrt_inBasis replaced by qrt_importBasis\n", stderr);
-  return qrt_importBasis(model, filename);
-}

@@ -262,13 +262,3 @@ extern "C" int qrt_importModel(QRTModel *model, const char *filename) {
 extern "C" int qrt_importModelFree(QRTModel *model, const char *filename) {
   return importModel(model, filename, true, "qrt_importModelFree");
 }
-
-extern "C" int qrt_convertMPS(QRTModel *model, const char *filename) {
-  fputs("qrt_convertMPS replaced by qrt_importModel\n", stderr);
-  return qrt_importModel(model, filename);
-}
-
-extern "C" int qrt_convertMPSFree(QRTModel *model, const char *filename) {
-  fputs("qrt_convertMPSFree replaced by qrt_importModelFree\n", stderr);
-  return qrt_importModelFree(model, filename);
-}

@@ -317,8 +317,3 @@ extern "C" int qrt_exportModel(QRTModel *model, const char *filename, int format
   qrt_leave(model);
   return result;
 }
-
-extern "C" int qrt_outMatrix(QRTModel *model, const char *filename, int format, int entries) {
-  fputs("qrt_outMatrix replaced by qrt_exportModel\n", stderr);
-  return qrt_exportModel(model, filename, format, entries);
-}

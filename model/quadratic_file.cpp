@@ -210,8 +210,3 @@ extern "C" int qrt_importQuadraticData(QRTModel *model, const char *filename) {
   qrt_leave(model);
   return result;
 }
-
-extern "C" int qrt_convertQuadratic(QRTModel *model, const char *filename) {
-  fputs("qrt_convertQuadratic replaced by qrt_importQuadraticData\n", stderr);
-  return qrt_importQuadraticData(model, filename);
-}

@@ -13,6 +13,8 @@
 
 extern "C" {
 
+QRTContext *qrts_initialize(void) { return qrt_initialize(); }
+int qrts_end(void) { return qrt_end(); }
 QRTContext *qrts_initializeContext(void) { return qrt_initializeContext(); }
 int qrts_endContext(QRTContext *context) {
   if (context) qrts_deleteObjectsOf(context);

@@ -189,8 +189,7 @@ void qrts_debug(const char *text) {
 }
 
 QRTModel *qrts_create2BaseModel(QRTModel *source, const char *name, int debug) {
-  fputs("qrt_createModel replaced by qrt_newModel(env,name)\n", stderr);
-  QRTModel *model = qrt_newModel(nullptr, name);
+  QRTModel *model = qrt_createModel(name);
   if (!debug) qrt_messagePrintOff(model, NUMBER_ENTERING_MODULE);
   if (source) takeSettings(model, source, name);
   if (!debug) qrt_messagePrintOff(model, NUMBER_ENTERING_MODULE);

@@ -17,7 +17,7 @@ strict="-std=c99 -pedantic -Wall -Wextra -Wstrict-prototypes -Werror ${CFLAGS:-}
 flags=$(pkg-config --cflags --libs tavstoch)
 
 # Each interface header by itself, then the program.
-for header in "$work"/prefix/include/*_c_api.h; do
+for header in "$work"/prefix/include/*_c_api.h "$work"/prefix/include/qrt_classic.h; do
   echo "#include <$(basename "$header")>" > "$work/one.c"
   $cc $strict -fsyntax-only "$work/one.c" $flags
 done
