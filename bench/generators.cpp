@@ -175,3 +175,81 @@ void writePlants(const std::string &path, int plants, int markets, int scenarios
   std::fprintf(file, "ENDATA\n");
   std::fclose(file);
 }
+
+namespace {
+
+void cell(FILE *file, const char *columnKind, int stage, int good, const char *row, double value) {
+  std::fprintf(file, "    %s%02d%03d  %-8s  %12.4f\n", columnKind, stage, good, row, value);
+}
+std::string rowName(const char *kind, int stage, int good) {
+  char name[40];
+  std::snprintf(name, sizeof name, "%s%02d%03d", kind, stage, good);
+  return name;
+}
+
+void writeStocksCore(const std::string &path, int stages, int goods) {
+  Dice dice = {777u};
+  FILE *file = create(path + ".cor");
+  std::fprintf(file, "NAME          STOCKS\nROWS\n N  COST\n");
+  for (int s = 1; s <= stages; ++s) {
+    std::fprintf(file, " L  BUD%02d\n", s);
+    for (int g = 0; g < goods; ++g) std::fprintf(file, " L  LIM%02d%03d\n E  BAL%02d%03d\n", s, g, s, g);
+  }
+  std::fprintf(file, "COLUMNS\n");
+  for (int s = 1; s <= stages; ++s)
+    for (int g = 0; g < goods; ++g) {
+      const std::string balance = rowName("BAL", s, g), budget = rowName("BUD", s, 0).substr(0, 5);
+      cell(file, "CAP", s, g, "COST", dice.roll(3.0, 6.0));
+      cell(file, "CAP", s, g, budget.c_str(), 1.0);
+      for (int later = s + 1; later <= stages; ++later) cell(file, "CAP", s, g, rowName("LIM", later, g).c_str(), -1.0);
+      cell(file, "MAK", s, g, "COST", dice.roll(1.0, 3.0));
+      cell(file, "MAK", s, g, rowName("LIM", s, g).c_str(), 1.0);
+      cell(file, "MAK", s, g, rowName("LIM", s, (g + 1) % goods).c_str(), 0.4);
+      cell(file, "MAK", s, g, balance.c_str(), 1.0);
+      cell(file, "SHO", s, g, "COST", dice.roll(12.0, 25.0));
+      cell(file, "SHO", s, g, balance.c_str(), 1.0);
+      cell(file, "KEE", s, g, "COST", dice.roll(0.2, 0.6));
+      cell(file, "KEE", s, g, balance.c_str(), -1.0);
+      if (s < stages) cell(file, "KEE", s, g, rowName("BAL", s + 1, g).c_str(), 1.0);
+    }
+  std::fprintf(file, "RHS\n");
+  for (int s = 1; s <= stages; ++s) {
+    std::fprintf(file, "    RHS       BUD%02d     %12.1f\n", s, 12.0 * goods);
+    for (int g = 0; g < goods; ++g) {
+      std::fprintf(file, "    RHS       LIM%02d%03d  %12.1f\n", s, g, s == 1 ? 20.0 : 4.0);
+      std::fprintf(file, "    RHS       BAL%02d%03d  %12.1f\n", s, g, 10.0);
+    }
+  }
+  std::fprintf(file, "ENDATA\n");
+  std::fclose(file);
+  file = create(path + ".tim");
+  std::fprintf(file, "TIME          STOCKS\nPERIODS\n");
+  for (int s = 1; s <= stages; ++s) std::fprintf(file, "    CAP%02d000  BUD%02d                    STAGE%d\n", s, s, s);
+  std::fprintf(file, "ENDATA\n");
+  std::fclose(file);
+}
+
+}  // namespace
+
+void writeStocks(const std::string &path, int stages, int branches, int goods) {
+  writeStocksCore(path, stages, goods);
+  Dice dice = {4321u};
+  long long leaves = 1;
+  for (int s = 1; s < stages; ++s) leaves *= branches;
+  FILE *file = create(path + ".sto");
+  std::fprintf(file, "STOCH         STOCKS\nSCENARIOS     DISCRETE\n");
+  for (long long k = 0; k < leaves; ++k) {
+    // The last digits of k that are all 0 are the stages that begin anew.
+    int stage = stages;
+    long long below = branches;
+    for (long long rest = k; stage > 2 && rest % branches == 0; rest /= branches, --stage) below *= branches;
+    if (k == 0) stage = 2;
+    char ancestor[24] = "ROOT";
+    if (stage > 2) std::snprintf(ancestor, sizeof ancestor, "S%07lld", k - k % below);
+    std::fprintf(file, " SC S%07lld  %-8s  %12.9f   STAGE%d\n", k, ancestor, 1.0 / double(leaves), stage);
+    for (int s = stage; s <= stages; ++s)
+      for (int g = 0; g < goods; ++g) std::fprintf(file, "    RHS       BAL%02d%03d  %12.4f\n", s, g, dice.roll(2.0, 30.0));
+  }
+  std::fprintf(file, "ENDATA\n");
+  std::fclose(file);
+}

@@ -31,3 +31,7 @@ void writeScenarios(const std::string &path, int random, int scenarios);
 // A two-stage triple: plants are built in stage 1 under a budget and serve markets in stage 2, where what is short has a
 // price; every market's demand is random, in `scenarios` SCENARIOS entries. path + ".cor", ".tim", ".sto".
 void writePlants(const std::string &path, int plants, int markets, int scenarios);
+// A triple of `stages` stages whose nodes have `branches` children each: capacity for `goods` goods is built in every stage
+// and can be used from the next one on; goods are made, kept or short; demand is random. branches^(stages - 1) SCENARIOS
+// entries, a node has 2 * goods + 1 rows and 4 * goods columns.
+void writeStocks(const std::string &path, int stages, int branches, int goods);

@@ -395,6 +395,7 @@ void awaitLook(QRTStoch *stoch, BendersRun *run) {
 bool wholeCanWait(QRTStoch *stoch, int mode) {
   if (stoch->smodel || mode != 0 || stoch->maxiter <= 0 || stoch->ifFinalSimplex == 1 || !stoch->sdata) return false;
   if (qrts_unpackCore(stoch->sdata) >= 2 || qrts_needNodes(stoch->sdata) >= 2) return false;
+  if (stoch->sdata->core->problemType != 1) return false;
   NodeList *list = stoch->sdata->nodes;
   int rc = 0;
   qrts_prob(&rc, list, stoch->sdata->core->nStages, 1);
@@ -442,6 +443,7 @@ int qrts_benders2LSolve(QRTStoch *stoch, int mode) {
       const int code = qrts_load2BaseModel(stoch, 1);
       if (code >= 2) return code;
     }
+    if (refuseQuadratic(stoch, "qrts_bendersLSolve")) return 2;
     if (stoch->optmaxmin < 0.0) qrt_setMaximize(stoch->smodel->model);
   }
   switchSimplexLog(stoch, false);

@@ -55,6 +55,13 @@ void tellForming(const char *role, int number) {
   stochMessage(MSG_FORMING);
 }
 
+// Those of the store, once for all models of a cut. False after a message.
+bool makeProbabilities(QRTStoch *stoch) {
+  int rc = 0;
+  if (qrts_needNodes(stoch->sdata) < 2) qrts_prob(&rc, stoch->sdata->nodes, stoch->sdata->core->nStages, 1);
+  return rc < 2;
+}
+
 QRTStoch *newMember(QRTStoch *stoch, int i, int parent) {
   char name[192];
   snprintf(name, sizeof name, i == 0 ? "%.127s-Master[%d]" : "%.127s-Sub[%d]", stoch->name, i + 1);
@@ -63,6 +70,7 @@ QRTStoch *newMember(QRTStoch *stoch, int i, int parent) {
   model->ownsData = 0;
   model->masterModel = parent;
   qrts_copy2SolverOptions(model, stoch);
+  model->probabilitiesStand = 1;  // see makeProbabilities()
   return model;
 }
 
@@ -74,6 +82,7 @@ int formModel(QRTStoch *stoch, const Cut *cut, int i, const Manner *manner, int 
   int maxRows, maxCols;
   const int described = i == 0 ? qrts_describe2MasterModel(model, 1, cut->counts[0], cut->lists[0], 0, cut->n, &maxRows, &maxCols)
                                : qrts_describe2SubModel(model, i + 1, cut->counts[i], cut->lists[i], 0);
+  model->probabilitiesStand = 0;
   if (described < 0) return -1;
   if (load && qrts_load2BaseModel(model, 1) > manner->worstLoad) return 0;
   model->nNodeList = cut->counts[i];
@@ -88,12 +97,11 @@ int formModels(QRTStoch *stoch, Cut *cut, const Manner *manner, int load) {
   stoch->nSubmodels = (stoch->nSubmodels > 0 ? stoch->nSubmodels : 0) + cut->n;
   messageI(1, cut->n);
   stochMessage(MSG_DECOMPOSING);
-  int result = cut->n;
-  for (int i = 0; i < cut->n; ++i) {
+  int result = makeProbabilities(stoch) ? cut->n : -1;
+  for (int i = 0; i < cut->n && result > 0; ++i) {
     const int formed = formModel(stoch, cut, i, manner, load);
     if (formed == 1) continue;
     result = formed;
-    break;
   }
   freeCut(cut);
 #ifdef QRT_SELF_CHECKS
@@ -183,10 +191,13 @@ void tellSubproblem(const QRTStoch *stoch, int i, int nNodes, int nVirtual, int 
 QRTStoch *formMasterAlone(QRTStoch *stoch, int **lists, const int *counts, int n, int nChild) {
   messageI(1, n);
   stochMessage(MSG_DECOMPOSING);
+  if (!makeProbabilities(stoch)) return nullptr;
   QRTStoch *master = newMember(stoch, 0, 0);
   tellForming(AT_STAGE.masterRole, tagOf(stoch) + 1);
   int maxRows, maxCols;
-  if (qrts_describe2MasterModel(master, 1, counts[0], lists[0], 0, nChild + 1, &maxRows, &maxCols) >= 0 &&
+  const int described = qrts_describe2MasterModel(master, 1, counts[0], lists[0], 0, nChild + 1, &maxRows, &maxCols);
+  master->probabilitiesStand = 0;
+  if (described >= 0 &&
       qrts_load2BaseModel(master, 1) <= AT_STAGE.worstLoad) {
     master->nNodeList = counts[0];
     const int64_t bytes = int64_t(counts[0]) * int64_t(sizeof(int));
@@ -214,7 +225,7 @@ void storeNumbers(const QRTStoch *model, int *out) {
   const int listed = model->nodeList ? model->nNodeList : store->nNodes;
   for (int p = 0; p < listed; ++p)
     for (int s = model->nodeList ? model->nodeList[p] : p + 1; s != 0; s = store->nodes[s - 1].parent) {
-      const int k = smodel->nodeMap[s - 1];
+      const int k = placeOfNode(smodel, s);
       if (k == 0 || out[k - 1] != 0) break;
       out[k - 1] = s;
     }
@@ -237,15 +248,15 @@ const char *submodels_check(const QRTStoch *stoch) {
   }
   if (!fault && roots != 1) fault = "there is not one root model";
   for (int s = 0; s < nStore && !fault; ++s)
-    if (stoch->smodel && stoch->smodel->nodeMap[s] && owner[s] == 0) fault = "a node is real in no model";
+    if (stoch->smodel && placeOfNode(stoch->smodel, s + 1) && owner[s] == 0) fault = "a node is real in no model";
   for (int i = 0; i < n && !fault; ++i) {
     const QRTStoch *model = stoch->submodels[i];
     const int parent = model->masterModel;
     for (int p = 0; p < model->nNodeList && !fault && parent; ++p)
       for (int s = stoch->sdata->nodes->nodes[model->nodeList[p] - 1].parent; s && owner[s - 1] != i + 1;
            s = stoch->sdata->nodes->nodes[s - 1].parent) {
-        if (stoch->submodels[parent - 1]->smodel->nodeMap[s - 1] == 0) fault = "a virtual node is not in the parent model";
-        if (model->smodel->nodeMap[s - 1] == 0) fault = "an ancestor is not in its model";
+        if (placeOfNode(stoch->submodels[parent - 1]->smodel, s) == 0) fault = "a virtual node is not in the parent model";
+        if (placeOfNode(model->smodel, s) == 0) fault = "an ancestor is not in its model";
       }
   }
   free(owner);

@@ -105,7 +105,7 @@ struct Growth {
 };
 
 int leafOfScenario(const Growth *g, int scenario) {
-  return g->stoch->smodel->nodeMap[g->stoch->sdata->scenarios->table[scenario - 1].lastNode - 1];
+  return placeOfNode(g->stoch->smodel, g->stoch->sdata->scenarios->table[scenario - 1].lastNode);
 }
 
 // The leaf of the scenario that made node c, which is the oldest below it; when it has no probability, the oldest left.

@@ -3,6 +3,7 @@
 // reached from here: no other file knows how a proposal or a cut travels.
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "decomp/scn_nested.h"
@@ -243,13 +244,31 @@ int nested_CSendNodeListToSlaves(QRTStoch *sub, QRTStoch **models) {
   return 0;
 }
 
+namespace {
+
+// Where the virtual columns of a model stand among its parent's, which hold other nodes as well.
+void findPlaces(QRTStoch *sub, QRTStoch *parent) {
+  const NestedModel *rec = nestedOf(sub), *above = nestedOf(parent);
+  const int n = rec->nCols - rec->nReal;
+  rec->slavePart->place = nestedBlock<int>(baseOf(sub), n);
+  int *all = static_cast<int *>(qrts__alloc("qrts_nestedLSolve", int64_t(rec->nCols + 1) * int64_t(sizeof(int)), 0));
+  int count = 0;
+  const int *nodes = virtualNodes(sub, &count);
+  qrts_Cndcp(parent, above->masterPart->columnIndex, "ALL", sub, all, "VIRTUAL", count, nodes, 1, sizeof(int));
+  for (int k = 0; k < n; ++k) rec->slavePart->place[k] = all[rec->nReal + k] - 1;
+  free(all);
+}
+
+}  // namespace
+
 int nested_CRecvNodeListFromMaster(QRTStoch *sub, QRTStoch **models) {
   NestedModel *rec = nestedOf(sub);
   rec->modelStatus = NESTED_WORKING;
   if (NestedSlave *slave = rec->slavePart) {
-    const QRTStoch *parent = models[slave->parentModel - 1];
+    QRTStoch *parent = models[slave->parentModel - 1];
     slave->numNodes = parent->smodel->nodeList->nNodes;
     slave->nodes = nestedOf(parent)->storeNode;
+    if (!slave->place) findPlaces(sub, parent);
     rec->modelStatus = NESTED_OPTIMAL;
   }
   return qrtnested_Cputstat(baseOf(sub), rec->modelNumber, rec->modelStatus, 0, -SCN_INFINITY);

@@ -305,7 +305,7 @@ int readNode(Families *all, Family *f, Member *member, int p, double probability
 const int32_t *placesOf(Families *all, const Outline *o, const StochModel *master, const int32_t *before, int nBefore) {
   bool same = before && nBefore == o->nVirtual;
   for (int v = 0; v < o->nVirtual && same; ++v)
-    same = before[v] == master->nodeList->nodes[master->nodeMap[o->virtualNode[v] - 1] - 1].colOffset;
+    same = before[v] == master->nodeList->nodes[placeOfNode(master, o->virtualNode[v]) - 1].colOffset;
   if (same) return before;
   if (all->nPlaces == all->placeRoom) {
     all->placeRoom = 2 * all->placeRoom + 16;
@@ -313,7 +313,7 @@ const int32_t *placesOf(Families *all, const Outline *o, const StochModel *maste
   }
   int32_t *places = all->placePool[all->nPlaces++] = newArray<int32_t>(o->nVirtual);
   for (int v = 0; v < o->nVirtual; ++v)
-    places[v] = master->nodeList->nodes[master->nodeMap[o->virtualNode[v] - 1] - 1].colOffset;
+    places[v] = master->nodeList->nodes[placeOfNode(master, o->virtualNode[v]) - 1].colOffset;
   return places;
 }
 

@@ -356,7 +356,7 @@ int member_gather(Families *all, int i, const double *xhat, MemberAnswer *answer
       }
     };
     for (int p = 0; p < f->nReal; ++p) {
-      const TreeNode &node = whole->nodeList->nodes[whole->nodeMap[member->nodes[p] - 1] - 1];
+      const TreeNode &node = whole->nodeList->nodes[placeOfNode(whole, member->nodes[p]) - 1];
       copyPart(node.rowOffset, f->rowOffset[p], node.nRows);
       copyPart(to->Imaxrows + node.colOffset, f->nRows + f->colOffset[p], node.nCols);
     }
@@ -376,7 +376,7 @@ void member_hotStart(Families *all, int i) {
       member->basis[target + k] = static_cast<unsigned char>(uint32_t(whole->model->status[source + k]) >> STATUS_SHIFT & 0xE0);
   };
   for (int p = 0; p < f->nReal; ++p) {
-    const TreeNode &node = whole->nodeList->nodes[whole->nodeMap[member->nodes[p] - 1] - 1];
+    const TreeNode &node = whole->nodeList->nodes[placeOfNode(whole, member->nodes[p]) - 1];
     takePart(f->rowOffset[p], node.rowOffset, node.nRows);
     takePart(f->nRows + f->colOffset[p], whole->model->Imaxrows + node.colOffset, node.nCols);
   }

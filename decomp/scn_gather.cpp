@@ -46,7 +46,7 @@ template <class Visit> int forEachRealNode(QRTStoch *stoch, QRTStoch **models, i
   for (int i = 0; i < n; ++i) {
     const StochModel *part = models[i]->smodel;
     for (int p = 0; p < models[i]->nNodeList; ++p) {
-      const int number = models[i]->nodeList[p], k = part->nodeMap[number - 1], w = whole->nodeMap[number - 1];
+      const int number = models[i]->nodeList[p], k = placeOfNode(part, number), w = placeOfNode(whole, number);
       if (k == 0) continue;  // left out for want of probability
       if (w == 0) {
         printf("%s: node %d not found in original model\n", caller, number);

@@ -299,6 +299,7 @@ int qrts_nested2LSolve(QRTStoch *stoch, int cutstrategy, int mode) {
   if (!stoch->smodel && qrts_describe2FullModel(stoch, 0, 1) < 0) return 2;
   int code = stoch->smodel->model->Inumblocks == 0 ? qrts_load2BaseModel(stoch, 1) : 0;
   if (code >= 2) return code;
+  if (refuseQuadratic(stoch, "qrts_nestedLSolve")) return 2;
   switchSimplexLog(stoch, false);
   if (stoch->optmaxmin < 0.0) qrt_setMaximize(stoch->smodel->model);
   const bool ownList = stoch->maxiter > 0 && stoch->nSubmodels <= 0;

@@ -82,6 +82,7 @@ struct NestedSlave {
   int32_t numNodes;         // the parent's whole node list in its order
   const int *nodes;         // store numbers; the parent's
   const double *proposal;   // [parent's columns] the proposal in hand; the sender's
+  int *place;               // [virtual columns] where each stands in a proposal
   double *cut;              // [virtual columns] coefficients on their way up
   double cutRhs;
   int32_t isRay;            // 1: the proposal in hand is a ray

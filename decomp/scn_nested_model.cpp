@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <initializer_list>
 
 #include "decomp/scn_nested.h"
 #include "decomp/scn_solving.h"
@@ -48,6 +47,14 @@ void tellOther(int index, int model, int other) {
   messageI(1, model);
   messageI(2, other);
   say(index);
+}
+
+// Fixes the virtual columns at what the parent's columns say.
+void fixVirtual(QRTStoch *sub, const double *proposal) {
+  const NestedModel *rec = nestedOf(sub);
+  QRTModel *lp = sub->smodel->model;
+  double *lower = lp->lower + lp->Imaxrows + rec->nReal, *upper = lp->upper + lp->Imaxrows + rec->nReal;
+  for (int k = 0; k < rec->nCols - rec->nReal; ++k) lower[k] = upper[k] = proposal[rec->slavePart->place[k]];
 }
 
 double *columns(const Visit *v, double *rim) { return rim + v->lp->Imaxrows; }
@@ -354,8 +361,7 @@ int receive(Visit *v, int wait) {
   v->rec->bestValue = SCN_INFINITY;
   v->rec->modelStatus = NESTED_WORKING;
   post(v, NESTED_WORKING, seq, 0.0);
-  for (double *bounds : {columns(v, v->lp->upper), columns(v, v->lp->lower)})
-    qrts_Cndcp(nullptr, proposal, nullptr, v->sub, bounds, "VIRTUAL", slave->numNodes, slave->nodes, 1, sizeof(double));
+  fixVirtual(v->sub, proposal);
   return solve(v);
 }
 
@@ -443,12 +449,9 @@ int qrtnested_Cmodel(QRTStoch *sub, int forceCut, int wait, int *howmany, double
 }
 
 int solveAtParent(QRTStoch *sub, QRTStoch *parent) {
-  NestedModel *rec = nestedOf(sub);
   QRTModel *lp = sub->smodel->model;
   const QRTModel *above = parent->smodel->model;
   qrtnested_Cgtbd(sub, BOUNDS_ORIGINAL);
-  for (double *bounds : {lp->upper + lp->Imaxrows, lp->lower + lp->Imaxrows})
-    qrts_Cndcp(nullptr, above->solution + above->Imaxrows, nullptr, sub, bounds, "VIRTUAL", rec->slavePart->numNodes, rec->slavePart->nodes, 1,
-               sizeof(double));
+  fixVirtual(sub, above->solution + above->Imaxrows);
   return solveOn(lp);
 }

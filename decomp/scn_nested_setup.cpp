@@ -285,6 +285,6 @@ const char *nestedModel_check(const QRTStoch *sub) {
     if (lp->upper[rec->nRows + 1 + k] != (rec->activeBounds == BOUNDS_RAY ? 0.0 : master->cutRhs[k])) return "a cut row has another bound than its cut";
   for (int j = 0; j < master->numChildren; ++j)
     for (int v = 0; v < master->children[j].numNodes; ++v)
-      if (sub->smodel->nodeMap[master->children[j].nodes[v] - 1] == 0) return "a child's virtual node is not in the model";
+      if (placeOfNode(sub->smodel, master->children[j].nodes[v]) == 0) return "a child's virtual node is not in the model";
   return nullptr;
 }

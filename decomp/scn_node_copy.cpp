@@ -20,7 +20,7 @@ struct Place {
 };
 
 Place placeIn(const QRTStoch *model, int number, Kind kind, int unit) {
-  const int k = model->smodel->nodeMap[number - 1];
+  const int k = placeOfNode(model->smodel, number);
   if (k == 0) return {false, 0};
   const TreeNode &node = model->smodel->nodeList->nodes[k - 1];
   if (kind != KIND_ALL && (kind == KIND_VIRTUAL) != (node.isVirtual != 0)) return {false, 0};

@@ -10,6 +10,7 @@
 #include "prep/presolve_call.h"
 
 namespace {
+constexpr int MSG_NO_QUADRATIC_HERE = 672, QUADRATIC_TYPE = 2;
 constexpr int SIMPLEX_LOG[] = {16, 48, 129, 132, 133, 134};  // message numbers
 }
 
@@ -115,6 +116,23 @@ void switchSimplexLog(QRTStoch *stoch, bool on) {
   QRTModel *models[2] = {stoch->baseModel, stoch->smodel ? stoch->smodel->model : stoch->baseModel};
   for (QRTModel *model : models)
     for (int message : SIMPLEX_LOG) on ? qrt_messagePrintOn(model, message) : qrt_messagePrintOff(model, message);
+}
+
+namespace {
+int tellQuadratic(QRTModel *model, const char *function) {
+  qrt_enter(model, function, 1);
+  QRT_JUMP_FRAME(model, qrt_disaster(model));
+  qrtmesg_no(MSG_NO_QUADRATIC_HERE);
+  QRT_END_FRAME();
+  qrt_leave(model);
+  return 0;
+}
+}  // namespace
+
+bool refuseQuadratic(QRTStoch *stoch, const char *function) {
+  if (stoch->smodel->problemType != QUADRATIC_TYPE) return false;
+  tellQuadratic(stoch->smodel->model, function);
+  return true;
 }
 
 int solveWhole(QRTStoch *stoch) {

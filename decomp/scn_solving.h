@@ -39,5 +39,8 @@ void divideCosts(QRTModel *lp, double weight);
 
 // Printing of the simplex log's messages, on the object's model and on its base model.
 void switchSimplexLog(QRTStoch *stoch, bool on);
+// Cuts are planes, and so are the costs that a simplex minimises: a program with quadratic terms is refused by message 7070,
+// which ends the process unless its limit was raised. The object's model must be loaded.
+bool refuseQuadratic(QRTStoch *stoch, const char *function);
 // The whole model by one simplex solve from the values it holds; status and objective value. 0 or a solver's code.
 int solveWhole(QRTStoch *stoch);

@@ -222,10 +222,12 @@ int qrt_deleteModel(QRTModel *model) {
   QRTContext *context = model->context;
   qrt_deleteModel2(model);
   if (context) {
-    int kept = 0;
-    for (int i = 0; i < context->nModels; ++i)
-      if (context->models[i] != model) context->models[kept++] = context->models[i];
-    context->nModels = kept;
+    int at = context->nModels - 1;  // models made last mostly go first
+    while (at >= 0 && context->models[at] != model) --at;
+    if (at >= 0) {
+      --context->nModels;
+      for (int i = at; i < context->nModels; ++i) context->models[i] = context->models[i + 1];
+    }
   }
   memset(model->header, 0, sizeof model->header);
   qrt_freeBase(model);

@@ -24,10 +24,40 @@ void tellCount(const char *what, int count) {
 struct Layout {
   StochModel *smodel;
   int64_t rows, cols, twiceBlocks;
-  int nStore;       // nodes of the store
+  int room;         // of the table of nodes
   int front, back;  // real nodes fill the table from the front, virtual ones from the back
   int removed;
 };
+
+// A hash table of places with at least twice `count` slots.
+void openPlaces(StochModel *smodel, int64_t count) {
+  smodel->placeShift = 31;
+  while (smodel->placeShift > 1 && int64_t(1) << (32 - smodel->placeShift) < 2 * count) --smodel->placeShift;
+  const int64_t slots = int64_t(1) << (32 - smodel->placeShift);
+  smodel->nodePlaces = static_cast<NodePlace *>(qrts__alloc("qrts_dscm0", slots * int64_t(sizeof(NodePlace)), 0));
+}
+
+void setPlace(StochModel *smodel, int number, int position) {
+  if (smodel->nodeMap) {
+    smodel->nodeMap[number - 1] = position;
+    return;
+  }
+  const uint32_t mask = (1u << (32 - smodel->placeShift)) - 1;
+  uint32_t slot = uint32_t(number) * 2654435769u >> smodel->placeShift;  // as placeOfNode()
+  while (smodel->nodePlaces[slot].number != 0 && smodel->nodePlaces[slot].number != number) slot = (slot + 1) & mask;
+  smodel->nodePlaces[slot] = {number, position};
+}
+
+// The hash table was made for as many ancestors as there could be.
+void shrinkPlaces(StochModel *smodel) {
+  if (smodel->nodeMap) return;
+  NodePlace *old = smodel->nodePlaces;
+  const int64_t slots = int64_t(1) << (32 - smodel->placeShift);
+  openPlaces(smodel, smodel->nodeList->nNodes);
+  for (int64_t k = 0; k < slots; ++k)
+    if (old[k].number != 0) setPlace(smodel, old[k].number, old[k].position);
+  free(old);
+}
 
 void placeReal(Layout *layout, TreeNode *place, const TreeNode &from) {
   *place = from;
@@ -51,20 +81,20 @@ void placeListed(Layout *layout, const NodeList *store, int number) {
   const TreeNode &node = store->nodes[number - 1];
   StochModel *smodel = layout->smodel;
   NodeList *list = smodel->nodeList;
-  if (smodel->nodeMap[number - 1] != 0) return;  // listed twice
+  if (placeOfNode(smodel, number) != 0) return;  // listed twice
   if (!(node.probability > 0.0)) {
     ++layout->removed;
     return;
   }
   int position;
   if (node.isVirtual) {
-    position = layout->nStore - layout->back++;
+    position = layout->room - layout->back++;
     placeVirtual(layout, &list->nodes[position - 1], node);
   } else {
     position = ++layout->front;
     placeReal(layout, &list->nodes[position - 1], node);
   }
-  smodel->nodeMap[number - 1] = position;
+  setPlace(smodel, number, position);
   ++list->stageCount[node.stage - 1];
 }
 
@@ -73,10 +103,10 @@ void closeGap(Layout *layout) {
   StochModel *smodel = layout->smodel;
   TreeNode *nodes = smodel->nodeList->nodes;
   int to = layout->front;
-  for (int from = layout->nStore - layout->back; from < layout->nStore; ++from, ++to) {
+  for (int from = layout->room - layout->back; from < layout->room; ++from, ++to) {
     if (to != from) nodes[to] = nodes[from];
     nodes[to].rowOffset = int32_t(layout->rows);
-    smodel->nodeMap[nodes[to].number - 1] = to + 1;
+    setPlace(smodel, nodes[to].number, to + 1);
   }
 }
 
@@ -87,11 +117,11 @@ void appendAncestors(Layout *layout, const NodeList *store) {
   const int listed = layout->front + layout->back;
   int total = listed;
   for (int k = 0; k < listed; ++k) {
-    for (int up = list->nodes[k].parent; up != 0 && smodel->nodeMap[up - 1] == 0; up = store->nodes[up - 1].parent) {
+    for (int up = list->nodes[k].parent; up != 0 && placeOfNode(smodel, up) == 0; up = store->nodes[up - 1].parent) {
       TreeNode *place = &list->nodes[total++];
       placeVirtual(layout, place, store->nodes[up - 1]);
       place->rowOffset = int32_t(layout->rows);
-      smodel->nodeMap[up - 1] = total;
+      setPlace(smodel, up, total);
       ++list->stageCount[place->stage - 1];
       ++list->nVirtual;
     }
@@ -104,7 +134,7 @@ void renumber(StochModel *smodel) {
   NodeList *list = smodel->nodeList;
   for (int k = 0; k < list->nNodes; ++k) {
     TreeNode &node = list->nodes[k];
-    node.parent = node.parent ? smodel->nodeMap[node.parent - 1] : 0;
+    node.parent = node.parent ? placeOfNode(smodel, node.parent) : 0;
     node.firstChild = 0;
     node.number = k + 1;
   }
@@ -137,15 +167,18 @@ bool acceptList(int nNodes, const int *nodeList, int nStore) {
   return usable;
 }
 
-StochModel *newDescription(const CoreData *core, int nStore) {
+// With room for so many nodes. Its map covers the store only if it holds a good part of it: a tree cut into thousands of
+// models would else cost the square of its nodes.
+StochModel *newDescription(const CoreData *core, int nStore, int room) {
   StochModel *smodel = static_cast<StochModel *>(qrts__alloc("qrts_dscm0", sizeof(StochModel), 0));
   NodeList *list = static_cast<NodeList *>(qrts__alloc("qrts_dscm0", sizeof(NodeList), 0));
   smodel->nodeList = list;
   smodel->problemType = 1;
-  smodel->nodeMap = static_cast<int *>(qrts__alloc("qrts_dscm0", int64_t(nStore) * int64_t(sizeof(int)), 0));
+  if (room >= nStore / 4) smodel->nodeMap = static_cast<int *>(qrts__alloc("qrts_dscm0", int64_t(nStore) * int64_t(sizeof(int)), 0));
+  else openPlaces(smodel, room);
   list->stageCount = static_cast<int *>(qrts__alloc("qrts_dscm0", int64_t(core->nStages) * int64_t(sizeof(int)), 0));
   list->stageHead = static_cast<int *>(qrts__alloc("qrts_dscm0", int64_t(core->nStages) * int64_t(sizeof(int)), 0));
-  list->nodes = static_cast<TreeNode *>(qrts__alloc("qrts_dscm0", int64_t(nStore) * int64_t(sizeof(TreeNode)), 1));
+  list->nodes = static_cast<TreeNode *>(qrts__alloc("qrts_dscm0", int64_t(room) * int64_t(sizeof(TreeNode)), 1));
   return smodel;
 }
 
@@ -166,7 +199,7 @@ void layOut(Layout *layout, const NodeList *store, int nNodes, const int *nodeLi
 }  // namespace
 
 void qrts_dscm0(int *rc, StochData *sdata, int nNodes, const int *nodeList, StochModel **out, int64_t *twiceBlocks,
-                int probabilityFlag) {
+                int probabilityFlag, bool probabilitiesStand) {
   *rc = 2;
   *out = nullptr;
   if (qrts_unpackCore(sdata) >= 2 || qrts_needNodes(sdata) >= 2) return;
@@ -174,10 +207,13 @@ void qrts_dscm0(int *rc, StochData *sdata, int nNodes, const int *nodeList, Stoc
   NodeList *store = sdata->nodes;
   if (!acceptList(nNodes, nodeList, store->nNodes)) return;
   int probabilityCode = 0;
-  qrts_prob(&probabilityCode, store, core->nStages, 1);
+  if (!probabilitiesStand) qrts_prob(&probabilityCode, store, core->nStages, 1);
   if (probabilityCode >= 2) return;
 
-  Layout layout = {newDescription(core, store->nNodes), 0, 0, 0, store->nNodes, 0, 0, 0};
+  // Each listed node may bring an ancestor a stage.
+  const int64_t most = nNodes > 0 ? int64_t(nNodes) * core->nStages : store->nNodes;
+  const int room = most < store->nNodes ? int(most) : store->nNodes;
+  Layout layout = {newDescription(core, store->nNodes, room), 0, 0, 0, room, 0, 0, 0};
   layOut(&layout, store, nNodes, nodeList);
   StochModel *smodel = layout.smodel;
   NodeList *list = smodel->nodeList;
@@ -193,6 +229,7 @@ void qrts_dscm0(int *rc, StochData *sdata, int nNodes, const int *nodeList, Stoc
   }
   list->nodes = static_cast<TreeNode *>(
       qrts__realloc("qrts_dscm0", list->nodes, int64_t(list->nNodes) * int64_t(sizeof(TreeNode))));
+  shrinkPlaces(smodel);
   renumber(smodel);
   qrts_linkNodes(list, core->nStages);
   tellCount("model nodes", list->nNodes);
@@ -257,7 +294,8 @@ StochModel *qrts_Cdscm(QRTStoch *stoch, int tag, const char *modelName, int nNod
   int rc;
   StochModel *smodel;
   int64_t twiceBlocks = 0;
-  qrts_dscm0(&rc, stoch->sdata, nNodes, nodeList, &smodel, &twiceBlocks, probabilityFlag);
+  qrts_dscm0(&rc, stoch->sdata, nNodes, nodeList, &smodel, &twiceBlocks, probabilityFlag,
+             stoch->probabilitiesStand != 0);
   if (rc >= 2) {
     qrts_freeSmodel(smodel);
     return nullptr;
@@ -324,6 +362,7 @@ void qrts_freeSmodel(StochModel *smodel) {
   if (!smodel) return;
   qrts_freeNodeList(smodel->nodeList);
   free(smodel->nodeMap);
+  free(smodel->nodePlaces);
   free(smodel->quadDiagonal);
   if (smodel->model) qrt_deleteModel(smodel->model);
   free(smodel);
@@ -349,7 +388,7 @@ const char *smodel_check(const QRTStoch *stoch) {
   if (rows != smodel->nRows || cols != smodel->nCols) return "the nodes do not add up to the model's size";
   if (virtualNodes != list->nVirtual) return "the number of virtual nodes is wrong";
   int mapped = 0;
-  for (int n = 0; n < stoch->sdata->nodes->nNodes; ++n) mapped += smodel->nodeMap[n] != 0;
+  for (int n = 0; n < stoch->sdata->nodes->nNodes; ++n) mapped += placeOfNode(smodel, n + 1) != 0;
   if (mapped != list->nNodes) return "the map does not reach every node once";
   return nullptr;
 }

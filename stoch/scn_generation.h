@@ -35,9 +35,10 @@ int qrts_describe2MasterModel(QRTStoch *stoch, int tag, int nNodes, const int *n
 // The steps of the four above: layout, empty model, rims. Null after a message.
 StochModel *qrts_Cdscm(QRTStoch *stoch, int tag, const char *modelName, int nNodes, const int *nodeList, int *blockCount,
                        int probabilityFlag, int nSubproblems, int cycles, int *maxRows, int *maxCols, int debug);
-// Lays out nodes, rows and columns; *twiceBlocks is twice the number of blocks. *rc 0, or 2 after a message.
+// Lays out nodes, rows and columns; *twiceBlocks is twice the number of blocks. probabilitiesStand: qrts_prob() has been
+// over the store since its weights last changed. *rc 0, or 2 after a message.
 void qrts_dscm0(int *rc, StochData *sdata, int nNodes, const int *nodeList, StochModel **out, int64_t *twiceBlocks,
-                int probabilityFlag);
+                int probabilityFlag, bool probabilitiesStand);
 // Gives the described model its empty rims. 0 or 2.
 int qrts_Cemdl0(StochModel *smodel, QRTModel *model, int tag);
 // Frees a description with its model; null is ignored.

@@ -134,7 +134,7 @@ void qrts_deleteSubmodels(QRTStoch *stoch) {
   for (size_t slot = SUBMODEL_BLOCKS; slot < std::size(stoch->decomposition); ++slot) stoch->decomposition[slot] = nullptr;
   if (stoch->nSubmodels > 0 && stoch->submodels) {
     if (stoch->ifDebug) qrts_debug(" ***** qrts_delete2Stoch: Deleteing oModel->submodels also ****");
-    for (int k = 0; k < stoch->nSubmodels; ++k) {
+    for (int k = stoch->nSubmodels - 1; k >= 0; --k) {  // the context finds its last models first
       QRTStoch *submodel = stoch->submodels[k];
       if (!submodel) continue;
       submodel->sdata = nullptr;  // shared

@@ -187,6 +187,11 @@ struct StochData {
   IndependentData *independent;  // null unless read from INDEP or BLOCKS; released by qrts_freeIndependent
 };
 
+// A node of the store and its position in a description; an empty place of the hash table has number 0.
+struct NodePlace {
+  int32_t number, position;
+};
+
 // A described model: the deterministic equivalent of the tree or of a part of it.
 struct StochModel {
   NodeList *nodeList;       // own copy, in the model's numbering
@@ -195,10 +200,21 @@ struct StochModel {
   int32_t tag;              // the caller's, passed on when the model is copied
   int32_t nRows, nCols;
   int32_t nElements;        // of the core blocks of the real nodes
-  int *nodeMap;             // [nodes of the store] position from 1 in nodeList, 0 for none
+  int *nodeMap;             // [nodes of the store] position from 1 in nodeList, 0 for none; null where few are held:
+  NodePlace *nodePlaces;    // [2^(32 - placeShift)] then they stand here, found by placeOfNode(); else null
+  int32_t placeShift;
   int32_t problemType;      // 1, or 2 with a quadratic diagonal
   double *quadDiagonal;     // [nCols] for type 2
 };
+
+// Where a node of the store stands in the description, from 1; 0 when it is not in it.
+inline int placeOfNode(const StochModel *smodel, int number) {
+  if (smodel->nodeMap) return smodel->nodeMap[number - 1];
+  const uint32_t mask = (1u << (32 - smodel->placeShift)) - 1;
+  uint32_t slot = uint32_t(number) * 2654435769u >> smodel->placeShift;  // 2^32 over the golden ratio spreads any stride
+  while (smodel->nodePlaces[slot].number != 0 && smodel->nodePlaces[slot].number != number) slot = (slot + 1) & mask;
+  return smodel->nodePlaces[slot].position;
+}
 
 // ---- objects ------------------------------------------------------------------------------------------------
 
@@ -234,6 +250,7 @@ struct QRTStoch {
   // State of ours.
   int32_t lenient;          // 1: read files as the world writes them
   int32_t inherit;          // 1: a scenario takes over its ancestor's items for the stages it owns
+  int32_t probabilitiesStand;  // of a submodel: those of the store were made when the tree was cut
   double costWeight;        // of a submodel: what a decomposition divided its costs by; 0 nothing
   double gapAsked;          // the gap last asked for; reloptgap shows the one reached once a decomposition has run
   QRTSCycleCallBack cycleCallBack;  // told of each cycle, or null

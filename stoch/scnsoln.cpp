@@ -23,7 +23,7 @@ Side sideOf(const QRTModel *model, int rows, int dual) {
 }
 
 bool hasModel(const QRTStoch *stoch, const char *caller) {
-  if (!stoch->smodel || !stoch->smodel->model || !stoch->smodel->nodeMap) {
+  if (!stoch->smodel || !stoch->smodel->model || !stoch->smodel->nodeList) {
     messageC(1, "Stochastic Model");
     messageC(2, caller);
     stochMessage(MSG_BAD_STRUCTURE);
@@ -59,7 +59,7 @@ const TreeNode *modelNode(QRTStoch *stoch, int scenario, int stage) {
   int rc, storeNode;
   qrts_find(&rc, stoch->sdata, scenario - 1, stage, stage, &storeNode);
   if (rc) return nullptr;
-  const int position = stoch->smodel->nodeMap[storeNode - 1];
+  const int position = placeOfNode(stoch->smodel, storeNode);
   return position ? &stoch->smodel->nodeList->nodes[position - 1] : nullptr;
 }
 

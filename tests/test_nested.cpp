@@ -300,6 +300,29 @@ TEST_F(Nested, GatheredDualsAreThoseOfADirectSolve) {
   }
 }
 
+TEST_F(Nested, QuadraticTermsAreRefusedByBothMethods) {
+  // x + E[y], y >= d - x, d 1 or 3, and q y * y on top.
+  const int rowStages[] = {2}, colStages[] = {1, 2}, rows[] = {1, 1}, cols[] = {1, 2};
+  const double ones[] = {1, 1}, lower[] = {1}, more[] = {2};
+  for (const double q : {0.0, 4.0})
+    for (const bool nested : {false, true}) {
+      const double quadratic[] = {0, q};
+      QRTStoch *stoch = qrts_newStoch(context, "quadratic", 5);
+      qrts_setCoreProblemType(stoch, 2);
+      ASSERT_EQ(qrts_createCore(stoch, 2, rowStages, colStages, 1, 2, 2, ones, lower, nullptr, nullptr, nullptr, rows, cols, ones, quadratic), 0);
+      for (int k = 1; k <= 2; ++k)
+        qrts_addScenario(stoch, k, 0, 2, 0.5, 0, 1, 2, 0, nullptr, k == 1 ? nullptr : more, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0);
+      qrts_setFinalSimplexSolverOff(stoch);
+      qrt_mset(qrtse_getBaseModel(stoch), 7070, 256, -1, 0, 0, 0);  // in the caller's hands
+      const int code = nested ? qrtse_nestedLSolve(stoch, 1, 0) : qrts_bendersLSolve(stoch, 0);
+      EXPECT_EQ(code, q == 0.0 ? 0 : 2);
+      if (q == 0.0) {
+        EXPECT_NEAR(qrts_getRobjvalue(stoch), 2, 1e-9);
+      }
+      qrts_deleteStoch(stoch);
+    }
+}
+
 using NestedDeathTest = Nested;
 TEST_F(NestedDeathTest, BadParametersAndUnlimitedSeverityEndTheProcess) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
@@ -343,7 +366,7 @@ TEST_F(Nested, NodeDataBetweenModels) {
   const auto copy = [&](QRTStoch *a, const void *x, const char *ka, QRTStoch *b, void *y, const char *kb, const std::vector<int> &list, int unit) {
     return qrts_Cndcp(a, x, ka, b, y, kb, int(list.size()), list.empty() ? nullptr : list.data(), unit, sizeof(double));
   };
-  const int at = whole->smodel->nodeList->nodes[whole->smodel->nodeMap[own - 1] - 1].colOffset;
+  const int at = whole->smodel->nodeList->nodes[placeOfNode(whole->smodel, own) - 1].colOffset;
   // Between models: the virtual columns alone, then all.
   EXPECT_EQ(copy(whole, from.data(), "ALL", sub, into.data(), "VIRTUAL", {}, 1), 3);
   EXPECT_EQ(std::vector<double>(into.end() - 3, into.end()), (std::vector<double>{0, 1, 2}));
