@@ -33,6 +33,13 @@ enum : int { MSG_BASE_HAS_SIZE = 567, MSG_NOT_INITIALIZED = 559 };
 
 constexpr int STDERR_NEVER = 9999;  // above every message number that goes to a log
 
+void setBothCurrent(QRTModel *model) {
+  qrt_modelInfo = model;
+  qrt_oldModelInfo = model;
+}
+
+}  // namespace
+
 void saveRecords(WorkImage *image) {
   image->lplp = qrtlplp;
   image->addr = qrtaddr;
@@ -68,13 +75,6 @@ void loadRecords(const WorkImage *image) {
   qrterr.Ipagelines = image->Ipagelines;
   qrterr.Ilinelen = image->Ilinelen;
 }
-
-void setBothCurrent(QRTModel *model) {
-  qrt_modelInfo = model;
-  qrt_oldModelInfo = model;
-}
-
-}  // namespace
 
 const QrtLplp *imageLplp(const QRTModel *model) { return &imageOf(model)->lplp; }
 

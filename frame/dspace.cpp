@@ -96,6 +96,8 @@ void forgetModel() {
   memcpy(qrtaddr.arena, arena, sizeof arena);
   qrtlplp.Inumrows = qrtlplp.Inumcols = qrtlplp.Imaxrows = qrtlplp.Imaxcols = qrtlplp.Itotal = qrtlplp.Inumblocks = 0;
   qrtlplp.presolvedMode = qrtlplp.quadraticMode = qrtlplp.networkLoaded = 0;
+  qrtlplp.classicScaled = 0;
+  qrtlplp.classicAuxKind = -1;
   qrtint.Inumints = qrtint.Inumsets = 0;
   qrtlplp.classicModel = 1;
 }
@@ -295,6 +297,16 @@ void qrtgtmif(int *rtcod, void *dspace, const int *model, int quiet) {
   const ModelRecords *records = all->models[*model - 1].records;
   loadRecords(records ? records : all->initial);
   qrtlplp.classicModel = *model;
+}
+
+bool savedModelAt(const void *dspace, const double *from) {
+  for (int k = 0; k < dspaceTableLength; ++k) {
+    const DspaceModels &entry = dspaceTable[k];
+    if (entry.dspace != dspace) continue;
+    for (int i = 0; i < entry.nModels; ++i)
+      if (entry.models[i].records && entry.models[i].records->addr.modelFrom == from) return true;
+  }
+  return false;
 }
 
 void qrtinitf(int *rtcod, void *dspace) {

@@ -59,6 +59,8 @@ void qrtdscaf(int *rtcod, void *dspace, const int *dlen, const int *nmodels);
 // number out of range. `quiet` not 0: nothing is said.
 void qrtptmif(int *rtcod, void *dspace, const int *model, int quiet);
 void qrtgtmif(int *rtcod, void *dspace, const int *model, int quiet);
+// A model saved by qrtptmif has arrays that begin at `from`.
+bool savedModelAt(const void *dspace, const double *from);
 // Control variables to their defaults, models and their arrays released. DSPACE stays laid out; it may be null, or not
 // yet laid out.
 void qrtinitf(int *rtcod, void *dspace);

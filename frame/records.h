@@ -32,6 +32,8 @@ struct QrtLplp {
   int32_t presolvedMode;   // 1 between QRTPRSL and QRTPSSL
   int32_t quadraticMode;   // 1 once quadratic data was read or given
   int32_t networkLoaded;   // 1 while the model stands in the network solver's form
+  int32_t classicScaled;   // 1: the elements in DSPACE are multiplied by the scale factors
+  int32_t classicAuxKind;  // what the auxiliary vector in DSPACE holds, as QRTModel::auxKind
   double randomSeed;       // seed := seed * 16807 mod 2147483647, restarts at 1e8 with every solve
 };
 
@@ -46,7 +48,9 @@ struct QrtAddr {
   double *objectiveDelta, *lowerDelta, *upperDelta;
   char *rownames, *colnames;   // blank-padded entries of Inumchar bytes; entry k at [k * Inumchar] for k from 1
   void *presolveInfo, *sellistcol, *sellistrow;
-  double *arena[ARENA_WORDS];  // the classic form: DSPACE and what of it is free, see dspace.h
+  // the classic form: DSPACE and what of it is free, see dspace.h; and the stretch of the present model's arrays
+  double *arena[ARENA_WORDS];
+  double *modelFrom, *modelTo;
 };
 
 // qrtbcom: barrier state and controls.

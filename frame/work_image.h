@@ -21,3 +21,6 @@ struct WorkImage {
 };
 
 inline WorkImage *imageOf(const QRTModel *model) { return reinterpret_cast<WorkImage *>(model->furtherInfo); }
+// The live records to an image, and an image to the live records.
+void saveRecords(WorkImage *image);
+void loadRecords(const WorkImage *image);

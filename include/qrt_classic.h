@@ -21,6 +21,8 @@
 extern "C" {
 #endif
 
+struct QRTModel;  /* of qrt_c_api.h */
+
 /** @name Work area
  *  @{ */
 
@@ -77,6 +79,45 @@ QRT_API void QRTPSHS(int *rtcod, void *dspace, const int *full);
 QRT_API void qrtpops_(int *rtcod, void *dspace, const int *full);
 /** @brief The same as qrtpops_(). */
 QRT_API void QRTPOPS(int *rtcod, void *dspace, const int *full);
+/** @} */
+
+/** @name Models
+ *  A model's arrays lie in DSPACE from its low end on; qrtnget_() has their positions. Rows, columns, elements and starts
+ *  count from 1. Row duals have the sign of the solver's core, which is the other than in the object interface.
+ *  @{ */
+
+/** @brief Reads a model from an MPS file into DSPACE, in place of the present model. The text controls name model,
+ *  objective and sets, as for qrt_importModel(). Capacities are those in the controls Imaxrows and Imaxcols, or just the
+ *  size. Which columns are integer is told to the integer unit only.
+ *  @param rtcod out: 0, 120 when a model was replaced, 152 and up after messages on cards; a file that ends early, unknown
+ *  names asked for and too little space are severe.  @param dspace the work area.
+ *  @param unit 5 for the standard input, else that of a file opened with qrtfopn_(), which stays open.
+ *  @param option 1 keeps the elements as triples and merges columns that come twice, 2 by column; plus 128 for free format.
+ *  @param intunit unit to which the integer information is written, 0 for none. */
+QRT_API void qrtmps_(int *rtcod, void *dspace, const int *unit, const int *option, const int *intunit);
+/** @brief The same as qrtmps_(). */
+QRT_API void QRTMPS(int *rtcod, void *dspace, const int *unit, const int *option, const int *intunit);
+
+/** @brief Solves the present model by the simplex method; values, duals and status words stay in DSPACE, and what was proved
+ *  of an infeasible or unbounded model in its auxiliary vector, if there is room.
+ *  @param rtcod out: Iprobstat, 0 optimal; 100 when a warning says that the model is infeasible or unbounded; 11 out of
+ *  memory; 32 numerical failure.  @param dspace the work area.  @param alg 0 the library chooses, 1 primal, 2 dual.
+ *  @param init 0 goes on as the last run, 1 starts from the present basis, 2 likewise with random partial pricing at first,
+ *  3 from the present values. */
+QRT_API void qrtsslv_(int *rtcod, void *dspace, const int *alg, const int *init);
+/** @brief The same as qrtsslv_(). */
+QRT_API void QRTSSLV(int *rtcod, void *dspace, const int *alg, const int *init);
+
+/** @brief Lays out DSPACE for one model, and copies an object model with its control variables into it. Integer marks and
+ *  sets are not copied.  @param model a QRTModel, unchanged.  @param dspace array of dlen doubles.
+ *  @param dlen at least 10000.  @return 0; 999 for a dlen below; a code of 300 and up after a severe message, as of too
+ *  little space. */
+QRT_API int qrt_loadDspace(struct QRTModel *model, void *dspace, int dlen);
+/** @brief The reverse: the present classic model and its control variables replace those of an object model, whose integer
+ *  marks and sets stay while the number of columns does.  @param model a QRTModel.  @param dspace the work area, unchanged.
+ *  @param dlen its length.  @return 0; 999 for a dlen below 10000 or indices in DSPACE that are none; 321 when that is no
+ *  work area of this length. */
+QRT_API int qrt_unloadDspace(struct QRTModel *model, void *dspace, int dlen);
 /** @} */
 
 /** @name Control variables

@@ -13,6 +13,8 @@
 #include "frame/units.h"
 #include "model/mps_reader.h"
 
+const int controlOfSet[SET_COUNT] = {0, 1, 2, 3, 4, 6, 7, 8, 9};
+
 namespace {
 
 constexpr int OPTION_FREE = 128;      // bit of the reader's option
@@ -22,19 +24,6 @@ constexpr int UNIT_INTEGERS = 15;     // first choice for the temporary integer 
 constexpr int LAST_FREE_UNIT = 99;
 constexpr int FILE_NOT_OPENED = 200;
 constexpr int OPTION_PARAMETER = 4;   // place of the option among the reader's arguments
-
-// Homes of the names among the character controls; the change names have none but in the record.
-const int controlOfSet[SET_COUNT] = {0, 1, 2, 3, 4, 6, 7, 8, 9};
-
-void startData(MpsData *data, QRTModel *model) {
-  memset(static_cast<void *>(data), 0, sizeof *data);
-  data->model = model;
-  for (int set = 0; set < SET_COUNT; set++) {
-    memcpy(data->sets[set], qrtconv.values[controlOfSet[set]], 80);
-    data->asked[set] = !isBlank(data->sets[set], 80);
-  }
-  data->offset = qrtlplp.RobjectiveOffset;
-}
 
 // Sections in the order of the file; the first failure ends them.
 int readSections(MpsData *data, int option) {
@@ -64,8 +53,10 @@ bool columnsSorted(const MpsData *data) {
   return true;
 }
 
-// Sorts the rows of every column in linear time: two transpositions.
-void sortColumns(MpsData *data) {
+}  // namespace
+
+// Linear: two transpositions.
+void sortMpsColumns(MpsData *data) {
   if (columnsSorted(data)) return;
   QRTModel *model = data->model;
   int *rowStart = static_cast<int *>(temporaryAllocate(model, int64_t(data->m) + 2, 4));
@@ -77,6 +68,8 @@ void sortColumns(MpsData *data) {
   qrt_freeTemporary(model, column);
   qrt_freeTemporary(model, rowStart);
 }
+
+namespace {
 
 int longestName(const char *names, int64_t count, int length) {
   int longest = 0;
@@ -92,13 +85,7 @@ int longestName(const char *names, int64_t count, int length) {
 void installNames(MpsData *data) {
   QRTModel *model = data->model;
   const int L = data->reader.nameLength;
-  int kept = L;
-  if (data->reader.format == FORMAT_FREE) {
-    const int ofRows = longestName(data->rowNames, data->m, L);
-    const int ofColumns = longestName(data->columnNames, data->n, L);
-    kept = ofRows > ofColumns ? ofRows : ofColumns;
-    if (kept == 0) kept = 8;
-  }
+  const int kept = keptNameLength(data);
   setNameLength(model, kept);
   const int64_t stride = nameStride(model);
   char *rows = static_cast<char *>(guardedAllocateZero(data->m > 0 ? data->m : 1, stride));
@@ -151,8 +138,7 @@ void installControls(MpsData *data) {
     storeCharacterControl(model, controlOfSet[set], text);
   }
   storeControlReal(model, CONTROL_RobjectiveOffset, data->offset);
-  const int factors = 100 + data->m / 100;
-  storeControlInteger(model, CONTROL_Imaxfactor, factors < 500 ? factors : 500);
+  storeControlInteger(model, CONTROL_Imaxfactor, factorLimitFor(data->m));
 }
 
 bool hasIntegerData(const MpsData *data) { return data->nTyped > 0 || data->nGroups > 0; }
@@ -181,7 +167,7 @@ int importFile(QRTModel *model, const char *filename, bool freeFormat) {
   }
   qrt_push(model);
   MpsData data;
-  startData(&data, model);
+  startMpsData(&data, model);
   int rtcod = 0;
   qrtmpsf(&rtcod, &data, unit, freeFormat ? OPTION_ORDERED + OPTION_FREE : OPTION_ORDERED, integerUnit);
   if (rtcod == 0) {
@@ -205,6 +191,25 @@ int importModel(QRTModel *model, const char *filename, bool freeFormat, const ch
 }
 
 }  // namespace
+
+void startMpsData(MpsData *data, QRTModel *model) {
+  memset(static_cast<void *>(data), 0, sizeof *data);
+  data->model = model;
+  for (int set = 0; set < SET_COUNT; set++) {
+    memcpy(data->sets[set], qrtconv.values[controlOfSet[set]], 80);
+    data->asked[set] = !isBlank(data->sets[set], 80);
+  }
+  data->offset = qrtlplp.RobjectiveOffset;
+}
+
+int keptNameLength(const MpsData *data) {
+  const int L = data->reader.nameLength;
+  if (data->reader.format != FORMAT_FREE) return L;
+  const int ofRows = longestName(data->rowNames, data->m, L);
+  const int ofColumns = longestName(data->columnNames, data->n, L);
+  const int longest = ofRows > ofColumns ? ofRows : ofColumns;
+  return longest > 0 ? longest : 8;
+}
 
 void qrtmpsf(int *rtcod, MpsData *data, int unit, int option, int intunit) {
   const int form = option & ~OPTION_FREE;
@@ -238,7 +243,7 @@ void qrtmpsf(int *rtcod, MpsData *data, int unit, int option, int intunit) {
 
 void installMpsData(MpsData *data) {
   QRTModel *model = data->model;
-  sortColumns(data);
+  sortMpsColumns(data);
   if (model->factor) qrt_eraseFactor(model);
   clearModelData(model);
   resizeRims(model, data->m, data->n, data->m, data->n, 1);

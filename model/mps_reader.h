@@ -238,6 +238,16 @@ void qrtibnd(MpsData *data);
 // gets 1 at each row touched.
 void qrtdone(MpsData *data, const char *name, double value, int which, int mode, char *flagged);
 
+// Homes of the names of sets among the character controls; the change names have none but in the record.
+extern const int controlOfSet[SET_COUNT];
+// Iterations between factorisations that suit a number of rows: Imaxfactor after an import.
+inline int factorLimitFor(int rows) { return rows < 40000 ? 100 + rows / 100 : 500; }
+// Sorts the rows of every column.
+void sortMpsColumns(MpsData *data);
+// An empty record on the chain of `model`, with the names asked for from the live controls.
+void startMpsData(MpsData *data, QRTModel *model);
+// Length of the names as they are kept: of the longest one in the free format.
+int keptNameLength(const MpsData *data);
 // The whole run: reads `unit` into *data. option bit 128 is the free format, the rest 1 (merge columns that come
 // twice) or 2 (columns once). *rtcod gets 0, 11 or 21.
 void qrtmpsf(int *rtcod, MpsData *data, int unit, int option, int intunit);

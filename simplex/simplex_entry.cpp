@@ -1,6 +1,11 @@
 // Public entries of the simplex: each a frame around the core.
-#include "frame/entry_frame.h"
+#include <cstring>
+
+#include "frame/classic_frame.h"
+#include "frame/guarded_memory.h"
 #include "frame/messages.h"
+#include "include/qrt_classic.h"
+#include "model/classic_store.h"
 #include "model/model_store.h"
 #include "simplex/driver.h"
 #include "simplex/kept_solve.h"
@@ -54,9 +59,75 @@ int objectSolve(QRTModel *model, const char *routine, int algorithm, int mode) {
   return objectCode(core);
 }
 
+// ---- the classic entry: the core works on a copy of the model in DSPACE
+
+enum : int { MSG_NO_DATA = 41, MSG_BAD_PARAMETER = 149 };
+
+void checkClassic(int parameter, int value, int high) {
+  if (value < 0 || value > high) qrtmesg_no_i4(MSG_BAD_PARAMETER, parameter, value, 0, high);
+}
+
+void discardModel(QRTModel *model) {
+  keptSolve_drop(model);
+  qrt_freeSome(model, INT32_MAX);
+  releaseModelData(model);
+  qrt_freeBase(model);
+}
+
+// What a solve leaves: values, duals and status words, and a ray or multipliers if there is room for them.
+void storeAnswer(const QRTModel *model) {
+  const size_t n = size_t(model->Imaxrows) + size_t(model->Imaxcols);
+  memcpy(qrtaddr.solution + 1, model->solution, n * sizeof(double));
+  memcpy(qrtaddr.dual + 1, model->dual, n * sizeof(double));
+  memcpy(qrtaddr.status + 1, model->status, n * sizeof(int));
+  qrtlplp.classicAuxKind = -1;
+  if (!model->aux || !placeClassicAux()) return;
+  memcpy(qrtaddr.aux + 1, model->aux, n * sizeof(double));
+  qrtlplp.classicAuxKind = model->auxKind;
+}
+
+void solveInDspace(int *rtcod, int algorithm, int init) {
+  *rtcod = 0;
+  checkClassic(3, algorithm, 2);
+  checkClassic(4, init, 3);
+  if (!qrtaddr.lower) qrtmesg_no(MSG_NO_DATA);
+  const QrtAddr inDspace = qrtaddr;
+  const char *routine = qrterr.routineName;
+  SolveControls controls;
+  remember(&controls);
+  QRTModel *model = static_cast<QRTModel *>(guardedAllocateZero(1, sizeof(QRTModel)));
+  memcpy(model->header, qrt_header, sizeof qrt_header);
+  model->auxKind = -1;  // dualSignFlip stays 0: the classic interface shows the core's duals
+  // A fatal error goes on to the frame of the call once the copy is gone.
+  jmp_buf outer;
+  memcpy(&outer, &qrtaixb, sizeof outer);
+  if (setjmp(qrtaixb) != 0) {
+    recoverFromJump(model, &controls);
+    discardModel(model);
+    qrtaddr = inDspace;
+    memcpy(&qrtaixb, &outer, sizeof outer);
+    longjmp(qrtaixb, 999);
+  }
+  copyClassicModel(model, qrtaddr, qrtlplp);
+  qrt__down(model, init == 0 ? 0 : 1, 0);
+  qrterr.routineName = routine;
+  *rtcod = qrtsslvf(model, algorithm, init, 1, 0);
+  qrt__up(model, 0);
+  memcpy(&qrtaixb, &outer, sizeof outer);
+  qrtaddr = inDspace;
+  storeAnswer(model);
+  discardModel(model);
+}
+
 }  // namespace
 
 extern "C" {
+
+void qrtsslv_(int *rtcod, void *dspace, const int *alg, const int *init) {
+  QRT_CLASSIC_CALL("QRTSSLV", dspace, 4, rtcod, solveInDspace(rtcod, *alg, *init));
+}
+
+void QRTSSLV(int *rtcod, void *dspace, const int *alg, const int *init) { qrtsslv_(rtcod, dspace, alg, init); }
 
 int qrt_primalSimplex(QRTModel *model, int mode) {
   return objectSolve(model, "qrt_primalSimplex", ALGORITHM_PRIMAL, mode);

@@ -33,13 +33,24 @@ cmake --build "$work/consumer-build" > "$work/log" 2>&1 || { cat "$work/log"; ex
 sed -n '/^```c$/,/^```$/p' "$source/README.md" | sed '1d;$d' | diff - "$source/examples/power.c" || {
   echo "README.md shows another examples/power.c"; exit 1; }
 
+# judge SOURCE NAME: an example says what it prints in its last comment line "/* prints: TEXT */" or "! prints: TEXT".
+judge() {
+  expected=$(sed -n 's|^/\* prints: \(.*\) \*/$|\1|p; s|^! prints: ||p' "$1")
+  [ -z "$expected" ] || grep -qF "$expected" "$work/$2.out" || {
+    echo "example $2 does not print \"$expected\" but:"; cat "$work/$2.out"; exit 1; }
+}
+
 for example in "$source"/examples/*.c; do
   [ -e "$example" ] || continue
   name=$(basename "$example" .c)
   $cc $strict "$example" $flags -lm -o "$work/$name"
   (cd "$source/examples" && "$work/$name" > "$work/$name.out") || { echo "example $name failed:"; cat "$work/$name.out"; exit 1; }
-  # An example says what it prints in its last comment line "/* prints: TEXT */".
-  expected=$(sed -n 's|^/\* prints: \(.*\) \*/$|\1|p' "$example")
-  [ -z "$expected" ] || grep -qF "$expected" "$work/$name.out" || {
-    echo "example $name does not print \"$expected\" but:"; cat "$work/$name.out"; exit 1; }
+  judge "$example" "$name"
 done
+
+# Fortran, where there is a compiler for it. Its run-time and a sanitizer's may be those of two compilers.
+if [ -z "${CFLAGS:-}" ] && command -v gfortran > /dev/null; then
+  gfortran "$source/examples/classic.f90" $flags -o "$work/classic_fortran"
+  (cd "$source/examples" && "$work/classic_fortran" > "$work/classic_fortran.out") || { cat "$work/classic_fortran.out"; exit 1; }
+  judge "$source/examples/classic.f90" classic_fortran
+fi
