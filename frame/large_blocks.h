@@ -15,7 +15,7 @@
 
 // From how many bytes on a block is large. Never under the address sanitizer, which watches the blocks of malloc only.
 #ifdef QRT_ADDRESS_SANITIZER
-constexpr int64_t LARGE_BLOCK = INT64_MAX;
+constexpr int64_t LARGE_BLOCK = INT32_MAX;  // more than any block has
 #else
 constexpr int64_t LARGE_BLOCK = 1 << 20;
 #endif
