@@ -42,9 +42,9 @@ struct PushedState {
   PushedState *older;
   int32_t arena[ARENA_WORDS];
   int32_t full;               // 1: what follows is set
-  int32_t Inumrows, Inumcols, Imaxrows, Imaxcols, Itotal, Inumblocks;
-  ElementBlock *blocksAt;     // where the block records stand, in DSPACE
-  ElementBlock *blocks;       // [Inumblocks] copy of them, or null; owned
+  int32_t Inumrows, Inumcols, Imaxrows, Imaxcols, Itotal, Inumblocks, Inumchar, parametric, scaled, auxKind;
+  QrtAddr addr;               // where the arrays stand
+  ElementBlock *blocks;       // [Inumblocks] copy of the block records, or null; owned
 };
 
 struct SavedModel {
@@ -66,13 +66,18 @@ void saveRecords(ModelRecords *to) {
   *to = {qrtaddr, qrtlplp, qrtbcom, qrtconv, qrtqpqp, qrtint3, qrtint, qrtnete};
 }
 
+// Other arrays in the same free space.
+void replaceArrays(const QrtAddr &by) {
+  double *arena[ARENA_WORDS];
+  memcpy(arena, qrtaddr.arena, sizeof arena);
+  qrtaddr = by;
+  memcpy(qrtaddr.arena, arena, sizeof arena);
+}
+
 // All but the arena: the models of one DSPACE share its free space, and an older state of it would give away what
 // another model has taken since.
 void loadRecords(const ModelRecords *from) {
-  double *arena[ARENA_WORDS];
-  memcpy(arena, qrtaddr.arena, sizeof arena);
-  qrtaddr = from->addr;
-  memcpy(qrtaddr.arena, arena, sizeof arena);
+  replaceArrays(from->addr);
   qrtlplp = from->lplp;
   qrtbcom = from->bcom;
   qrtconv = from->conv;
@@ -88,19 +93,17 @@ ModelRecords *newRecords() {
   return records;
 }
 
-// No model: no sizes and no arrays, whatever the controls say.
-void forgetModel() {
-  double *arena[ARENA_WORDS];
-  memcpy(arena, qrtaddr.arena, sizeof arena);
-  qrtaddr = QrtAddr{};
-  memcpy(qrtaddr.arena, arena, sizeof arena);
+}  // namespace
+
+void forgetClassicModel() {
+  replaceArrays(QrtAddr{});
   qrtlplp.Inumrows = qrtlplp.Inumcols = qrtlplp.Imaxrows = qrtlplp.Imaxcols = qrtlplp.Itotal = qrtlplp.Inumblocks = 0;
-  qrtlplp.presolvedMode = qrtlplp.quadraticMode = qrtlplp.networkLoaded = 0;
-  qrtlplp.classicScaled = 0;
+  qrtlplp.parametric = qrtlplp.classicScaled = 0;
   qrtlplp.classicAuxKind = -1;
   qrtint.Inumints = qrtint.Inumsets = 0;
-  qrtlplp.classicModel = 1;
 }
+
+namespace {
 
 void freePushed(SavedModel *saved) {
   while (PushedState *state = saved->pushed) {
@@ -262,7 +265,9 @@ void qrtdscaf(int *rtcod, void *dspace, const int *dlen, const int *nmodels) {
   }
   if (frontMarked(dspace)) qrtmesg_no(endMarked(dspace, *dlen) ? MSG_ALREADY : MSG_OTHER_SIZE);
   freeModels(dspace);
-  forgetModel();
+  forgetClassicModel();
+  qrtlplp.presolvedMode = qrtlplp.quadraticMode = qrtlplp.networkLoaded = 0;
+  qrtlplp.classicModel = 1;
 
   DspaceHeader header = {};
   memcpy(header.marker, MARKER_FRONT, 4);
@@ -303,8 +308,11 @@ bool savedModelAt(const void *dspace, const double *from) {
   for (int k = 0; k < dspaceTableLength; ++k) {
     const DspaceModels &entry = dspaceTable[k];
     if (entry.dspace != dspace) continue;
-    for (int i = 0; i < entry.nModels; ++i)
+    for (int i = 0; i < entry.nModels; ++i) {
       if (entry.models[i].records && entry.models[i].records->addr.modelFrom == from) return true;
+      for (const PushedState *state = entry.models[i].pushed; state; state = state->older)
+        if (state->full && state->addr.modelFrom == from) return true;
+    }
   }
   return false;
 }
@@ -342,7 +350,11 @@ void qrtpshsf(int *rtcod, void *dspace, int full) {
   state->Imaxcols = qrtlplp.Imaxcols;
   state->Itotal = qrtlplp.Itotal;
   state->Inumblocks = qrtlplp.Inumblocks;
-  state->blocksAt = qrtaddr.blocks;
+  state->Inumchar = qrtlplp.Inumchar;
+  state->parametric = qrtlplp.parametric;
+  state->scaled = qrtlplp.classicScaled;
+  state->auxKind = qrtlplp.classicAuxKind;
+  state->addr = qrtaddr;
   if (!qrtaddr.blocks || qrtlplp.Inumblocks < 1) return;
   state->blocks = static_cast<ElementBlock *>(guardedAllocate(qrtlplp.Inumblocks, sizeof(ElementBlock)));
   memcpy(state->blocks, qrtaddr.blocks, size_t(qrtlplp.Inumblocks) * sizeof(ElementBlock));
@@ -369,10 +381,20 @@ void qrtpopsf(int *rtcod, void *dspace, int full) {
     qrtlplp.Imaxcols = state->Imaxcols;
     qrtlplp.Itotal = state->Itotal;
     qrtlplp.Inumblocks = state->Inumblocks;
-    qrtaddr.blocks = state->blocksAt;
+    qrtlplp.Inumchar = state->Inumchar;
+    qrtlplp.parametric = state->parametric;
+    qrtlplp.classicScaled = state->scaled;
+    qrtlplp.classicAuxKind = state->auxKind;
+    replaceArrays(state->addr);
     if (state->blocks) memcpy(qrtaddr.blocks, state->blocks, size_t(state->Inumblocks) * sizeof(ElementBlock));
   }
   saved->pushed = state->older;
   qrt_freeBase(state->blocks);
   qrt_freeBase(state);
+  // What was made since then lies in what is free again: a model, or the auxiliary vector of one.
+  if (qrtaddr.modelTo && qrtaddr.modelTo > qrtaddr.arena[ARENA_LOW]) forgetClassicModel();
+  if (qrtaddr.aux && qrtaddr.aux + 1 >= qrtaddr.arena[ARENA_LOW]) {
+    qrtaddr.aux = nullptr;
+    qrtlplp.classicAuxKind = -1;
+  }
 }

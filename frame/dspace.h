@@ -59,7 +59,9 @@ void qrtdscaf(int *rtcod, void *dspace, const int *dlen, const int *nmodels);
 // number out of range. `quiet` not 0: nothing is said.
 void qrtptmif(int *rtcod, void *dspace, const int *model, int quiet);
 void qrtgtmif(int *rtcod, void *dspace, const int *model, int quiet);
-// A model saved by qrtptmif has arrays that begin at `from`.
+// No present model: no sizes and no arrays. The free space stays as it is.
+void forgetClassicModel();
+// A model saved by qrtptmif, or by qrtpshsf in full, has arrays that begin at `from`.
 bool savedModelAt(const void *dspace, const double *from);
 // Control variables to their defaults, models and their arrays released. DSPACE stays laid out; it may be null, or not
 // yet laid out.

@@ -108,6 +108,11 @@ QRT_API void qrtsslv_(int *rtcod, void *dspace, const int *alg, const int *init)
 /** @brief The same as qrtsslv_(). */
 QRT_API void QRTSSLV(int *rtcod, void *dspace, const int *alg, const int *init);
 
+/** @brief Iteration exit; see QRTITRU(). */
+typedef void (*QRTItruExit)(int *status, int code);
+/** @brief The iteration exit of classic solves, or null: QRTITRU() is called then. The caller sets it. */
+extern QRT_API QRTItruExit QRTITRC;
+
 /** @brief Lays out DSPACE for one model, and copies an object model with its control variables into it. Integer marks and
  *  sets are not copied.  @param model a QRTModel, unchanged.  @param dspace array of dlen doubles.
  *  @param dlen at least 10000.  @return 0; 999 for a dlen below; a code of 300 and up after a severe message, as of too
@@ -197,7 +202,7 @@ QRT_API void QRTMSET(int *rtcod, void *dspace, const int *mesgnum, const int *ma
  *  dspace: work area of the call; reserved: 0; number: the message's; nReals, nInts, nTexts: how many placeholders of each
  *  kind its text has; reals, ints: arguments, entry k is the argument numbered k + 1; texts: entries of `width` (128)
  *  characters, the arguments and from entry *nTexts on up to four pieces of the whole line. width is by value and last, as
- *  Fortran passes the length of a character array. */
+ *  Fortran passes the length of a character array. It must not delete the object model that was current before the call. */
 typedef void (*QRTMsguExit)(void *dspace, const int *reserved, const int *number, const int *nReals, const double *reals,
                             const int *nInts, const int *ints, const int *nTexts, const char *texts, size_t width);
 /** @brief The message exit in force, or null: QRTMSGU() is called then. The caller sets it. */

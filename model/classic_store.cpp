@@ -144,14 +144,7 @@ void releaseClassicModel() {
   const bool behind = qrtaddr.modelTo == qrtaddr.arena[ARENA_LOW];
   if (qrtaddr.modelFrom && behind && !savedModelAt(qrtdspc2, qrtaddr.modelFrom))
     qrtaddr.arena[ARENA_LOW] = qrtaddr.modelFrom;
-  double *arena[ARENA_WORDS];
-  memcpy(arena, qrtaddr.arena, sizeof arena);
-  qrtaddr = QrtAddr{};
-  memcpy(qrtaddr.arena, arena, sizeof arena);
-  qrtlplp.Inumrows = qrtlplp.Inumcols = qrtlplp.Imaxrows = qrtlplp.Imaxcols = qrtlplp.Itotal = qrtlplp.Inumblocks = 0;
-  qrtlplp.parametric = qrtlplp.classicScaled = 0;
-  qrtlplp.classicAuxKind = -1;
-  qrtint.Inumints = qrtint.Inumsets = 0;
+  forgetClassicModel();
 }
 
 void placeClassicModel(const ClassicShape &shape) {

@@ -1,6 +1,7 @@
 // What the driver tells: the progress table, the final lines, and the user's iteration exit.
 #include "frame/entry_frame.h"
 #include "frame/messages.h"
+#include "include/qrt_classic.h"
 #include "simplex/driver.h"
 
 void progressLine(SimplexWork *w) {
@@ -33,8 +34,14 @@ void finalReport(const SimplexWork *w) {
   }
 }
 
+extern "C" {
+
+QRTItruExit QRTITRC = nullptr;
+
 // Weak: a program that defines a function of this name is called instead. It changes nothing.
-extern "C" __attribute__((weak)) void QRTITRU(int *status, int code) { (void)status, (void)code; }
+__attribute__((weak)) void QRTITRU(int *status, int code) { (void)status, (void)code; }
+
+}  // extern "C"
 
 namespace {
 
@@ -53,7 +60,8 @@ int callBack(SimplexWork *w, int code) {
     return answer;
   }
   int status = qrtlplp.Iprobstat;
-  QRTITRU(&status, code);
+  if (!qrt_modelInfo && QRTITRC) QRTITRC(&status, code);
+  else QRTITRU(&status, code);
   return status;
 }
 

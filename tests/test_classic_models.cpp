@@ -82,6 +82,11 @@ class ClassicModels : public ::testing::Test {
   int openUnit = UNIT;
   int read(const char *text, int option = 2) {
     close();
+    char texts[17 * 80];  // any model, any sets
+    const int all = 17;
+    qrtcget_(&rc, ds, texts, &all);
+    memset(texts, ' ', sizeof texts);
+    qrtcset_(&rc, ds, texts, &all);
     const std::string file = testing::TempDir() + "classic_model.mps";
     std::ofstream(file) << text;
     const int none = 0;
@@ -250,6 +255,22 @@ TEST_F(ClassicModels, SolvesShowTheCoresDualsAndTheAnswer) {
   EXPECT_NEAR(-18.5, objective(), 1e-9);
 }
 
+int iterationCalls = 0;
+void stopAtOnce(int *status, int) {
+  ++iterationCalls;
+  *status = 3;
+}
+
+TEST_F(ClassicModels, TheIterationExitMayStop) {
+  ASSERT_EQ(0, read(smallFile));
+  QRTITRC = stopAtOnce;
+  solve(1);
+  QRTITRC = nullptr;
+  EXPECT_GT(iterationCalls, 0);
+  EXPECT_EQ(3, control(IPROBSTAT));
+  EXPECT_EQ(0, solve(1, 0));
+}
+
 TEST_F(ClassicModels, WhatWasProvedOfAnInfeasibleModelIsKept) {
   ASSERT_EQ(0, read(infeasibleFile));
   EXPECT_EQ(100, solve());
@@ -299,6 +320,30 @@ TEST_F(ClassicModels, SeveralModelsLieSideBySide) {
   EXPECT_EQ(0, load(2));
   EXPECT_EQ("HIGH    ", name(AT_ROW_NAMES, 1, 8));
   EXPECT_EQ(1, control(IPROBSTAT));
+}
+
+TEST_F(ClassicModels, WhatWasPushedInFullComesBackWhole) {
+  ASSERT_EQ(0, read(smallFile));
+  EXPECT_EQ(0, solve());
+  const int full = 1, arenaOnly = 0, before = freeDoublewords();
+  qrtpshs_(&rc, ds, &full);
+  EXPECT_EQ(120, read(infeasibleFile));
+  qrtpops_(&rc, ds, &full);
+  EXPECT_EQ(0, rc);
+  EXPECT_EQ(before, freeDoublewords());
+  EXPECT_EQ(3, control(INUMCOLS));
+  EXPECT_EQ("Z       ", name(AT_COL_NAMES, 2, 8));
+  EXPECT_EQ(0, solve(2));
+  EXPECT_NEAR(-17.5, objective(), 1e-9);
+  // Pushed without the model, what was made since is gone.
+  qrtpshs_(&rc, ds, &arenaOnly);
+  EXPECT_EQ(0, load(2));
+  qrtpshs_(&rc, ds, &arenaOnly);
+  ASSERT_EQ(0, read(infeasibleFile));
+  qrtpops_(&rc, ds, &arenaOnly);
+  EXPECT_EQ(0, position(AT_ROW_LOWER));
+  EXPECT_EQ(0, control(INUMROWS));
+  EXPECT_EQ(before, freeDoublewords());
 }
 
 // A model with blocks of all kinds, names of a length of its own, integers, scaled or not.
