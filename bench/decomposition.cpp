@@ -1,11 +1,13 @@
 // Stochastic programs solved whole and in parts: seconds, cycles, memory, and how they grow with the scenarios.
 //
-//     bench_decomposition [--reference SCRIPT] [--direct N] [--nested N] [--tree N]... [BASE]...
+//     bench_decomposition [--reference COMMAND] [--direct N] [--nested N] [--keep DIR] [--tree N | --cargo N | --factory N]...
+//                         [BASE]...
 //
-// BASE stands for BASE.cor, BASE.tim, BASE.sto; --tree N makes a program of N scenarios. SCRIPT gets the three files
-// and prints a line of commas whose last three fields are optimum, status and seconds. Each run has a process of its
-// own, so that its memory is its own; --direct N solves whole up to N scenarios (1000), --nested N by the nested method
-// up to N (300).
+// BASE stands for BASE.cor, BASE.tim, BASE.sto; --tree, --cargo and --factory make programs of N scenarios with 14, 528
+// and 8,684 rows each, which --keep leaves in a folder. COMMAND gets the three files and prints a line of commas whose
+// last three fields are optimum, status and seconds (such a one is bench/highs); what it took is shown as a multiple of
+// the L-shaped method's time. Each run has a process of its own, so that its memory is its own; --direct N solves whole
+// up to N scenarios (1000), --nested N by the nested method up to N (300).
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -99,61 +101,104 @@ void line(const std::string &name, const char *method, const Outcome &o) {
   std::fflush(stdout);
 }
 
-void reference(const std::string &name, const std::string &script, const Triple &triple) {
+void reference(const std::string &name, const std::string &script, const Triple &triple, const Outcome &parts) {
   const std::string command = script + " " + triple.core + " " + triple.time + " " + triple.stoch;
   FILE *pipe = popen(command.c_str(), "r");
   char text[1024] = "";
   while (pipe && std::fgets(text, sizeof text, pipe)) {}
   if (pipe) pclose(pipe);
-  std::printf("%-18s %-9s %s", name.c_str(), "reference", *text ? text : "failed\n");
+  text[std::strcspn(text, "\n")] = 0;
+  std::printf("%-18s %-9s %s", name.c_str(), "reference", *text ? text : "failed");
+  // Optimum, status, seconds.
+  double field[3] = {NAN, -1, NAN};
+  for (int k = 2; k >= 0; --k) {
+    char *comma = std::strrchr(text, ',');
+    field[k] = std::atof(comma ? comma + 1 : text);
+    if (comma) *comma = 0;
+  }
+  if (parts.status == 0 && field[2] > 0) {
+    const bool solved = field[1] == 0, same = std::fabs(field[0] - parts.objective) <= 1e-6 * std::fmax(1, std::fabs(field[0]));
+    std::printf("  %s %.1f times lshaped%s", solved ? "takes" : "stopped after", field[2] / parts.seconds, solved && !same ? ", ANOTHER VALUE" : "");
+  }
+  std::printf("\n");
   std::fflush(stdout);
+}
+
+using Writer = void (*)(const std::string &, int);
+void writeTree(const std::string &base, int n) { writePlants(base, 6, 8, n); }
+void writeYear(const std::string &base, int n) { writeFactory(base, 52, n); }
+const struct {
+  const char *option, *name;
+  Writer write;
+} GENERATED[] = {{"--tree", "plants", writeTree}, {"--cargo", "cargo", writeCargo}, {"--factory", "factory", writeYear}};
+
+struct Program {
+  std::string name;
+  Triple triple;
+  const char *kind;  // option that made it, null for files of the caller's
+};
+
+int usage() {
+  std::fprintf(stderr, "usage: bench_decomposition [--reference COMMAND] [--direct N] [--nested N] [--keep DIR] "
+                       "[--tree N | --cargo N | --factory N]... [BASE]...\n");
+  return 64;
 }
 
 }  // namespace
 
 int main(int argc, char **argv) {
-  std::string script;
+  std::string script, folder;
   int mostDirect = 1000, mostNested = 300;
-  std::vector<std::pair<std::string, Triple>> programs;
-  std::vector<double> trees, seconds;
+  std::vector<Program> programs;
   std::vector<std::string> made;
+  const auto add = [&](const std::string &name, const std::string &base, const char *kind) {
+    programs.push_back({name, {base + ".cor", base + ".tim", base + ".sto"}, kind});
+  };
   for (int a = 1; a < argc; ++a) {
     const std::string argument = argv[a];
-    if (argument == "--reference" && a + 1 < argc) {
-      script = argv[++a];
-    } else if (argument == "--direct" && a + 1 < argc) {
-      mostDirect = std::atoi(argv[++a]);
-    } else if (argument == "--nested" && a + 1 < argc) {
-      mostNested = std::atoi(argv[++a]);
-    } else if (argument == "--tree" && a + 1 < argc) {
-      const std::string base = "/tmp/bench_plants_" + std::to_string(getpid()) + "_" + argv[++a];
-      writePlants(base, 6, 8, std::atoi(argv[a]));
-      programs.push_back({std::string("plants ") + argv[a], {base + ".cor", base + ".tim", base + ".sto"}});
-      made.push_back(base);
-    } else {
-      programs.push_back({argument.substr(argument.rfind('/') + 1), {argument + ".cor", argument + ".tim", argument + ".sto"}});
+    if (argument.compare(0, 2, "--") != 0) {
+      add(argument.substr(argument.rfind('/') + 1), argument, nullptr);
+      continue;
     }
+    if (a + 1 == argc) return usage();
+    const std::string value = argv[++a];
+    bool known = true;
+    if (argument == "--reference") script = value;
+    else if (argument == "--direct") mostDirect = std::atoi(value.c_str());
+    else if (argument == "--nested") mostNested = std::atoi(value.c_str());
+    else if (argument == "--keep") folder = value;
+    else known = false;
+    for (const auto &generated : GENERATED) {
+      if (argument != generated.option) continue;
+      known = true;
+      const std::string base = folder.empty() ? "/tmp/bench_" + std::string(generated.name) + "_" + std::to_string(getpid()) + "_" + value
+                                              : folder + "/" + generated.name + "_" + value;
+      generated.write(base, std::atoi(value.c_str()));
+      add(std::string(generated.name) + " " + value, base, generated.option);
+      if (folder.empty()) made.push_back(base);
+    }
+    if (!known) return usage();
   }
-  if (programs.empty()) {
-    std::fprintf(stderr, "usage: bench_decomposition [--reference SCRIPT] [--direct N] [--nested N] [--tree N]... [BASE]...\n");
-    return 64;
-  }
+  if (programs.empty()) return usage();
   std::printf("%-18s %-9s %8s %9s %9s %7s %9s %9s %9s %8s  %s\n", "program", "method", "scenar.", "read s", "solve s", "cycles",
               "iterat.", "MB", "B/scen.", "us/scen.", "objective");
-  for (const auto &program : programs) {
-    const Outcome parts = run(program.second, Method::LSHAPED);
-    line(program.first, "lshaped", parts);
-    if (program.first.compare(0, 7, "plants ") == 0 && parts.status == 0) {
-      trees.push_back(parts.scenarios);
-      seconds.push_back(parts.seconds);
-    }
-    if (parts.scenarios <= mostNested) line(program.first, "nested", run(program.second, Method::NESTED));
-    if (parts.scenarios <= mostDirect) line(program.first, "direct", run(program.second, Method::WHOLE));
-    if (!script.empty()) reference(program.first, script, program.second);
+  std::vector<Outcome> outcomes;
+  for (const Program &program : programs) {
+    const Outcome parts = run(program.triple, Method::LSHAPED);
+    outcomes.push_back(parts);
+    line(program.name, "lshaped", parts);
+    if (parts.scenarios <= mostNested) line(program.name, "nested", run(program.triple, Method::NESTED));
+    if (parts.scenarios <= mostDirect) line(program.name, "direct", run(program.triple, Method::WHOLE));
+    if (!script.empty()) reference(program.name, script, program.triple, parts);
   }
-  for (size_t k = 1; k < trees.size(); ++k)
-    std::printf("from %.0f to %.0f scenarios seconds grow as their power %.3f\n", trees[k - 1], trees[k],
-                std::log(seconds[k] / seconds[k - 1]) / std::log(trees[k] / trees[k - 1]));
+  for (size_t k = 1; k < programs.size(); ++k) {
+    const Outcome &small = outcomes[k - 1], &large = outcomes[k];
+    if (!programs[k].kind || programs[k].kind != programs[k - 1].kind || small.status != 0 || large.status != 0) continue;
+    const double times = std::log(double(large.scenarios) / small.scenarios);
+    std::printf("%s to %s: seconds grow as the scenarios to the power %.3f, seconds a cycle %.3f\n", programs[k - 1].name.c_str(),
+                programs[k].name.c_str(), std::log(large.seconds / small.seconds) / times,
+                std::log(large.seconds * small.cycles / (small.seconds * large.cycles)) / times);
+  }
   for (const std::string &base : made)
     for (const char *end : {".cor", ".tim", ".sto"}) std::remove((base + end).c_str());
   return 0;

@@ -253,3 +253,164 @@ void writeStocks(const std::string &path, int stages, int branches, int goods) {
   std::fprintf(file, "ENDATA\n");
   std::fclose(file);
 }
+
+namespace {
+
+void card(FILE *file, const char *column, const char *row, double value) { std::fprintf(file, "    %-8s  %-8s  %12.4f\n", column, row, value); }
+
+// A name of a letter and two numbers.
+struct Name {
+  char text[12];
+  Name(char letter, int a, int b) { std::snprintf(text, sizeof text, "%c%03d%03d", letter, a % 1000, b % 1000); }
+};
+
+FILE *createPart(const std::string &path, const char *end, const char *header) {
+  FILE *file = create(path + end);
+  std::fprintf(file, "%s\n", header);
+  return file;
+}
+
+void writeTwoPeriods(const std::string &path, const char *name, const char *column1, const char *row1, const char *column2, const char *row2) {
+  FILE *file = create(path + ".tim");
+  std::fprintf(file, "TIME          %s\nPERIODS\n    %-8s  %-8s                 NOW\n    %-8s  %-8s                 THEN\nENDATA\n", name, column1,
+               row1, column2, row2);
+  std::fclose(file);
+}
+
+}  // namespace
+
+void writeCargo(const std::string &path, int scenarios) {
+  constexpr int places = 20, routes = 148, fleets = 10, demands = 117;
+  Dice dice = {4711u};
+  const auto pick = [&](int below) { return int(dice.roll(0, below)); };
+  std::vector<int> from(routes), to(routes);
+  for (int a = 0; a < routes; ++a) {
+    // A ring joins all places; the other routes lie anywhere.
+    from[size_t(a)] = a < places ? a : pick(places);
+    to[size_t(a)] = a < places ? (a + 1) % places : (from[size_t(a)] + 1 + pick(places - 1)) % places;
+  }
+  FILE *file = createPart(path, ".cor", "NAME          CARGO\nROWS\n N  COST");
+  for (int k = 0; k < fleets; ++k) std::fprintf(file, " L  %s\n", Name('H', k, 0).text);
+  for (int p = 0; p < places; ++p) std::fprintf(file, " E  %s\n", Name('A', p, 0).text);
+  for (int p = 0; p < places; ++p)
+    for (int d = 0; d < places; ++d)
+      if (p != d) std::fprintf(file, " E  %s\n", Name('B', p, d).text);
+  for (int a = 0; a < routes; ++a) std::fprintf(file, " L  %s\n", Name('R', a, 0).text);
+  std::fprintf(file, "COLUMNS\n");
+  for (int a = 0; a < routes; ++a) {
+    const Name flights('F', a, 0);
+    const double length = dice.roll(1, 6);
+    card(file, flights.text, "COST", 12 * length);
+    card(file, flights.text, Name('H', pick(fleets), 0).text, length);
+    card(file, flights.text, Name('A', from[size_t(a)], 0).text, 1);
+    card(file, flights.text, Name('A', to[size_t(a)], 0).text, -1);
+    card(file, flights.text, Name('R', a, 0).text, -dice.roll(10, 25));
+  }
+  for (int a = 0; a < routes; ++a)
+    for (int d = 0; d < places; ++d) {
+      const int p = from[size_t(a)], q = to[size_t(a)];
+      if (d == p || (d != q && dice.roll(0, 1) > 0.25)) continue;
+      const Name flow('X', a, d);
+      card(file, flow.text, "COST", dice.roll(0.1, 0.5));
+      card(file, flow.text, Name('B', p, d).text, 1);
+      if (d != q) card(file, flow.text, Name('B', q, d).text, -1);
+      card(file, flow.text, Name('R', a, 0).text, 1);
+    }
+  for (int p = 0; p < places; ++p)
+    for (int d = 0; d < places; ++d)
+      if (p != d) {
+        card(file, Name('L', p, d).text, "COST", dice.roll(15, 40));
+        card(file, Name('L', p, d).text, Name('B', p, d).text, 1);
+      }
+  std::fprintf(file, "RHS\n");
+  for (int k = 0; k < fleets; ++k) card(file, "RHS", Name('H', k, 0).text, dice.roll(60, 120));
+  std::vector<double> need(places * places);
+  for (int p = 0; p < places; ++p)
+    for (int d = 0; d < places; ++d)
+      if (p != d && dice.roll(0, 1) < 0.6) card(file, "RHS", Name('B', p, d).text, need[size_t(p * places + d)] = dice.roll(2, 20));
+  std::fprintf(file, "ENDATA\n");
+  std::fclose(file);
+  writeTwoPeriods(path, "CARGO", Name('F', 0, 0).text, Name('H', 0, 0).text, Name('X', 0, to[0]).text, Name('B', 0, 1).text);
+  file = createPart(path, ".sto", "STOCH         CARGO\nSCENARIOS     DISCRETE");
+  for (int s = 0; s < scenarios; ++s) {
+    std::fprintf(file, " SC S%07d  ROOT      %12.9f   THEN\n", s, 1.0 / scenarios);
+    for (int k = 0, left = demands; k < places * places && left > 0; ++k)
+      if (need[size_t(k)] > 0) {
+        card(file, "RHS", Name('B', k / places, k % places).text, need[size_t(k)] * dice.roll(0.8, 1.2));
+        --left;
+      }
+  }
+  std::fprintf(file, "ENDATA\n");
+  std::fclose(file);
+}
+
+void writeFactory(const std::string &path, int weeks, int scenarios) {
+  constexpr int products = 100, resources = 67, uses = 3;
+  Dice dice = {90210u};
+  const auto pick = [&](int below) { return int(dice.roll(0, below)); };
+  FILE *file = createPart(path, ".cor", "NAME          FACTORY\nROWS\n N  COST\n L  BUDGET");
+  for (int t = 0; t < weeks; ++t) {
+    for (int p = 0; p < products; ++p) std::fprintf(file, " E  %s\n", Name('D', p, t).text);
+    for (int r = 0; r < resources; ++r) std::fprintf(file, " L  %s\n", Name('R', r, t).text);
+  }
+  std::fprintf(file, "COLUMNS\n");
+  for (int r = 0; r < resources; ++r) {
+    const Name buy('B', r, 0);
+    card(file, buy.text, "COST", weeks * dice.roll(1, 3));
+    card(file, buy.text, "BUDGET", 1);
+    for (int t = 0; t < weeks; ++t) card(file, buy.text, Name('R', r, t).text, -1);
+  }
+  std::vector<int> resource(products * uses);
+  std::vector<double> use(products * uses), cost(products), mean(products);
+  for (int p = 0; p < products; ++p) {
+    cost[size_t(p)] = dice.roll(2, 6);
+    mean[size_t(p)] = dice.roll(10, 50);
+    for (int k = 0; k < uses; ++k) {
+      // Strides keep a product's resources apart.
+      resource[size_t(p * uses + k)] = (p * 7 + k * 22 + pick(20)) % resources;
+      use[size_t(p * uses + k)] = dice.roll(0.3, 1.5);
+    }
+  }
+  for (int t = 0; t < weeks; ++t) {
+    for (int p = 0; p < products; ++p) {
+      const Name make('M', p, t), store('S', p, t), missing('L', p, t), demand('D', p, t);
+      card(file, make.text, "COST", cost[size_t(p)]);
+      card(file, make.text, demand.text, 1);
+      for (int k = 0; k < uses; ++k)
+        card(file, make.text, Name('R', resource[size_t(p * uses + k)], t).text, use[size_t(p * uses + k)]);
+      card(file, store.text, "COST", 0.1 * cost[size_t(p)]);
+      card(file, store.text, demand.text, -1);
+      if (t + 1 < weeks) card(file, store.text, Name('D', p, t + 1).text, 1);
+      card(file, missing.text, "COST", 8 * cost[size_t(p)]);
+      card(file, missing.text, demand.text, 1);
+    }
+    for (int r = 0; r < resources; ++r) {
+      card(file, Name('O', r, t).text, "COST", 6);
+      card(file, Name('O', r, t).text, Name('R', r, t).text, -1);
+    }
+  }
+  std::fprintf(file, "RHS\n");
+  card(file, "RHS", "BUDGET", 60.0 * resources);
+  for (int t = 0; t < weeks; ++t)
+    for (int p = 0; p < products; ++p) card(file, "RHS", Name('D', p, t).text, mean[size_t(p)]);
+  std::fprintf(file, "BOUNDS\n");
+  for (int t = 0; t < weeks; ++t)
+    for (int r = 0; r < resources; ++r) std::fprintf(file, " UP BND       %-8s  %12.4f\n", Name('O', r, t).text, 15.0);
+  std::fprintf(file, "ENDATA\n");
+  std::fclose(file);
+  writeTwoPeriods(path, "FACTORY", Name('B', 0, 0).text, "BUDGET", Name('M', 0, 0).text, Name('D', 0, 0).text);
+  file = createPart(path, ".sto", "STOCH         FACTORY\nSCENARIOS     DISCRETE");
+  for (int s = 0; s < scenarios; ++s) {
+    std::fprintf(file, " SC S%07d  ROOT      %12.9f   THEN\n", s, 1.0 / scenarios);
+    // Each product's market drifts from week to week.
+    for (int p = 0; p < products; ++p) {
+      double level = 1;
+      for (int t = 0; t < weeks; ++t) {
+        level *= dice.roll(0.88, 1.13);
+        card(file, "RHS", Name('D', p, t).text, mean[size_t(p)] * level * dice.roll(0.9, 1.1));
+      }
+    }
+  }
+  std::fprintf(file, "ENDATA\n");
+  std::fclose(file);
+}

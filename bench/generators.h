@@ -35,3 +35,11 @@ void writePlants(const std::string &path, int plants, int markets, int scenarios
 // and can be used from the next one on; goods are made, kept or short; demand is random. branches^(stages - 1) SCENARIOS
 // entries, a node has 2 * goods + 1 rows and 4 * goods columns.
 void writeStocks(const std::string &path, int stages, int branches, int goods);
+
+// A two-stage triple with network recourse, of the size of an airlift: flights are planned in stage 1 on 148 routes between
+// 20 places, cargo for each of them flows in stage 2 over what was planned (528 rows), and what is left behind has a
+// price; 117 demands are random, in `scenarios` SCENARIOS entries.
+void writeCargo(const std::string &path, int scenarios);
+// A two-stage triple with a large second stage: resources are bought in stage 1, and products made, stored and sold for
+// `weeks` weeks in stage 2 (167 rows and 367 columns a week); all demands of a scenario are random.
+void writeFactory(const std::string &path, int weeks, int scenarios);

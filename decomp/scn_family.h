@@ -47,7 +47,7 @@ struct Family {
   double *elementValue;      // added to the shared element
   // workers, made at the first use
   QRTModel *model;           // holds one member at a time
-  int32_t modelScaled;       // 1: scale and crash of the options have been seen to
+  int32_t modelScaled;       // 1: scaling, presolve and crash as the options ask have been seen to
   const unsigned char *modelBasis;  // of the member it holds
   BasisTree *tree;           // null: not tried yet, or of no use
   int32_t treeUseless;       // 1: no tree is to be made

@@ -183,6 +183,12 @@ double restingValue(const QRTModel *lp, int at) {
   return lp->upper[at] < SCN_INFINITY ? lp->upper[at] : 0.0;
 }
 
+void addOwnElements(const Family *f, const Member *member) {
+  if (member->nElements)
+    appendTripleBlock(f->model, member->nElements, f->elementRow + member->firstElement, f->elementCol + member->firstElement,
+                      f->elementValue + member->firstElement, 0, 0);
+}
+
 void loadMember(Families *all, Family *f, const Member *member, bool alongRay) {
   QRTModel *lp = f->model;
   const int base = lp->Imaxrows, nVar = f->nRows + f->realCols;
@@ -202,25 +208,27 @@ void loadMember(Families *all, Family *f, const Member *member, bool alongRay) {
     lp->lower[at] = lp->upper[at] = lp->solution[at] = all->hatX[v];
     lp->status[at] = 0;
   }
-  if (member->nElements)
-    appendTripleBlock(lp, member->nElements, f->elementRow + member->firstElement, f->elementCol + member->firstElement,
-                      f->elementValue + member->firstElement, 0, 0);
+  addOwnElements(f, member);
 }
 
-// First solve in the model, as the options ask.
-int solveFirst(const QRTStoch *options, QRTModel *lp, bool scalable) {
-  if (options->ifScale && scalable) {
-    const int code = qrt_scale(lp);
-    if (code >= 2) return code;
+// First solve in the model, as the options ask. Elements that differ are in the caller's units.
+int solveFirst(const QRTStoch *asked, const Family *f, const Member *member) {
+  const bool started = member->basis != nullptr;
+  const SolveOptions options = {asked->ifScale && f->nElements == 0 && !started, started ? 0 : asked->ifPresolve, asked->ifCrash, asked->alg};
+  const int code = solveFromNothing(f->model, options, "subModel.pre");
+  if (options.presolve > 0 && member->nElements) {
+    // What comes back from presolve is one matrix: the member's own elements must be a block that can be taken off.
+    dropAllBlocks(f->model);
+    addMatrix(f, f->model);
+    addOwnElements(f, member);
   }
-  return crashAndSolve(lp, options->ifCrash, options->alg);
+  return code;
 }
 
 int runSimplex(Families *all, Family *f, const Member *member) {
   if (f->modelScaled) return solveOn(f->model);
   f->modelScaled = 1;
-  // Elements that differ are in the caller's units.
-  return solveFirst(all->stoch, f->model, f->nElements == 0 && member->basis == nullptr);
+  return solveFirst(all->stoch, f, member);
 }
 
 void keepBasis(const Family *f, Member *member) {

@@ -11,8 +11,19 @@
 
 namespace {
 constexpr int MSG_NO_QUADRATIC_HERE = 672, QUADRATIC_TYPE = 2;
+constexpr char WHOLE_FILE[] = "oModel.pre";
+constexpr int PRESOLVE_SAYS_INFEASIBLE = 1, PRESOLVE_SAYS_UNBOUNDED = 2;
 constexpr int SIMPLEX_LOG[] = {16, 48, 129, 132, 133, 134};  // message numbers
+
+int crashAndSolve(QRTModel *lp, int crash, int algorithm) {
+  if (crash) {
+    const int code = qrt_crash(lp, crash);
+    if (code >= 2) return code;
+  }
+  return algorithm == 2 ? qrt_dualSimplex(lp, 1) : algorithm == 1 ? qrt_primalSimplex(lp, 0) : qrt_eitherSimplex(lp, 1);
 }
+
+}  // namespace
 
 bool heard(int index) {
   const QRTModel *speaker = stochMessageGetSpeaker();
@@ -53,32 +64,29 @@ int exportInUnits(QRTModel *lp, const char *file) {
   return code;
 }
 
-int crashAndSolve(QRTModel *lp, int crash, int algorithm) {
-  if (crash) {
-    const int code = qrt_crash(lp, crash);
-    if (code >= 2) return code;
-  }
-  return algorithm == 2 ? qrt_dualSimplex(lp, 1) : algorithm == 1 ? qrt_primalSimplex(lp, 0) : qrt_eitherSimplex(lp, 1);
-}
-
-int solveAfresh(QRTStoch *model, int algorithm, const char *presolveFile) {
-  QRTModel *lp = model->smodel->model;
-  if (model->ifScale) {
+int solveFromNothing(QRTModel *lp, const SolveOptions &options, const char *presolveFile) {
+  if (options.scale) {
     const int code = qrt_scale(lp);
     if (code >= 2) return code;
   }
-  const bool presolved = model->ifPresolve > 0;
-  if (presolved) {
-    const int code = preSolveForRun(lp, model->ifPresolve, presolveFile);
-    if (code >= 2) return code;
+  if (options.presolve <= 0) return crashAndSolve(lp, options.crash, options.algorithm);
+  int code = preSolveForRun(lp, options.presolve, presolveFile);
+  if (code == PRESOLVE_SAYS_INFEASIBLE || code == PRESOLVE_SAYS_UNBOUNDED) {
+    // It has no multipliers and no ray to offer, and has left the model whole.
+    remove(presolveFile);
+    return crashAndSolve(lp, options.crash, options.algorithm);
   }
-  const int code = crashAndSolve(lp, model->ifCrash, algorithm);
-  if (!presolved || code >= 2) return code;
-  const int back = postSolveForRun(lp, presolveFile);
-  if (back >= 2) return back;
+  if (code != 0) return code;
+  code = crashAndSolve(lp, options.crash, options.algorithm);
+  const int back = postSolveForRun(lp, presolveFile);  // the file goes also after a failure
+  if (code >= 2 || back >= 2) return code >= 2 ? code : back;
   // Rays and multipliers of the reduced model are none of the whole: cuts are made of the whole model's own.
   const int status = qrt_getIprobstat(lp);
   return status == 1 || status == 2 ? qrt_primalSimplex(lp, SOLVE_FROM_BASIS) : code;
+}
+
+int solveAfresh(QRTStoch *model, int algorithm, const char *presolveFile) {
+  return solveFromNothing(model->smodel->model, {model->ifScale != 0, model->ifPresolve, model->ifCrash, algorithm}, presolveFile);
 }
 
 int solveFromLogicals(QRTModel *lp) {
@@ -138,19 +146,28 @@ bool refuseQuadratic(QRTStoch *stoch, const char *function) {
 int solveWhole(QRTStoch *stoch) {
   QRTModel *model = stoch->smodel->model;
   int code = stoch->ifScale ? qrt_scale(model) : 0;
-  if (code < 2 && stoch->ifPresolve > 0) code = preSolveForRun(model, stoch->ifPresolve, "oModel.pre");
-  if (code < 2 && stoch->ifCrash && stoch->maxiter == 0) code = qrt_crash(model, stoch->ifCrash);
   if (code >= 2) return code;
-  if (stoch->alg < 0) {
-    printf("\n QRTERROR ! Alg <= -1 not supported.\n");
-    qrts_endProcess(UNSUPPORTED_EXIT);
+  if (stoch->ifPresolve > 0) code = preSolveForRun(model, stoch->ifPresolve, WHOLE_FILE);
+  const bool presolved = stoch->ifPresolve > 0 && code == 0;
+  if (code == PRESOLVE_SAYS_INFEASIBLE || code == PRESOLVE_SAYS_UNBOUNDED) {
+    remove(WHOLE_FILE);
+    code = 0;
   }
-  code = stoch->alg == 1   ? qrt_primalSimplex(model, SOLVE_FROM_VALUES)
-         : stoch->alg == 2 ? qrt_dualSimplex(model, 1)
-                           : qrt_eitherSimplex(model, stoch->maxiter == 0 ? 1 : SOLVE_FROM_VALUES);
   if (code >= 2) return code;
-  stoch->status = qrt_getIprobstat(model);
-  stoch->robjvalue = qrt_getRobjvalue(model);
-  if (stoch->ifPresolve > 0) postSolveForRun(model, "oModel.pre");
-  return 0;
+  if (stoch->ifCrash && stoch->maxiter == 0) code = qrt_crash(model, stoch->ifCrash);
+  if (code < 2) {
+    if (stoch->alg < 0) {
+      printf("\n QRTERROR ! Alg <= -1 not supported.\n");
+      qrts_endProcess(UNSUPPORTED_EXIT);
+    }
+    code = stoch->alg == 1   ? qrt_primalSimplex(model, SOLVE_FROM_VALUES)
+           : stoch->alg == 2 ? qrt_dualSimplex(model, 1)
+                             : qrt_eitherSimplex(model, stoch->maxiter == 0 ? 1 : SOLVE_FROM_VALUES);
+  }
+  if (code < 2) {
+    stoch->status = qrt_getIprobstat(model);
+    stoch->robjvalue = qrt_getRobjvalue(model);
+  }
+  if (presolved) postSolveForRun(model, WHOLE_FILE);
+  return code < 2 ? 0 : code;
 }

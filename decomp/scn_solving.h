@@ -18,11 +18,16 @@ void saySolving(const char *what, int number);
 
 // Log of a model that is solved thousands of times.
 void quieten(QRTModel *lp);
-// First solve, scaled, presolved by way of a file of this name and crashed as the model's options ask; algorithm 0 either,
-// 1 primal, 2 dual. A solver's code.
+// First solve of a model: scaled, presolved by way of a file of this name, crashed.
+struct SolveOptions {
+  bool scale;
+  int presolve, crash;       // types, 0 none
+  int algorithm;             // 0 either, 1 primal, 2 dual
+};
+// Leaves no file behind, however it ends. A solver's code.
+int solveFromNothing(QRTModel *lp, const SolveOptions &options, const char *presolveFile);
+// The same as the object's options ask.
 int solveAfresh(QRTStoch *model, int algorithm, const char *presolveFile);
-// Crash as the options ask, and the solve from nothing by an algorithm as above. A solver's code.
-int crashAndSolve(QRTModel *lp, int crash, int algorithm);
 // Goes on from the last basis by the dual simplex; trouble there is answered by a solve from the logical basis.
 int solveOn(QRTModel *lp);
 // Writes a model as an MPS file in the caller's units, also when its matrix is scaled. A writer's code.
