@@ -1,6 +1,7 @@
 // Direct solves of stochastic programs by way of presolve. Faults it would catch: a run that ends because presolve had
 // solved its model wholly, a work file left behind, a solution read from the reduced model.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cmath>
@@ -95,6 +96,20 @@ TEST_F(PresolveDirect, DecompositionsAgree) {
         EXPECT_NEAR(plain.value, qrts_getRobjvalue(stoch), 1e-6 * (1 + std::fabs(plain.value)));
         for (const char *file : {"master.pre", "subModel.pre", "NsubModel.pre", "oModel.pre"}) EXPECT_NE(0, access(file, F_OK)) << file;
       }
+}
+
+// A folder where a work file should be: only a solve that goes through presolve trips over it.
+TEST_F(PresolveDirect, EveryPartOfADecompositionPresolves) {
+  triple.stoch = scenarios(2.5);
+  for (const char *file : {"master.pre", "subModel.pre", "oModel.pre"}) {
+    ASSERT_LE(triple.read(10), 1) << triple.log;
+    QRTStoch *stoch = triple.object();
+    qrts_setPresolve(stoch, 1);
+    qrts_setCutPeriod(stoch, 2);
+    ASSERT_EQ(0, mkdir(file, 0700));
+    EXPECT_GE(qrts_bendersLSolve(stoch, 0), 2) << file;
+    EXPECT_EQ(0, rmdir(file));
+  }
 }
 
 // Presolve solves this one: nothing is left, which by default ends a process that calls qrt_preSolve() itself.
