@@ -164,9 +164,8 @@ void qrt_initializeModel(QRTContext *context, QRTModel *model) {
     model->logName = qrt_strdup(logName);
     model->context = context;
   }
-  model->messageControl = static_cast<MessageControl *>(guardedAllocate(QRT_MESSAGE_COUNT, sizeof(MessageControl)));
-  const bool fromStart = model == &initialCommon || model == &qrt_no_dspaceCommon;
-  memcpy(model->messageControl, fromStart ? qrtmot : base->messageControl, QRT_MESSAGE_COUNT * sizeof(MessageControl));
+  if (model == &initialCommon || model == &qrt_no_dspaceCommon) newMessageTable(model, qrtmot);
+  else shareMessageTable(model, base);
 }
 
 QRTModel *qrt_newModel(QRTContext *context, const char *name) {
@@ -203,12 +202,11 @@ void qrt_deleteModel2(QRTModel *model) {
     qrt_freeBase(block);
     block = nullptr;
   }
-  qrt_freeBase(model->messageControl);
+  releaseMessageTable(model);
   qrt_freeBase(model->furtherInfo);
   if (model->logFile) fflush(model->logFile);
   if (model->logfileOwned) fclose(model->logFile);
   qrt_freeBase(model->logName);
-  model->messageControl = nullptr;
   model->furtherInfo = nullptr;
   model->factor = nullptr;
   model->logFile = nullptr;

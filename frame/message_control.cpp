@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "frame/entry_frame.h"
+#include "frame/guarded_memory.h"
 #include "frame/message_table.h"
 #include "frame/messages.h"
 
@@ -57,15 +58,51 @@ int changeRange(QRTModel *model, int first, int last, int maxprt) {
   return last < first ? 0 : changeWithoutFrame(model, first, last, maxprt, 0);
 }
 
+// Entry 0 is no message: its flags count the models beyond the first that hold the table.
+uint32_t &furtherHolders(MessageControl *table) { return table[0].flags; }
+
 }  // namespace
 
-MessageControl *controlTableInForce() {
+const MessageControl *controlTableInForce() {
   return qrt_modelInfo && qrt_modelInfo->messageControl ? qrt_modelInfo->messageControl : qrtmot;
+}
+
+MessageControl *changeableTableInForce() {
+  return qrt_modelInfo && qrt_modelInfo->messageControl ? ownMessageTable(qrt_modelInfo) : qrtmot;
+}
+
+void newMessageTable(QRTModel *model, const MessageControl *from) {
+  model->messageControl = static_cast<MessageControl *>(guardedAllocate(QRT_MESSAGE_COUNT, sizeof(MessageControl)));
+  memcpy(model->messageControl, from, QRT_MESSAGE_COUNT * sizeof(MessageControl));
+  furtherHolders(model->messageControl) = 0;
+}
+
+MessageControl *ownMessageTable(QRTModel *model) {
+  MessageControl *shared = model->messageControl;
+  if (furtherHolders(shared) == 0) return shared;
+  newMessageTable(model, shared);
+  --furtherHolders(shared);
+  return model->messageControl;
+}
+
+void shareMessageTable(QRTModel *model, QRTModel *source) {
+  if (model->messageControl == source->messageControl) return;
+  releaseMessageTable(model);
+  model->messageControl = source->messageControl;
+  ++furtherHolders(model->messageControl);
+}
+
+void releaseMessageTable(QRTModel *model) {
+  MessageControl *table = model->messageControl;
+  model->messageControl = nullptr;
+  if (!table) return;
+  if (furtherHolders(table) > 0) --furtherHolders(table);
+  else qrt_freeBase(table);
 }
 
 void setPrintCount(QRTModel *model, int number, int maxprt) {
   const int index = qrtetoi(number, nullptr);
-  if (index) model->messageControl[index].maxprt = int16_t(maxprt);
+  if (index) ownMessageTable(model)[index].maxprt = int16_t(maxprt);
 }
 
 namespace {
@@ -85,10 +122,14 @@ void changeLimits(int *rtcod, int mesgnum, int maxalw, int maxprt, int trace, in
     *rtcod = 2;
     return;
   }
-  MessageControl *table = controlTableInForce();
   for (;;) {
-    if (!skipUnmodifiable || (qrtminfo[index].flags & MESSAGE_MODIFIABLE))
-      changeEntry(&table[index], maxalw, maxprt, trace, usrexit, prefix);
+    if (!skipUnmodifiable || (qrtminfo[index].flags & MESSAGE_MODIFIABLE)) {
+      const MessageControl before = controlTableInForce()[index];
+      MessageControl changed = before;
+      changeEntry(&changed, maxalw, maxprt, trace, usrexit, prefix);
+      const bool same = changed.maxalw == before.maxalw && changed.maxprt == before.maxprt && changed.flags == before.flags;
+      if (!same) changeableTableInForce()[index] = changed;
+    }
     if (next == 0 || next > lastnum) return;
     index = qrtetoi(next, &next);
   }

@@ -5,8 +5,17 @@
 
 extern MessageControl qrtmot[QRT_MESSAGE_COUNT];  // the initial table, also in force without a current model
 
-// Table in force: the current model's, or the initial one.
-MessageControl *controlTableInForce();
+// Table in force: the current model's, or the initial one. To be read only: models share tables until one changes.
+const MessageControl *controlTableInForce();
+// The same to be changed: a table shared with other models becomes the current model's own.
+MessageControl *changeableTableInForce();
+// A model's own table to be changed.
+MessageControl *ownMessageTable(QRTModel *model);
+// Gives a model without a table a copy of one.
+void newMessageTable(QRTModel *model, const MessageControl *from);
+// Gives the model the limits of `source`, in the same memory until one of the two changes.
+void shareMessageTable(QRTModel *model, QRTModel *source);
+void releaseMessageTable(QRTModel *model);
 // Sets the print count of the message with a number, if it is defined.
 void setPrintCount(QRTModel *model, int number, int maxprt);
 // Changes limits and flags of a number, or of all defined numbers up to *lastnum; see qrt_mset.

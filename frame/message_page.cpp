@@ -30,12 +30,12 @@ struct Decision {
 
 // Counts the occurrence, unless it is one without consequences, and says what is to be done with it (qrtmsg3).
 Decision decide(int index, bool consequences) {
-  MessageControl &control = controlTableInForce()[index];
+  const MessageControl control = controlTableInForce()[index];
   Decision d;
   d.print = control.maxprt >= 1 || control.maxprt == -1;
-  if (control.maxprt > 0) --control.maxprt;
   d.stop = control.maxalw == 1;
-  if (consequences && control.maxalw != -1) --control.maxalw;
+  if (control.maxprt > 0) --changeableTableInForce()[index].maxprt;
+  if (consequences && control.maxalw != -1) --changeableTableInForce()[index].maxalw;
   d.exit = (control.flags & MESSAGE_USER_EXIT) != 0;
   d.prefix = (control.flags & MESSAGE_PREFIX) != 0;
   const MessageRow &row = qrtminfo[index];

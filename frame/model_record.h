@@ -139,7 +139,7 @@ struct QRTModel {
   int32_t stderrNumber;    // messages numbered at or above this also go to stderr
   int32_t recoverArmed;    // 1 while a jump frame is armed for this model
   ChainEntry *tempChainTail, *tempChainHead;  // oldest and newest temporary block
-  MessageControl *messageControl;             // [980] private copy
+  MessageControl *messageControl;             // [980] shared until changed: see ownMessageTable()
   // State of ours beyond the classic record.
   int32_t indexForm;       // 0: blocks 0-based and names terminated; 1: blocks 1-based; 2: names padded; 3: both
   int32_t matrixVersion;   // grows with every change of the matrix

@@ -5,6 +5,7 @@
 #include "frame/controls.h"
 #include "frame/entry_frame.h"
 #include "frame/guarded_memory.h"
+#include "frame/message_control.h"
 #include "frame/messages.h"
 #include "frame/records.h"
 #include "frame/units.h"
@@ -124,7 +125,7 @@ int preSolve(QRTModel *model, int type, const char *filename) {
 }  // namespace
 
 int preSolveForRun(QRTModel *model, int type, const char *filename) {
-  MessageControl *control = model->messageControl ? &model->messageControl[MSG_ALL_ROWS_DELETED] : nullptr;
+  MessageControl *control = model->messageControl ? &ownMessageTable(model)[MSG_ALL_ROWS_DELETED] : nullptr;
   const MessageControl before = control ? *control : MessageControl{};
   if (control) control->maxalw = -1;
   const int code = qrt_preSolve(model, type, filename);

@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "frame/entry_frame.h"
+#include "frame/message_control.h"
 #include "frame/messages.h"
 #include "model/model_store.h"
 #include "stoch/scn_generation.h"
@@ -91,7 +92,7 @@ void takeSettings(QRTModel *model, QRTModel *source, const char *name) {
   // The copy brought the source's name along; an import would then look for that problem only. No news to anybody.
   qrt_messagePrintOff(model, NUMBER_CONTROL_CHANGED);
   qrt_setCname(model, name ? name : "");
-  memcpy(model->messageControl, source->messageControl, QRT_MESSAGE_COUNT * sizeof(MessageControl));
+  shareMessageTable(model, source);
   if (source->logFile && source->logFile != model->logFile) qrt_setLogfileFilePointer(model, source->logFile);
 }
 

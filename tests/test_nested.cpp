@@ -141,6 +141,9 @@ Program randomProgram(unsigned seed) {
       s.objective.push_back(own && pick(0, 3) == 0 ? pick(0, 2) : 0);
       s.colUpper.push_back(own && p.colUpper[j] < hand::NONE && pick(0, 3) == 0 ? pick(-1, 2) : 0);
     }
+    // Elements change where there are some, within the stage and against those before.
+    for (const hand::Entry &e : p.elements)
+      if (p.rowStage[size_t(e.row) - 1] >= s.stage && pick(0, 9) == 0) s.elements.push_back({e.row, e.col, pick(0, 1) ? 1.0 : -e.value});
     p.scenarios.push_back(s);
   }
   return p;

@@ -195,10 +195,17 @@ QRTStoch *load(QRTContext *context, const Program &p, bool maximize) {
   for (Scenario s : p.scenarios) {
     if (maximize)
       for (double &c : s.objective) c = -c;
+    std::vector<int> at[2];
+    std::vector<double> differences;
+    for (const Entry &e : s.elements) {
+      at[0].push_back(e.row);
+      at[1].push_back(e.col);
+      differences.push_back(e.value);
+    }
     const auto some = [](const std::vector<double> &v) { return v.empty() ? nullptr : v.data(); };
-    EXPECT_EQ(qrts_addScenario(stoch, ++number, s.ancestor, s.stage, s.weight, 0, int(p.rowStage.size()), int(p.colStage.size()), 0,
-                               some(s.objective), some(s.rowLower), some(s.rowUpper), nullptr, some(s.colUpper), nullptr, nullptr,
-                               nullptr, 0),
+    EXPECT_EQ(qrts_addScenario(stoch, ++number, s.ancestor, s.stage, s.weight, 0, int(p.rowStage.size()), int(p.colStage.size()),
+                               int(differences.size()), some(s.objective), some(s.rowLower), some(s.rowUpper), nullptr,
+                               some(s.colUpper), at[0].data(), at[1].data(), differences.data(), 0),
               0);
   }
   if (maximize) qrts_setMaximize(stoch);

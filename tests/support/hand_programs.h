@@ -18,6 +18,7 @@ struct Scenario {
   int ancestor, stage;
   double weight;
   std::vector<double> rowLower, rowUpper, objective, colUpper;  // differences, empty for none
+  std::vector<Entry> elements = {};                             // differences
 };
 struct Program {
   int stages = 2;
