@@ -112,7 +112,7 @@ BoundSet *newSet(QRTStoch *base, int nCols, int nRows) {
 
 // The store grows by itself: room is for a beginning.
 int makeRoom(QRTModel *lp, int maxiter, int nChildren) {
-  const int64_t wanted = int64_t(maxiter) * nChildren, enough = 4 * int64_t(nChildren) + 1000;
+  const int64_t wanted = int64_t(maxiter) * nChildren, enough = 4 * int64_t(nChildren) + 50;
   const int64_t rows = int64_t(lp->Inumrows) + 1 + (wanted < enough ? wanted : enough);
   const int code = qrt_setImaxrows(lp, rows > MAX_ROWS ? MAX_ROWS : int(rows));
   return code >= 2 ? code : qrt_setImaxcols(lp, lp->Inumcols + nChildren + 1);

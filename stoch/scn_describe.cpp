@@ -304,6 +304,11 @@ StochModel *qrts_Cdscm(QRTStoch *stoch, int tag, const char *modelName, int nNod
   QRTModel *model = qrts_create2EmptyModel(stoch->baseModel->context, stoch->baseModel, modelName, debug);
   if (nSubproblems >= 2 && stoch->status == -1)
     makeRoomForCuts(model, smodel, nSubproblems, cycles, maxRows, maxCols, debug);
+  if (stoch->probabilitiesStand && nSubproblems == 0) {
+    // One of the many models of a cut: the usual spare room would be most of it.
+    if (smodel->nRows > 0) qrt_setImaxrows(model, smodel->nRows);
+    if (smodel->nCols > 0) qrt_setImaxcols(model, smodel->nCols);
+  }
   if (debug) qrts_debug("qrts_Cemdl0");
   if (qrts_Cemdl0(smodel, model, tag) < 2) return smodel;
   if (!smodel->model) qrt_deleteModel(model);
