@@ -42,7 +42,8 @@ void classicFrame_close(const ClassicFrame *frame);
   qrtup(rtcod);                                                \
   classicFrame_close(&classicFrame_)
 
-// Into and out of a classic call; `name` must outlive it, dspace may be null where the routine does not need it.
+// Into and out of a classic call; `name` must outlive it, dspace may be null where the routine does not need it. The
+// number of arguments is for languages that do not check it; nothing looks at it here.
 // qrtup leaves in *rtcod the code of the call's worst message, from a warning up, or else what the worker stored there;
 // it returns 0 for an inner call and *rtcod for the outermost.
 void qrtdown(const char *name, void *dspace, int nparams, int *rtcod);

@@ -89,8 +89,8 @@ QRT_API void QRTPOPS(int *rtcod, void *dspace, const int *full);
 /** @brief Reads a model from an MPS file into DSPACE, in place of the present model. The text controls name model,
  *  objective and sets, as for qrt_importModel(). Capacities are those in the controls Imaxrows and Imaxcols, or just the
  *  size. Which columns are integer is told to the integer unit only.
- *  @param rtcod out: 0, 120 when a model was replaced, 152 and up after messages on cards; a file that ends early, unknown
- *  names asked for and too little space are severe.  @param dspace the work area.
+ *  @param rtcod out: 0; 120 when a model was replaced; the worst code of what was told of single cards, which does not stop
+ *  the reader. A file that ends early, a set asked for and not found, and too little space are severe.  @param dspace the work area.
  *  @param unit 5 for the standard input, else that of a file opened with qrtfopn_(), which stays open.
  *  @param option 1 keeps the elements as triples and merges columns that come twice, 2 by column; plus 128 for free format.
  *  @param intunit unit to which the integer information is written, 0 for none. */
