@@ -12,6 +12,7 @@
 #include "decomp/scn_solving.h"
 #include "frame/entry_frame.h"
 #include "frame/messages.h"
+#include "model/model_store.h"
 
 namespace {
 

@@ -54,16 +54,6 @@ void quieten(QRTModel *lp) {
   qrt_setIloglevel(lp, 3);
 }
 
-int exportInUnits(QRTModel *lp, const char *file) {
-  const int scaled = lp->matrixScaled;
-  if (scaled) forEachElement(lp, [lp](int i, int j, double &value) { value /= elementFactor(lp, i, j); });
-  lp->matrixScaled = 0;  // the writer refuses anything else
-  const int code = qrt_exportModel(lp, file, 1, 2);
-  lp->matrixScaled = scaled;
-  if (scaled) forEachElement(lp, [lp](int i, int j, double &value) { value *= elementFactor(lp, i, j); });
-  return code;
-}
-
 int solveFromNothing(QRTModel *lp, const SolveOptions &options, const char *presolveFile) {
   if (options.scale) {
     const int code = qrt_scale(lp);

@@ -30,8 +30,6 @@ int solveFromNothing(QRTModel *lp, const SolveOptions &options, const char *pres
 int solveAfresh(QRTStoch *model, int algorithm, const char *presolveFile);
 // Goes on from the last basis by the dual simplex; trouble there is answered by a solve from the logical basis.
 int solveOn(QRTModel *lp);
-// Writes a model as an MPS file in the caller's units, also when its matrix is scaled. A writer's code.
-int exportInUnits(QRTModel *lp, const char *file);
 // From the logical basis by the primal simplex.
 int solveFromLogicals(QRTModel *lp);
 // qrt_getIprobstat, where an optimum of the problem as it was perturbed or scaled counts as optimal.

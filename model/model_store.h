@@ -220,6 +220,12 @@ int *qrt_compressLong(QRTModel *model, const CompressInfo *info, const int *whol
 void qrt_decompressDouble(const CompressInfo *info, const double *small, double *whole);
 void qrt_decompressLong(const CompressInfo *info, const int *small, int *whole);
 
+// ---- files (mps_writer.cpp) ----------------------------------------------------------------------------------
+
+// Writes a model as an MPS file in the caller's units, also when its matrix is scaled, which qrt_exportModel() refuses. The
+// result is that function's.
+int exportInUnits(QRTModel *model, const char *file);
+
 // ---- whole model (whole_model.cpp) ---------------------------------------------------------------------------
 
 // Frees rims, blocks, names, copies and integer data, and makes the model empty (sizes and capacities 0).

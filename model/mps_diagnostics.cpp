@@ -12,6 +12,11 @@ void tellName(const MpsData *data, int message, const char *name, int echo) {
   echoCard(data, echo);
 }
 
+void tellTwice(const MpsData *data, const char *name, int echo) {
+  qrtmesg_no_q1(MSG_DUPLICATE_NAME, name, data->reader.nameLength);
+  echoCard(data, echo);
+}
+
 void tellBounds(const MpsData *data, const char *name, double lower, double upper, int echo) {
   qrtmesg_no_q1_d2(MSG_BOUND_PAIR, name, data->reader.nameLength, lower, upper);
   if (echo) echoCard(data, echo);

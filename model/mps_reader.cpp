@@ -1,7 +1,8 @@
-// The run over an MPS file, from opening it to the finished model, and the public entries.
+// The run over an MPS file, from opening it to the finished model, the public entries, and the check of what was read.
 
 #include <unistd.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 
@@ -24,6 +25,21 @@ constexpr int UNIT_INTEGERS = 15;     // first choice for the temporary integer 
 constexpr int LAST_FREE_UNIT = 99;
 constexpr int FILE_NOT_OPENED = 200;
 constexpr int OPTION_PARAMETER = 4;   // place of the option among the reader's arguments
+
+}  // namespace
+
+bool isSetName(const MpsData *data, int set, const char *name) {
+  const int L = data->reader.nameLength;
+  return memcmp(data->sets[set], name, size_t(L)) == 0 && isBlank(data->sets[set] + L, 80 - L);
+}
+
+void takeSetName(MpsData *data, int set, const char *name) {
+  const int L = data->reader.nameLength;
+  memset(data->sets[set], ' ', 80);
+  memcpy(data->sets[set], name, size_t(L));
+}
+
+namespace {
 
 // Sections in the order of the file; the first failure ends them.
 int readSections(MpsData *data, int option) {
@@ -266,4 +282,21 @@ extern "C" int qrt_importModel(QRTModel *model, const char *filename) {
 
 extern "C" int qrt_importModelFree(QRTModel *model, const char *filename) {
   return importModel(model, filename, true, "qrt_importModelFree");
+}
+
+const char *mpsData_check(const MpsData *data) {
+  if (data->m < 0 || data->n < 0 || data->nz < 0) return "a count is negative";
+  if (data->start[0] != 0 || data->start[data->n] != data->nz) return "the column starts do not span the elements";
+  for (int j = 0; j < data->n; j++) {
+    if (data->start[j + 1] < data->start[j]) return "the column starts go down";
+    if (data->columnSet[j] < 0 || data->columnSet[j] > data->nSets) return "a column is in no set";
+    if (std::isnan(data->columnLower[j]) || std::isnan(data->columnUpper[j])) return "a column bound is no number";
+  }
+  for (int64_t k = 0; k < data->nz; k++) {
+    if (data->row[k] < 0 || data->row[k] >= data->m) return "an element lies outside the rows";
+    if (!std::isfinite(data->element[k])) return "an element is not finite";
+  }
+  for (int i = 0; i < data->m; i++)
+    if (std::isnan(data->rowLower[i]) || std::isnan(data->rowUpper[i])) return "a row bound is no number";
+  return nullptr;
 }

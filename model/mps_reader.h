@@ -171,9 +171,9 @@ const char *nameTable_check(const NameTable *table);
 enum : int { SET_MODEL, SET_OBJECTIVE, SET_RHS, SET_RANGE, SET_BOUND, SET_OBJECTIVE_CHANGE, SET_RHS_CHANGE,
              SET_RANGE_CHANGE, SET_BOUND_CHANGE, SET_COUNT };
 
-// An array that grows by doubling, on the model's temporary chain.
+// Capacities of the arrays of an MpsData, which grow by doubling on the model's temporary chain.
 struct GrowingRoom {
-  int64_t rows, columns, elements;  // capacities
+  int64_t rows, columns, elements;
 };
 
 struct MpsData {
@@ -226,14 +226,21 @@ struct MpsData {
 // Makes room for one more entry; `bytes` an entry, `least` entries at first.
 void *growRoom(QRTModel *model, void *array, int64_t used, int64_t *room, int bytes, int64_t least);
 
-// The sections, each returning READ_... Section cards that end one are still in the reader.
-int qrtrows(MpsData *data);
-int qrtcols(MpsData *data);
-int qrtdups(MpsData *data);
-void qrtdfrw(MpsData *data);
-int qrtrwbd(MpsData *data);
-int qrtclbd(MpsData *data);
-void qrtibnd(MpsData *data);
+// Entry `index` of names of L characters.
+inline char *nameAt(char *names, int64_t index, int L) { return names + index * L; }
+// Whether a card's name is that of a set, and a set named as a card does. A set's name is kept to 80 columns, a card's to L.
+bool isSetName(const MpsData *data, int set, const char *name);
+void takeSetName(MpsData *data, int set, const char *name);
+
+// The sections, in the order of a file. Those that can fail return READ_... The section card that ends one is still in
+// the reader.
+int qrtrows(MpsData *data);   // finds the NAME card wanted and reads ROWS
+int qrtcols(MpsData *data);   // COLUMNS with its markers
+int qrtdups(MpsData *data);   // joins columns that come twice, and makes the table of column names
+void qrtdfrw(MpsData *data);  // bounds of rows by their type, before any right-hand side
+int qrtrwbd(MpsData *data);   // all RHS and RANGES sections
+int qrtclbd(MpsData *data);   // bounds of columns: the defaults, then BOUNDS
+void qrtibnd(MpsData *data);  // whole, finite bounds for integer columns; writes the integer information file
 // Applies one item of RHS (which 1) or RANGES (which 2) to the main (mode 1) or change (mode 2) vectors; `flagged`
 // gets 1 at each row touched.
 void qrtdone(MpsData *data, const char *name, double value, int which, int mode, char *flagged);
@@ -259,6 +266,7 @@ const char *mpsData_check(const MpsData *data);  // first broken invariant as te
 
 void echoCard(const MpsData *data, int echo);
 void tellName(const MpsData *data, int message, const char *name, int echo);  // @C01 name, @I01 card, echo
+void tellTwice(const MpsData *data, const char *name, int echo);  // a value was given before
 void tellBounds(const MpsData *data, const char *name, double lower, double upper, int echo);
 void reportModel(const MpsData *data);
 int tellFailure(const MpsData *data, int failure);  // issues the failure's message, returns the code for the caller

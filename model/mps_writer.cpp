@@ -317,3 +317,13 @@ extern "C" int qrt_exportModel(QRTModel *model, const char *filename, int format
   qrt_leave(model);
   return result;
 }
+
+int exportInUnits(QRTModel *model, const char *file) {
+  const int scaled = model->matrixScaled;
+  if (scaled) forEachElement(model, [model](int i, int j, double &value) { value /= elementFactor(model, i, j); });
+  model->matrixScaled = 0;  // the writer refuses anything else
+  const int code = qrt_exportModel(model, file, 1, 2);
+  model->matrixScaled = scaled;
+  if (scaled) forEachElement(model, [model](int i, int j, double &value) { value *= elementFactor(model, i, j); });
+  return code;
+}
