@@ -668,7 +668,8 @@ QRT_API int qrt_scale(QRTModel *model);
  *         (postsolve then judges the original); 32 implied bounds are relaxed by 0.001. Without passes: at most 5.
  *  @param filename where postsolve finds the original and the log: null memory of the model, "/null" nowhere, else a path.
  *         A file is written beside its place and renamed when it is whole.
- *  @return 0; 1 when the model is infeasible, 2 when dual analysis finds it unbounded (raised limit), 341 when the file
+ *  @return 0; 1 when the model is infeasible, 2 when dual analysis finds that no duals fit the costs (raised limit): it has no
+ *          optimum, being unbounded or infeasible, and a solve as it stands tells which; 341 when the file
  *          cannot be opened (raised limit), 21 when it cannot be written: in all these cases the model is as it was; 999
  *          after a fatal error. A model all of whose rows go ends in message 7020, which stops the process unless its
  *          limit was raised; the call then returns 999 with a usable model of one free row. */
