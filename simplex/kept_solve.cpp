@@ -1,12 +1,14 @@
 // What a model keeps between two solves, and the work memory they share; the contracts are in kept_solve.h.
 #include "simplex/kept_solve.h"
 
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 
 #include "frame/guarded_memory.h"
 #include "model/model_store.h"
 #include "simplex/dual.h"
+#include "simplex/primal.h"
 
 namespace {
 
@@ -75,34 +77,83 @@ namespace {
 
 inline int rimPlace(const SimplexWork *w, int k) { return k <= w->m ? k - 1 : w->model->Imaxrows + (k - w->m) - 1; }
 
-bool weightsFit(const SimplexWork *w) {
+// A basic variable of the reference framework, among the primal's weights, which are those of nonbasics; negative means in
+// the framework there.
+constexpr double BASIC_IN_REFERENCE = -1.0e300;
+
+double *rimOfWeights(const SimplexWork *w, int k) { return &w->model->rweight[rimPlace(w, k)]; }
+
+// Weights of this kind, of this matrix: do they belong to this basis? Its basics must all have one of the dual's, its nonbasics
+// one of the primal's; variables added since have the 1 that new entries of a rim vector get.
+bool weightsFit(const SimplexWork *w, int kind) {
   const KeptSolve *kept = static_cast<const KeptSolve *>(w->model->factor);
-  if (!w->model->rweight || kept->weightForm != w->matrixForm) return false;
-  for (int i = 1; i <= w->m; i++)
-    if (!(w->model->rweight[rimPlace(w, w->list[i])] > 0.0)) return false;
+  if (!w->model->rweight || kept->weightForm != w->matrixForm || kept->weightKind != kind) return false;
+  if (kind == WEIGHTS_DUAL) {
+    for (int i = 1; i <= w->m; i++)
+      if (!(*rimOfWeights(w, w->list[i]) > 0.0)) return false;
+    return true;
+  }
+  for (int place = w->m + 1; place <= w->total; place++) {
+    const double weight = *rimOfWeights(w, w->list[place]);
+    if (weight == 0.0 || weight == BASIC_IN_REFERENCE) return false;
+  }
   return true;
+}
+
+KeptSolve *prepareToLeave(SimplexWork *w) {
+  KeptSolve *kept = static_cast<KeptSolve *>(w->model->factor);
+  kept->weightForm = FORM_NONE;
+  if (!w->model->rweight) w->model->rweight = newRimVector(w->model, 1.0);
+  return kept;
+}
+
+void leaveDualWeights(SimplexWork *w) {
+  KeptSolve *kept = prepareToLeave(w);
+  for (int k = 1; k <= w->total; k++) *rimOfWeights(w, k) = (w->flags[k] & VAR_BASIC) ? w->weight[k] : 0.0;
+  kept->weightKind = WEIGHTS_DUAL;
+  kept->weightForm = w->matrixForm;
+}
+
+void leavePrimalWeights(SimplexWork *w) {
+  KeptSolve *kept = prepareToLeave(w);
+  for (int k = 1; k <= w->total; k++) {
+    const uint32_t flags = w->flags[k];
+    const bool inside = (flags & VAR_REFERENCE) != 0;
+    *rimOfWeights(w, k) = flags & VAR_BASIC ? (inside ? BASIC_IN_REFERENCE : 0.0) : inside ? -w->weight[k] : w->weight[k];
+  }
+  kept->weightKind = w->primal->weightKind;
+  kept->weightForm = w->matrixForm;
 }
 
 }  // namespace
 
 void keptWeights_take(SimplexWork *w) {
   for (int k = 1; k <= w->total; k++) w->weight[k] = 1.0;
-  if (!weightsFit(w)) return;
-  for (int i = 1; i <= w->m; i++) w->weight[w->list[i]] = w->model->rweight[rimPlace(w, w->list[i])];
+  if (!weightsFit(w, WEIGHTS_DUAL)) return;
+  for (int i = 1; i <= w->m; i++) w->weight[w->list[i]] = *rimOfWeights(w, w->list[i]);
+}
+
+bool keptWeights_takePrimal(SimplexWork *w, int kind) {
+  if (!weightsFit(w, kind)) return false;
+  for (int k = 1; k <= w->total; k++) {
+    const double kept = *rimOfWeights(w, k);
+    const bool basic = (w->flags[k] & VAR_BASIC) != 0;
+    w->weight[k] = basic ? 1.0 : std::fabs(kept);
+    if (kept < 0.0) w->flags[k] |= VAR_REFERENCE;
+    else w->flags[k] &= ~uint32_t(VAR_REFERENCE);
+  }
+  return true;
 }
 
 void keptWeights_leave(SimplexWork *w) {
   KeptSolve *kept = static_cast<KeptSolve *>(w->model->factor);
-  const bool moved = w->iterated != 0;
-  if (!w->dual || w->algorithm != ALGORITHM_DUAL) {
-    // The primal knows none; without an iteration those of before are still right.
-    if (moved) kept->weightForm = FORM_NONE;
+  if (w->dual && w->algorithm == ALGORITHM_DUAL) {
+    leaveDualWeights(w);
     return;
   }
-  kept->weightForm = FORM_NONE;
-  if (!w->model->rweight) w->model->rweight = newRimVector(w->model, 1.0);
-  for (int k = 1; k <= w->total; k++) w->model->rweight[rimPlace(w, k)] = (w->flags[k] & VAR_BASIC) ? w->weight[k] : 0.0;
-  kept->weightForm = w->matrixForm;
+  if (!w->iterated) return;  // those of before are still right
+  if (w->primal && w->primal->weightsCarried) leavePrimalWeights(w);
+  else kept->weightForm = FORM_NONE;
 }
 
 // ---- work memory

@@ -8,7 +8,8 @@
 //     matrix     colStart .. rowValue of SimplexWork
 //     weights    |row i of B^-1|^2 of the dual, by variable in the model's rweight, where a nonbasic one has 0: a basis
 //                all of whose variables have a weight is the one that was left, but for rows added since, whose
-//                logicals are basic with the weight 1 that new rows get
+//                logicals are basic with the weight 1 that new rows get. Or the primal's, of its nonbasics, where a basic
+//                one has none: likewise, but for columns added since
 #pragma once
 
 #include "simplex/solve_state.h"
@@ -21,6 +22,7 @@ struct KeptSolve {
   int32_t *basis;          // [1..basisRoom] variable basic in row i; owned, guarded
   int32_t basisRoom;
   int32_t weightForm;      // MatrixForm of the weights in rweight, 0: there are none
+  int32_t weightKind;      // WEIGHTS_DUAL, or what PrimalWork::weightKind was
   // the matrix in solver form; see SimplexWork
   int32_t matrixM, matrixN, matrixVersion, matrixForm;  // stamp; matrixForm 0: not made
   int32_t *colStart, *colRow, *rowStart, *rowVar;       // owned, guarded
@@ -37,6 +39,8 @@ enum MatrixForm : int32_t {
   FORM_UNSCALED = 3     // the owner's factors taken back; never kept
 };
 
+constexpr int WEIGHTS_DUAL = 0;
+
 // The model's record, made at first use.
 KeptSolve *keptSolve(QRTModel *model);
 // Frees it with all it holds; after a jump out of a solve nothing in it can be trusted.
@@ -49,8 +53,11 @@ void qrt_freeFactor(KeptSolve *kept);
 bool keptFactor_take(SimplexWork *w);
 // At the end of a solve: the factor stays with the basis in list.
 void keptFactor_leave(SimplexWork *w);
-// Steepest edge weights of all variables: kept ones where they fit, 1 otherwise.
+// Steepest edge weights of the dual for all variables: kept ones where they fit, 1 otherwise.
 void keptWeights_take(SimplexWork *w);
+// Weights of the primal of this kind (SCORE_*) with their reference framework; false, and nothing done, where none fit.
+bool keptWeights_takePrimal(SimplexWork *w, int kind);
+// The weights of the algorithm that ends the run stay with the model.
 void keptWeights_leave(SimplexWork *w);
 
 // ---- work memory: one block that solves use in turn, so that a small one does not begin with forty allocations

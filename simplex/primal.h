@@ -54,6 +54,8 @@ struct PrimalWork {
   uint32_t *savedStatus;      // [m+1] and states
   double enterCostPart, enterInfeasiblePart;  // the two parts of the entering variable's reduced cost
   int weightKind;             // SCORE_DEVEX or SCORE_STEEPEST: what the weights are; 0 before the first framework
+  int weightsTaken;           // 1: the first pass of the solve has looked for kept weights
+  int weightsCarried;         // 1: they have been kept up by every exchange since their framework began
   int leavesReference;        // 1: the leaving variable is in the reference framework
 
   // ---- partial pricing

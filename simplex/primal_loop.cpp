@@ -296,6 +296,23 @@ void multipliers_update(SimplexWork *w) {
   for (int t = 0; t < p->change.count; t++) w->y[p->change.index[t]] += p->change.value[p->change.index[t]];
 }
 
+// Weights that the last solve left go on where that one stopped: a framework as old as it was when it began here.
+void takeKeptWeights(SimplexWork *w) {
+  PrimalWork *p = w->primal;
+  if (p->weightsTaken || w->priceMode != PRICE_FULL || (w->partialSize & 1023) || qrtlplp.Idevexmode <= 0) return;
+  p->weightsTaken = 1;
+  const int kind = steepestEdge() ? SCORE_STEEPEST : SCORE_DEVEX;
+  if (w->dual || p->weightKind != 0 || !keptWeights_takePrimal(w, kind)) return;
+  p->weightKind = kind;
+  p->weightsCarried = 1;
+  w->resetWanted = 0;
+  w->priceBase = qrtlplp.Iiternum;
+  w->referenceError = 10.0;
+  if (!steepestEdge()) return;
+  w->weightFloor = 0.1;
+  w->priceRefresh = referenceMode() >= 3 ? 999999 : 3000000;
+}
+
 // Everything that follows from a pivot before the factor changes: rho, weights, reduced costs.
 void carryOn(SimplexWork *w) {
   PrimalWork *p = w->primal;
@@ -303,6 +320,7 @@ void carryOn(SimplexWork *w) {
   const bool blocks = w->priceMode == PRICE_BLOCKS || (w->priceMode == PRICE_FULL && (w->partialSize & 1023));
   p->leavesReference = (w->basicStatus[w->leaveRow] & VAR_REFERENCE) != 0;
   if (w->priceMode != PRICE_FULL && !blocks) {
+    p->weightsCarried = 0;
     settleTwoCosts(w, leaving);
     if (w->priceMode == PRICE_VALUES) distrust(w);
     return;
@@ -322,6 +340,7 @@ void carryOn(SimplexWork *w) {
   p->rowLengthSum += p->rho.count;
   p->rowCount++;
   if (blocks) {
+    p->weightsCarried = 0;
     settleTwoCosts(w, leaving);
     if (!(w->djState & 4)) multipliers_update(w);
     return;
@@ -475,6 +494,7 @@ void begin(SimplexWork *w, Pass *pass) {
   p->columnLengthSum = p->rowLengthSum = 0.0;
   p->rowCount = p->randomFailures = p->listedPlace = 0;
   if (w->priceMode == PRICE_VALUES) w->pivotZeroTol = 1.1e-5;
+  takeKeptWeights(w);
   for (int i = 1; i <= w->m; i++) p->basicCost[i] = w->cost[w->list[i]];
   for (int i = 1; i <= w->m; i++)
     w->basicStatus[i] = (w->basicStatus[i] & ~uint32_t(VAR_REFERENCE)) | (w->flags[w->list[i]] & VAR_REFERENCE);

@@ -24,6 +24,7 @@ void resetWhenDue(SimplexWork *w) {
   if (now - w->priceBase < patience && !otherKind) return;
   if (steepestEdge()) w->weightFloor = 0.1;
   w->primal->weightKind = kind;
+  w->primal->weightsCarried = 1;
   qrtrctf(w);
 }
 
