@@ -19,8 +19,11 @@ namespace {
 constexpr int ROW_PRICING_ROWS = 100;   // below this a row copy gains nothing
 constexpr double SPARSE_ROWS = 0.1;     // mean density of the inverse's rows up to which pivotal rows are short
 constexpr int STALLED_PASSES = 21;
-constexpr int SHORT_PASS = 5;           // iterations; passes of a sound solve are longer, unless the caller limits the updates
-constexpr int CIRCLING_PASSES = 400;
+// A pass that ends after so few iterations tells of trouble: those of a sound solve are longer, unless the caller limits the
+// updates. One of medium length tells a little, as circles with a few good steps in them go through such passes, too.
+constexpr int SHORT_PASS = 5, MEDIUM_PASS = 25;
+constexpr int SHORT_WEIGHT = 5;         // of a short pass against one of a medium one
+constexpr int CIRCLING_WEIGHT = 2000;
 
 SimplexWork *newWork(QRTModel *model) {
   SimplexWork *w = static_cast<SimplexWork *>(temporaryAllocate(model, 1, int64_t(sizeof(SimplexWork))));
@@ -198,13 +201,14 @@ bool circling(SimplexWork *w) {
   moved = reachesBelow(cost, &w->leastCostSeen) || moved;
   moved = reachesBelow(-cost, &fallen) || moved;
   w->mostCostSeen = -fallen;
-  if (moved || made > SHORT_PASS) {
-    w->circlePasses = 0;
+  if (moved || made > MEDIUM_PASS) {
+    w->circleWeight = 0;
     return false;
   }
   // A limit of a few updates makes every pass short.
-  const int patience = qrtlplp.Imaxfactor > 2 * SHORT_PASS ? CIRCLING_PASSES : 100 * CIRCLING_PASSES;
-  if (++w->circlePasses < patience) return false;
+  const int patience = qrtlplp.Imaxfactor > 2 * SHORT_PASS ? CIRCLING_WEIGHT : 100 * CIRCLING_WEIGHT;
+  w->circleWeight += made > SHORT_PASS ? 1 : SHORT_WEIGHT;
+  if (w->circleWeight < patience) return false;
   qrtlplp.Iprobstat = -1;
   qrtmesg_no(MSG_NO_PROGRESS);
   return true;
@@ -554,6 +558,19 @@ LegResult solveAfresh(QRTModel *model, int coreMode, const LegResult &first) {
   return first;
 }
 
+// Numerical difficulty belongs to the way as much as to the problem: the other algorithm, from the logicals and without
+// scaling, mostly gets through. Its answer stands if nothing is wrong with it.
+LegResult solveAnotherWay(QRTModel *model, int coreMode, const LegResult &first) {
+  const Answer answer = takeAnswer(model);
+  const int other = first.work->algorithm == ALGORITHM_DUAL ? ALGORITHM_PRIMAL : ALGORITHM_DUAL;
+  startFromLogicals(model);
+  const LegResult leg = runLeg(model, other, 1, coreMode, LEG_AGAIN);
+  const int status = qrtlplp.Iprobstat;
+  if (leg.code == 0 && status >= 0 && status <= 2 && !leg.prohibited) return leg;
+  putAnswerBack(model, answer);
+  return first;
+}
+
 }  // namespace
 
 int qrtsslvf(QRTModel *model, int algorithm, int init, int keep, int coreMode) {
@@ -562,6 +579,7 @@ int qrtsslvf(QRTModel *model, int algorithm, int init, int keep, int coreMode) {
   if (init == 0 && qrtlplp.startWord != 0) init = qrtlplp.startWord;
   qrtlplp.startWord = 0;
   LegResult leg = runLeg(model, algorithm, init, coreMode, LEG_WHOLE);
+  if (leg.code != 0) leg = solveAnotherWay(model, coreMode, leg);
   const int firstCode = leg.code;
   // A run that stopped at the cutoff has no answer to clean up.
   if (firstCode == 0 && leg.violated && qrtlplp.Iprobstat2 != SECOND_STATUS_CUTOFF) {

@@ -259,6 +259,21 @@ void exactStep(SimplexWork *w, const Search *s, RatioChoice *choice) {
   choice->passedBreaks = s->theta > s->firstRatio;
 }
 
+// A column that only pivots below the floor stop, barred and let in again for the last time before it would be barred for
+// good: an answer must come of it, or an optimum is claimed although the column pays. Rounding is no pivot, and the column
+// then goes without end; anything else is one, and the factorisation that follows tells whether the basis can be used.
+constexpr int LAST_ROUNDS = 4;
+constexpr double ROUNDING = 1.0e-9;  // of the largest |alpha|
+
+RatioResult lastResort(const SimplexWork *w, Search *s) {
+  const SparseVector *alpha = &w->primal->alpha;
+  double largest = 1.0;
+  for (int k = 0; k < alpha->count; k++) largest = std::fmax(largest, std::fabs(alpha->value[alpha->index[k]]));
+  if (s->smallBest < ROUNDING * largest) return RATIO_NONE;
+  s->row = s->smallRow, s->theta = s->smallRatio;
+  return RATIO_ROW;
+}
+
 }  // namespace
 
 RatioResult qrtczrp(SimplexWork *w, double range, RatioChoice *choice) {
@@ -279,12 +294,17 @@ RatioResult qrtczrp(SimplexWork *w, double range, RatioChoice *choice) {
       choice->step = range;
       return RATIO_FLIP;
     }
-    if (s.row == 0) return s.smallRow ? RATIO_SMALL_PIVOT : RATIO_NONE;
+    if (s.row == 0 && s.smallRow == 0) return RATIO_NONE;
+    if (s.row == 0 && w->state.rejectRounds >= LAST_ROUNDS && !primalInfeasible()) {
+      if (lastResort(w, &s) == RATIO_NONE) return RATIO_NONE;
+      exactStep(w, &s, choice);
+      return RATIO_ROW;
+    }
   }
   if (s.row == 0) return RATIO_SMALL_PIVOT;
   exactStep(w, &s, choice);
   double floor = s.pivotFloor;
-  if (w->state.rejectRounds >= 4)
+  if (w->state.rejectRounds >= LAST_ROUNDS)
     floor *= 0.1;
   else if (!primalInfeasible() && choice->passedBreaks)
     floor *= 10.0;

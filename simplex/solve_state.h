@@ -229,7 +229,7 @@ struct SimplexWork {
   int stallPasses, lastPassIter;
   int columnsProhibited;     // 1: the run ends although rejected columns still price
   // ---- watch for passes that go round in a circle (circling)
-  int circlePasses;          // short passes since anything below reached a new extreme
+  int circleWeight;          // passes of few iterations since anything below reached a new extreme, short ones heavier
   double leastPrimalSum, leastDualSum, leastCostSeen, mostCostSeen;
   int doubtCount;            // statuses of the loop that the recomputation did not bear out
   int wasInfeasible;         // Inumpinf was positive at the last check
