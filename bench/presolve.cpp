@@ -1,6 +1,7 @@
 // What presolve is worth: a solve with it beside one without, and how its time grows with the elements of a model.
-// usage: bench_presolve [--type T] [--dual] FILE.mps...
-//        bench_presolve [--type T] --grow [ELEMENTS]
+// usage: bench_presolve [--type T] [--threshold N] [--dual] FILE.mps...
+//        bench_presolve [--type T] [--threshold N] --sizes FILE.mps...
+//        bench_presolve [--type T] [--threshold N] --grow [ELEMENTS]
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -18,8 +19,11 @@ struct Sizes {
 };
 Sizes sizesOf(QRTModel *q) { return {qrt_getInumrows(q), qrt_getInumcols(q), qrt_getInumels(q)}; }
 
+int threshold = 1;  // Ithreshold: from 3 on the most rows of a column substituted with fill
+
 QRTModel *newModel() {
   QRTModel *q = qrt_newModel(benchContext(), "");
+  qrt_setIthreshold(q, threshold);
   benchQuiet(q);
   qrt_setIloglevel(q, 0);
   return q;
@@ -91,11 +95,28 @@ void grow(int type, int largest) {
   }
 }
 
+// What is left of a model, without a solve.
+void sizes(int type, const char *file) {
+  QRTModel *q = newModel();
+  if (qrt_importModel(q, file) == 0) {
+    const Sizes before = sizesOf(q);
+    const double begin = processorNow();
+    const int code = qrt_preSolve(q, type, nullptr);
+    const double seconds = processorNow() - begin;
+    const Sizes after = sizesOf(q);
+    const char *slash = std::strrchr(file, '/');
+    std::printf("%-14s %7d %7d %8d | %7d %7d %8d | %8.3f%s\n", slash ? slash + 1 : file, before.rows, before.columns, before.elements, after.rows,
+                after.columns, after.elements, seconds, code == 1 ? "  infeasible" : code == 2 ? "  unbounded" : "");
+    std::fflush(stdout);
+  }
+  qrt_deleteModel(q);
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
   int type = 7;
-  bool dual = false, header = false;
+  bool dual = false, header = false, onlySizes = false;
   double logs = 0.0, worst = 0.0;
   int counted = 0;
   for (int k = 1; k < argc; k++) {
@@ -103,8 +124,21 @@ int main(int argc, char **argv) {
       type = std::atoi(argv[++k]);
       continue;
     }
+    if (std::strcmp(argv[k], "--threshold") == 0 && k + 1 < argc) {
+      threshold = std::atoi(argv[++k]);
+      continue;
+    }
     if (std::strcmp(argv[k], "--dual") == 0) {
       dual = true;
+      continue;
+    }
+    if (std::strcmp(argv[k], "--sizes") == 0) {
+      onlySizes = true;
+      std::printf("%-14s %24s | %24s | %8s\n", "model", "rows columns elements", "after", "seconds");
+      continue;
+    }
+    if (onlySizes) {
+      sizes(type, argv[k]);
       continue;
     }
     if (std::strcmp(argv[k], "--grow") == 0) {
