@@ -18,16 +18,20 @@ struct Step {
 constexpr Step BEFORE[] = {
     {dropDuplicateRows, ALL_KINDS, PRESOLVE_FLAG_DUPLICATES, 0},
 };
-constexpr Step PASS[] = {
+// These look at what waits and at nothing else, so they take turns until nothing does.
+constexpr Step QUICK[] = {
     {reduceBySigns, KIND_1 | KIND_2 | KIND_3, 0, 0},
     {reduceRows, ALL_KINDS, 0, 0},
-    {dropImpliedRows, ALL_KINDS, 0, 0},
-    {tightenBounds, ALL_KINDS, 0, 0},
     {reduceEmptyColumns, ALL_KINDS, 0, 0},
-    {roundIntegers, ALL_KINDS, 0, 0},
     {reduceFreeColumns, KIND_2 | KIND_3, 0, PRESOLVE_FLAG_FILL},
     {substituteFreeColumns, KIND_2 | KIND_3, PRESOLVE_FLAG_FILL, 0},
     {reduceDoubletons, KIND_1 | KIND_3, 0, 0},
+};
+// Each of these looks at every row or column, once a pass.
+constexpr Step PASS[] = {
+    {dropImpliedRows, ALL_KINDS, 0, 0},
+    {tightenBounds, ALL_KINDS, 0, 0},
+    {roundIntegers, ALL_KINDS, 0, 0},
     // Last: it drops bounds that rows imply, which others may want to see.
     {reduceByDuals, ALL_KINDS, PRESOLVE_FLAG_DUALS, 0},
 };
@@ -68,9 +72,10 @@ template <int N> int runSteps(Presolve *p, const Step (&steps)[N]) {
   return done;
 }
 
-int clean(Presolve *p) {
+// The steps until they find nothing more; 0, or the failure.
+template <int N> int exhaust(Presolve *p, const Step (&steps)[N]) {
   int result = 1;
-  while (result > 0) result = runSteps(p, CLEAN);
+  while (result > 0) result = runSteps(p, steps);
   return result;
 }
 
@@ -89,7 +94,8 @@ int runAll(Presolve *p, int passes) {
   bool finished = false;
   for (p->pass = 1; result >= 0 && p->pass <= passes && !finished; p->pass++) {
     const int rows = p->liveRows, columns = p->liveColumns;
-    result = runSteps(p, PASS);
+    result = exhaust(p, QUICK);
+    if (result == 0) result = runSteps(p, PASS);
     if (result < 0 || p->liveRows == 0) break;
     if (worthAnother(p, rows, columns)) continue;
     result = runSteps(p, AFTER);
@@ -97,7 +103,7 @@ int runAll(Presolve *p, int passes) {
   }
   if (result >= 0 && !finished) result = runSteps(p, AFTER);
   if (result >= 0 && (p->flags & PRESOLVE_FLAG_REPAIR)) p->repair = 1;
-  if (result >= 0) result = clean(p);
+  if (result >= 0) result = exhaust(p, CLEAN);
   return result;
 }
 

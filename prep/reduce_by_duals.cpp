@@ -9,8 +9,10 @@
 // programs prior to applying an interior point method, 1997.)
 //
 // A proof may not rest on what it takes away: else an optimal dual of the smaller program need not fit the column when it
-// comes back. A column that lent a bound to some y_i is a source and stays during this call, and only bounds from single
-// columns, which no other bound supports, make a row an equation. The way back then needs no more than the fixed columns.
+// comes back. A column that lent a bound to some y_i is a source and stays during this call. A row that becomes an
+// equation loses the sign of its dual, so it must not be one whose sign some bound rests on: those that do become
+// equations then owe their bounds to sources and to signs that stay, however long the chain. The way back needs no more
+// than the fixed columns.
 #include <cmath>
 
 #include "frame/guarded_memory.h"
@@ -25,13 +27,16 @@ constexpr double CLEAR = 1.0e-9;          // relative size from which a reduced 
 
 struct DualBounds {
   double *low, *high;  // [m] bounds on y, +-1e31 for none
-  char *single;        // [m] 1: low and high owe nothing to a column of more than one element
+  char *found;         // [m] LOW, HIGH: the bound is from a column, not from the sides of the row
+  char *support;       // [m] 1: a bound of another row rests on the sign that the sides of this one give its dual
   char *source;        // [n] 1: the column lent a bound
   char *due;           // [n] 1: to be looked at, since the dual of a row of it has changed
   int *changedIn;      // [m] sweep in which the row's dual last changed, so that its columns are due
   int sweep;
   double *lower, *upper;  // [n] bounds of the columns when the call began
 };
+
+enum : char { LOW = 1, HIGH = 2 };
 
 struct Range {
   double least, most, size;  // +-1e31 where infinite; sum of the sizes of the terms
@@ -41,12 +46,13 @@ DualBounds newBounds(const Presolve *p) {
   DualBounds b;
   b.low = static_cast<double *>(temporaryAllocate(p->model, int64_t(p->m) + 1, sizeof(double)));
   b.high = static_cast<double *>(temporaryAllocate(p->model, int64_t(p->m) + 1, sizeof(double)));
-  b.single = static_cast<char *>(temporaryAllocate(p->model, int64_t(p->m) + 1, 1));
+  b.found = static_cast<char *>(temporaryAllocate(p->model, int64_t(p->m) + 1, 1));
+  b.support = static_cast<char *>(temporaryAllocate(p->model, int64_t(p->m) + 1, 1));
   b.source = static_cast<char *>(temporaryAllocate(p->model, int64_t(p->n) + 1, 1));
   for (int i = 0; i < p->m; i++) {
     b.low[i] = hasUpper(p->rowUpper[i]) ? -QRT_INFINITY : 0.0;
     b.high[i] = hasLower(p->rowLower[i]) ? QRT_INFINITY : 0.0;
-    b.single[i] = 1;
+    b.found[i] = b.support[i] = 0;
   }
   b.due = static_cast<char *>(temporaryAllocate(p->model, int64_t(p->n) + 1, 1));
   b.changedIn = static_cast<int *>(temporaryAllocate(p->model, int64_t(p->m) + 1, sizeof(int)));
@@ -93,7 +99,7 @@ Range reducedCostRange(const Presolve *p, const DualBounds &b, int column) {
 }
 
 // A tighter bound on the dual of a row. `upward` says that `value` is a lower bound of y.
-bool offerBound(DualBounds *b, int row, bool upward, double value, bool single, bool take) {
+bool offerBound(DualBounds *b, int row, bool upward, double value, bool take) {
   double *bound = upward ? &b->low[row] : &b->high[row];
   if (std::fabs(value) > LARGEST_DUAL) return false;
   if (std::fabs(*bound) < QRT_INFINITE_TEST) {
@@ -103,8 +109,16 @@ bool offerBound(DualBounds *b, int row, bool upward, double value, bool single, 
   if (upward ? value > b->high[row] : value < b->low[row]) return false;  // no dual fits: not for this call to say
   if (!take) return true;
   *bound = value;
-  if (!single) b->single[row] = 0;
+  b->found[row] = char(b->found[row] | (upward ? LOW : HIGH));
   return true;
+}
+
+// The bound of the dual of entry `of` came from the other entries of the column: note whose signs it rests on.
+void markSupport(const Presolve *p, DualBounds *b, int column, int sign, int of) {
+  for (int e = p->columnFirst[column]; e >= 0; e = p->entry[e].columnNext) {
+    const PresolveEntry &a = p->entry[e];
+    if (e != of && !(b->found[a.row] & (-sign * a.value > 0.0 ? HIGH : LOW))) b->support[a.row] = 1;
+  }
 }
 
 // Once a sweep: the columns of a long row are not walked for each of its bounds.
@@ -120,7 +134,6 @@ bool lendBounds(const Presolve *p, DualBounds *b, int column, int sign, bool tak
   const Extreme rest = extremeOf(p, *b, column, -sign);
   if (rest.infinite > 1) return false;
   bool lent = false;
-  const bool single = p->columnCount[column] == 1;
   for (int e = p->columnFirst[column]; e >= 0; e = p->entry[e].columnNext) {
     const PresolveEntry &a = p->entry[e];
     if (rest.infinite == 1 && e != rest.at) continue;
@@ -128,9 +141,10 @@ bool lendBounds(const Presolve *p, DualBounds *b, int column, int sign, bool tak
     const double others = rest.infinite ? rest.sum : rest.sum - a.value * own;
     const double room = p->cost[column] - others;
     if (!rest.infinite && std::fabs(room) < CLEAR * (std::fabs(p->cost[column]) + rest.size)) continue;  // cancelled
-    if (offerBound(b, a.row, sign * a.value < 0.0, room / a.value, single, take)) {
+    if (offerBound(b, a.row, sign * a.value < 0.0, room / a.value, take)) {
       lent = true;
       if (!take) return true;
+      markSupport(p, b, column, sign, e);
       makeDue(p, b, a.row);
       if (!rest.infinite) break;  // the sum no longer holds
     }
@@ -203,7 +217,7 @@ int fixColumns(Presolve *p, const DualBounds &b) {
 int makeEquations(Presolve *p, const DualBounds &b) {
   int done = 0;
   for (int i = 0; i < p->m; i++) {
-    if (!rowAlive(p, i) || !b.single[i] || isEquation(p, i)) continue;
+    if (!rowAlive(p, i) || b.support[i] || isEquation(p, i)) continue;
     const double lower = p->rowLower[i], upper = p->rowUpper[i];
     if (b.low[i] > CLEAR * 100.0 && b.low[i] < QRT_INFINITE_TEST && hasLower(lower)) changeSides(p, i, lower, lower), done++;
     else if (b.high[i] < -CLEAR * 100.0 && b.high[i] > -QRT_INFINITE_TEST && hasUpper(upper)) changeSides(p, i, upper, upper), done++;

@@ -7,8 +7,9 @@
 //
 //     cost c_k -= (c_j / a) p_k,  constant += c_j r / a,   row q += -(a_q / a) row p,  sides of q += -(a_q / a) r
 //
-// Row p is an equation, or the only row of the column: then the reduced cost of 0 makes its dual c_j / a, whose sign tells
-// which side is active.
+// Row p is an equation, or the signs of the costs and of the other duals tell which side of it is active: the reduced
+// cost of 0 makes its dual (c_j - sum_q a_q y_q) / a, and where every term has the same sign, so has y_p. In the primal:
+// the column wants to move one way, and row p alone stops it.
 //
 // The way back. x_j comes from the row as it stood and is basic; its reduced cost is 0, which gives the row's dual,
 // y_p = (c_j - sum_q a_q y_q) / a; all other duals and reduced costs stay what they are. (Andersen and Andersen 1995,
@@ -37,10 +38,30 @@ bool impliedFree(const Presolve *p, int column) {
   return boundImplied(p, column, -1, true) && boundImplied(p, column, 1, true);
 }
 
-// The side of its only row at which an implied free column holds it; false if the row has none there.
-bool sideOfSingleton(const Presolve *p, int row, double y, double *side) {
-  *side = y > 0.0 ? p->rowLower[row] : p->rowUpper[row];
-  return y != 0.0 && std::fabs(*side) < QRT_INFINITE_TEST;
+// Which signs the terms of c_j - sum_q a_q y_q can have over all rows of a column, each y_q by the sides of its row.
+// For a row left out the test is the same without its own term, which only the pivot row can have with either sign.
+struct Signs {
+  int positive, negative;  // terms that may be so; one that may be both counts in each
+};
+Signs termSigns(const Presolve *p, int column, int skipped) {
+  Signs s = {p->cost[column] > 0.0, p->cost[column] < 0.0};
+  for (int e = p->columnFirst[column]; e >= 0; e = p->entry[e].columnNext) {
+    const PresolveEntry &x = p->entry[e];
+    if (x.row == skipped) continue;
+    // y > 0 at a lower side makes the term negative for a positive element.
+    const bool low = hasLower(p->rowLower[x.row]), high = hasUpper(p->rowUpper[x.row]), up = x.value > 0.0;
+    s.positive += up ? high : low;
+    s.negative += up ? low : high;
+  }
+  return s;
+}
+
+// The side of the row at which an implied free column holds it; false if the signs do not tell, or it has none there.
+bool sideByDuals(const Presolve *p, int column, const PresolveEntry &x, double *side) {
+  const Signs s = termSigns(p, column, x.row);
+  if ((s.positive > 0) == (s.negative > 0)) return false;
+  *side = (s.positive > 0) == (x.value > 0.0) ? p->rowLower[x.row] : p->rowUpper[x.row];
+  return std::fabs(*side) < QRT_INFINITE_TEST;
 }
 
 // At most a few elements more than go? Counted where the worst case leaves it open and counting is cheap.
@@ -67,9 +88,9 @@ int choosePivot(const Presolve *p, int column, double *side) {
   for (int e = p->columnFirst[column]; e >= 0; e = p->entry[e].columnNext) {
     const PresolveEntry &x = p->entry[e];
     double r = p->rowUpper[x.row];
-    const bool fits = isEquation(p, x.row) || (p->columnCount[column] == 1 && sideOfSingleton(p, x.row, p->cost[column] / x.value, &r));
-    if (!fits || std::fabs(x.value) < SMALLEST_SHARE * largest) continue;
+    if (std::fabs(x.value) < SMALLEST_SHARE * largest) continue;
     if (best >= 0 && p->rowCount[x.row] >= p->rowCount[p->entry[best].row]) continue;
+    if (!isEquation(p, x.row) && !sideByDuals(p, column, x, &r)) continue;
     if (!fillIsSmall(p, x.row, column)) continue;
     best = e;
     *side = r;
