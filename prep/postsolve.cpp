@@ -187,6 +187,19 @@ void restoreOriginal(QRTModel *model, const PresolveRecord *record) {
 
 bool solved() { return qrtlplp.Inumpinf == 0 && qrtlplp.Inumdinf == 0 && (qrtlplp.Iprobstat == 0 || qrtlplp.Iprobstat == 5); }
 
+// A point with whole values in its integer columns is more than a solution of the relaxation: whoever found it may have
+// changed their bounds for it, so that its duals need not fit, and a simplex would leave it.
+bool isWholePoint(const QRTModel *model) {
+  bool any = false;
+  for (int j = 0; model->integerTypes && j < model->Inumcols; j++) {
+    if (model->integerTypes[j] == 0) continue;
+    any = true;
+    const double x = model->solution[model->Imaxrows + j];
+    if (std::fabs(x - std::floor(x + 0.5)) > WORTH_A_SOLVE * qrtlplp.Rtolpinf) return false;
+  }
+  return any;
+}
+
 // Everything from a stream; returns 0 or a code after a message.
 int qrtpsslf(QRTModel *model, ByteStream *stream) {
   reportSolution(model);
@@ -213,7 +226,8 @@ int qrtpsslf(QRTModel *model, ByteStream *stream) {
   storeControlInteger(model, CONTROL_Inumpinf, 0);
   messageD(1, qrtlplp.Robjvalue);
   qrtmesg_no_q1(MSG_MAPPED_OBJECTIVE, "qrtpssl", -1);
-  const bool near = q.primal <= WORTH_A_SOLVE * qrtlplp.Rtolpinf && q.dual <= WORTH_A_SOLVE * qrtlplp.Rtoldinf;
+  const bool feasible = q.primal <= WORTH_A_SOLVE * qrtlplp.Rtolpinf, near = feasible && q.dual <= WORTH_A_SOLVE * qrtlplp.Rtoldinf;
+  if (feasible && isWholePoint(model)) return 0;
   return near && (p->valuesOnly || basisConfirms(p)) ? 0 : qrt_primalSimplex(model, 1);
 }
 

@@ -49,7 +49,7 @@ enum PresolveKind : char { COLUMN_CONTINUOUS = 0, COLUMN_INTEGER = 1, COLUMN_IN_
 // Who waits for changed rows and columns: each reduction has a queue of its own, so that none looks at anything twice
 // without reason. Everything is in every queue at the start.
 enum PresolveRowQueue : int { ROWS_ACTIVITY, ROWS_DOUBLETON, ROW_QUEUES };
-enum PresolveColumnQueue : int { COLUMNS_EMPTY, COLUMNS_SIGN, COLUMNS_DUAL, COLUMNS_FREE, COLUMNS_SUBSTITUTE, COLUMN_QUEUES };
+enum PresolveColumnQueue : int { COLUMNS_ROUND, COLUMNS_EMPTY, COLUMNS_SIGN, COLUMNS_DUAL, COLUMNS_FREE, COLUMNS_SUBSTITUTE, COLUMN_QUEUES };
 
 struct PresolveQueue {
   int *ring;                       // [room] circular: an index waits at most once
@@ -109,6 +109,11 @@ enum : int { PRESOLVE_INFEASIBLE = -1, PRESOLVE_UNBOUNDED = -2 };
 
 inline bool rowAlive(const Presolve *p, int i) { return p->rowMark[i] == MARK_ALIVE; }
 inline bool columnAlive(const Presolve *p, int j) { return p->columnMark[j] == MARK_ALIVE; }
+// Can the column be fixed there? An integer column at whole values only: until its bounds are rounded they may not be.
+inline bool mayRest(const Presolve *p, int j, double value) {
+  if (p->columnKind[j] == COLUMN_IN_SET) return false;
+  return p->columnKind[j] == COLUMN_CONTINUOUS || value == std::floor(value);
+}
 inline bool isEquation(const Presolve *p, int i) { return p->rowUpper[i] - p->rowLower[i] <= PRESOLVE_ZERO; }
 
 // Primitives. They keep links, counts, activities and queues; whatever changes waits in all queues afterwards.
@@ -237,6 +242,11 @@ int reduceFreeColumns(Presolve *p);              // reduce_free_columns.cpp: one
 int substituteFreeColumns(Presolve *p);          // reduce_free_columns.cpp: any number of rows, with fill
 // Do rows imply the bound of a column at `end` (1 upper, -1 lower)? Without `prove` by the running activities only.
 bool boundImplied(const Presolve *p, int column, int end, bool prove);
+// tight_rows.cpp: the side at which an implied free column holds the row of one of its elements; false if the signs of costs and
+// duals do not tell, or the row has none there.
+bool sideByDuals(const Presolve *p, int e, double *side);
+// Makes a row of the column an equation, if the column tells that some optimum has it tight.
+bool tightenRowOf(Presolve *p, int column);
 int reduceBySigns(Presolve *p);                  // reduce_by_signs.cpp
 int reduceByDuals(Presolve *p);                  // reduce_by_duals.cpp
 int fixDominatedColumns(Presolve *p);            // reduce_dominated.cpp: columns that another can replace

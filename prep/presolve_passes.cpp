@@ -18,8 +18,10 @@ struct Step {
 constexpr Step BEFORE[] = {
     {dropDuplicateRows, ALL_KINDS, PRESOLVE_FLAG_DUPLICATES, 0},
 };
-// These look at what waits and at nothing else, so they take turns until nothing does.
+// These look at what waits and at little else, so they take turns until nothing does. Bounds of integer columns are whole
+// before any column is fixed.
 constexpr Step QUICK[] = {
+    {roundIntegers, ALL_KINDS, 0, 0},
     {reduceBySigns, KIND_1 | KIND_2 | KIND_3, 0, 0},
     {reduceRows, ALL_KINDS, 0, 0},
     {reduceEmptyColumns, ALL_KINDS, 0, 0},
@@ -31,7 +33,6 @@ constexpr Step QUICK[] = {
 constexpr Step PASS[] = {
     {dropImpliedRows, ALL_KINDS, 0, 0},
     {tightenBounds, ALL_KINDS, 0, 0},
-    {roundIntegers, ALL_KINDS, 0, 0},
     // Last: it drops bounds that rows imply, which others may want to see.
     {reduceByDuals, ALL_KINDS, PRESOLVE_FLAG_DUALS, 0},
 };
@@ -43,6 +44,7 @@ constexpr Step AFTER[] = {
 };
 // A matrix with empty rows or columns is no model to hand on, whatever the passes left.
 constexpr Step CLEAN[] = {
+    {roundIntegers, ALL_KINDS, 0, 0},
     {reduceRows, ALL_KINDS, 0, 0},
     {reduceEmptyColumns, ALL_KINDS, 0, 0},
 };

@@ -179,20 +179,15 @@ bool tightenDuals(Presolve *p, DualBounds *b) {
   return any;
 }
 
-bool mayStay(const Presolve *p, int column, double bound) {
-  if (p->columnKind[column] == COLUMN_IN_SET) return false;
-  return p->columnKind[column] == COLUMN_CONTINUOUS || bound == std::floor(bound);
-}
-
 // Fixes the column if the range allows. 1 if it did, 0 if not, or PRESOLVE_UNBOUNDED.
 int fixByRange(Presolve *p, const DualBounds &b, int column) {
   const Range d = reducedCostRange(p, b, column);
   const double clear = CLEAR * (1.0 + d.size), rounding = 1.0e-13 * d.size;
-  if (d.least >= -rounding && hasLower(p->lower[column]) && mayStay(p, column, p->lower[column])) {
+  if (d.least >= -rounding && hasLower(p->lower[column]) && mayRest(p, column, p->lower[column])) {
     fixColumn(p, column, p->lower[column], REDUCTION_AT_LOWER, MARK_AT_LOWER);
     return 1;
   }
-  if (d.most <= rounding && hasUpper(p->upper[column]) && mayStay(p, column, p->upper[column])) {
+  if (d.most <= rounding && hasUpper(p->upper[column]) && mayRest(p, column, p->upper[column])) {
     fixColumn(p, column, p->upper[column], REDUCTION_AT_UPPER, MARK_AT_UPPER);
     return 1;
   }

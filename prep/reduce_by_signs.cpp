@@ -60,7 +60,7 @@ int reduceBySigns(Presolve *p) {
     if (direction == 0) continue;
     const double bound = direction > 0 ? p->upper[column] : p->lower[column];
     if (std::fabs(bound) < FAR) {
-      if (p->columnKind[column] == COLUMN_INTEGER && bound != std::floor(bound)) continue;
+      if (!mayRest(p, column, bound)) continue;
       fixColumn(p, column, bound, REDUCTION_SIGN_FIXED, direction > 0 ? MARK_AT_UPPER : MARK_AT_LOWER);
     } else {
       if (std::fabs(bound) < QRT_INFINITE_TEST || p->columnKind[column] != COLUMN_CONTINUOUS) continue;

@@ -5,6 +5,8 @@
 
 namespace {
 
+constexpr double NOISE = 1.0e-9;  // bounds of integer columns that rows left carry rounding, whatever the tolerance
+
 // Where a column of no row belongs: its cost decides, and without a cost the bound nearest to 0. False when the cost
 // pushes where there is no bound: then it stays for a solver to find the model unbounded, or infeasible.
 bool restingPlace(const Presolve *p, int j, double *value, int *type) {
@@ -33,6 +35,11 @@ bool restingPlace(const Presolve *p, int j, double *value, int *type) {
   return true;
 }
 
+double withoutNoise(double bound) {
+  const double whole = std::floor(bound + 0.5);
+  return std::fabs(bound - whole) <= NOISE ? whole : bound;
+}
+
 }  // namespace
 
 int reduceEmptyColumns(Presolve *p) {
@@ -42,6 +49,7 @@ int reduceEmptyColumns(Presolve *p) {
     double value = p->lower[j];
     int type = REDUCTION_AT_LOWER;
     if (p->upper[j] - p->lower[j] > PRESOLVE_ZERO && (p->columnCount[j] > 0 || !restingPlace(p, j, &value, &type))) continue;
+    if (!mayRest(p, j, value)) continue;
     fixColumn(p, j, value, type, type == REDUCTION_AT_UPPER ? MARK_AT_UPPER : MARK_AT_LOWER);
     done++;
   }
@@ -50,17 +58,17 @@ int reduceEmptyColumns(Presolve *p) {
 
 int roundIntegers(Presolve *p) {
   const double t = qrtint3.Rtolint;
-  int done = 0;
-  for (int j = 0; j < p->n; j++) {
-    if (!columnAlive(p, j) || p->columnKind[j] != COLUMN_INTEGER) continue;
-    const double old[2] = {p->lower[j], p->upper[j]};
+  int done = 0, j;
+  while (takeColumn(p, COLUMNS_ROUND, &j)) {
+    if (p->columnKind[j] != COLUMN_INTEGER) continue;
+    const double old[2] = {withoutNoise(p->lower[j]), withoutNoise(p->upper[j])};
     const double lower = hasLower(old[0]) ? std::fmax(old[0], std::ceil(old[0] - t)) : old[0];
     const double upper = hasUpper(old[1]) ? std::fmin(old[1], std::floor(old[1] + t)) : old[1];
     if (lower > upper) {
       qrtmesg_no_i1_d2(MSG_ROUNDING_CROSSES, j + 1, lower, upper);
       return PRESOLVE_INFEASIBLE;
     }
-    if (lower == old[0] && upper == old[1]) continue;
+    if (lower == p->lower[j] && upper == p->upper[j]) continue;
     changeBounds(p, j, lower, upper);
     done++;
   }

@@ -38,32 +38,6 @@ bool impliedFree(const Presolve *p, int column) {
   return boundImplied(p, column, -1, true) && boundImplied(p, column, 1, true);
 }
 
-// Which signs the terms of c_j - sum_q a_q y_q can have over all rows of a column, each y_q by the sides of its row.
-// For a row left out the test is the same without its own term, which only the pivot row can have with either sign.
-struct Signs {
-  int positive, negative;  // terms that may be so; one that may be both counts in each
-};
-Signs termSigns(const Presolve *p, int column, int skipped) {
-  Signs s = {p->cost[column] > 0.0, p->cost[column] < 0.0};
-  for (int e = p->columnFirst[column]; e >= 0; e = p->entry[e].columnNext) {
-    const PresolveEntry &x = p->entry[e];
-    if (x.row == skipped) continue;
-    // y > 0 at a lower side makes the term negative for a positive element.
-    const bool low = hasLower(p->rowLower[x.row]), high = hasUpper(p->rowUpper[x.row]), up = x.value > 0.0;
-    s.positive += up ? high : low;
-    s.negative += up ? low : high;
-  }
-  return s;
-}
-
-// The side of the row at which an implied free column holds it; false if the signs do not tell, or it has none there.
-bool sideByDuals(const Presolve *p, int column, const PresolveEntry &x, double *side) {
-  const Signs s = termSigns(p, column, x.row);
-  if ((s.positive > 0) == (s.negative > 0)) return false;
-  *side = (s.positive > 0) == (x.value > 0.0) ? p->rowLower[x.row] : p->rowUpper[x.row];
-  return std::fabs(*side) < QRT_INFINITE_TEST;
-}
-
 // At most a few elements more than go? Counted where the worst case leaves it open and counting is cheap.
 bool fillIsSmall(const Presolve *p, int row, int column) {
   const int64_t worst = int64_t(p->rowCount[row] - 1) * (p->columnCount[column] - 1);
@@ -90,7 +64,7 @@ int choosePivot(const Presolve *p, int column, double *side) {
     double r = p->rowUpper[x.row];
     if (std::fabs(x.value) < SMALLEST_SHARE * largest) continue;
     if (best >= 0 && p->rowCount[x.row] >= p->rowCount[p->entry[best].row]) continue;
-    if (!isEquation(p, x.row) && !sideByDuals(p, column, x, &r)) continue;
+    if (!isEquation(p, x.row) && !sideByDuals(p, e, &r)) continue;
     if (!fillIsSmall(p, x.row, column)) continue;
     best = e;
     *side = r;
@@ -140,7 +114,10 @@ int reduceColumns(Presolve *p, int queue, int mostRows, bool fill) {
     if (p->upper[column] - p->lower[column] <= PRESOLVE_ZERO) continue;
     double side = 0.0;
     const int e = choosePivot(p, column, &side);
-    if (e < 0) continue;
+    if (e < 0) {
+      tightenRowOf(p, column);
+      continue;
+    }
     const int row = p->entry[e].row;
     const double a = p->entry[e].value;
     if (!fill && count == 2) logSecondRow(p, row, column);

@@ -74,15 +74,17 @@ int singletonRow(Presolve *p, int i) {
   r->value2 = raises && cuts ? BOTH : raises ? LOWER_ONLY : UPPER_ONLY;
   removeRow(p, i, MARK_REDUNDANT);
   changeBounds(p, j, raises ? b.lower : lower, cuts ? b.upper : upper);
-  if (p->upper[j] - p->lower[j] <= PRESOLVE_ZERO && p->columnKind[j] != COLUMN_IN_SET)
-    fixColumn(p, j, cuts && !raises ? p->upper[j] : p->lower[j], REDUCTION_AT_LOWER, i + 1);
+  const double end = cuts && !raises ? p->upper[j] : p->lower[j];
+  if (p->upper[j] - p->lower[j] <= PRESOLVE_ZERO && mayRest(p, j, end)) fixColumn(p, j, end, REDUCTION_AT_LOWER, i + 1);
   return 1;
 }
 
 // Fixes the columns that have no range anyway; false when a column of the row may not be fixed.
-bool prepareForcing(Presolve *p, int i) {
-  for (int e = p->rowFirst[i]; e >= 0; e = p->entry[e].rowNext)
-    if (p->columnKind[p->entry[e].column] == COLUMN_IN_SET) return false;
+bool prepareForcing(Presolve *p, int i, int side) {
+  for (int e = p->rowFirst[i]; e >= 0; e = p->entry[e].rowNext) {
+    const int j = p->entry[e].column;
+    if (!mayRest(p, j, (p->entry[e].value > 0.0) == (side > 0) ? p->lower[j] : p->upper[j])) return false;
+  }
   for (int e = p->rowFirst[i], next; e >= 0; e = next) {
     next = p->entry[e].rowNext;
     const int j = p->entry[e].column;
@@ -93,7 +95,7 @@ bool prepareForcing(Presolve *p, int i) {
 
 // side 1: the least activity only just reaches the upper side; -1: the greatest the lower one.
 int forcingRow(Presolve *p, int i, int side) {
-  if (!prepareForcing(p, i)) return 0;
+  if (!prepareForcing(p, i, side)) return 0;
   Reduction *r = logReduction(p, REDUCTION_FORCING, i, -1);
   r->lower = p->rowLower[i];
   r->upper = p->rowUpper[i];

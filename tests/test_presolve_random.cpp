@@ -20,7 +20,7 @@ struct Program {
   int m, n;
   std::vector<int> start{0}, row;
   std::vector<double> element, cost, lower, upper, rowLower, rowUpper;
-  bool maximise, integers;
+  bool maximise;
   double offset;
 };
 
@@ -30,7 +30,7 @@ Program draw(unsigned seed) {
   auto chance = [&](int percent) { return whole(1, 100) <= percent; };
   Program p;
   p.m = whole(1, 9), p.n = whole(1, 12);
-  p.maximise = chance(30), p.integers = chance(20), p.offset = chance(30) ? whole(-5, 5) : 0;
+  p.maximise = chance(30), chance(20), p.offset = chance(30) ? whole(-5, 5) : 0;
   std::vector<double> activity(size_t(p.m), 0.0);
   const int density = whole(10, 60), range = whole(1, 3), free = whole(0, 30), positive = whole(0, 100);
   for (int j = 0; j < p.n; j++) {
@@ -134,6 +134,129 @@ struct PresolveRandom : ::testing::Test {
     qrt_deleteModel(q);
   }
 };
+
+// ---- integer columns: all their values are tried, in the original and in what presolve leaves of it
+
+constexpr int MOST_COMBINATIONS = 3000;
+
+std::vector<int> integerColumns(QRTModel *q) {
+  std::vector<int> list;
+  for (int j = 0; j < qrt_getInumcols(q); j++)
+    if (qrt_integerType(q) && qrt_integerType(q)[j] == 1) list.push_back(j);
+  return list;
+}
+
+struct Best {
+  int status = 1;  // 0, 1 or, as soon as one choice is, 2
+  double value = INF;
+  std::vector<double> fixed;
+};
+
+void setBounds(QRTModel *q, int j, double low, double high) {
+  qrt_copyCollower(q, &low, j, j + 1);
+  qrt_copyColupper(q, &high, j, j + 1);
+}
+
+void fixAt(QRTModel *q, const std::vector<int> &columns, const std::vector<double> &at) {
+  for (size_t k = 0; k < columns.size(); k++) setBounds(q, columns[k], at[k], at[k]);
+}
+
+// The best over every choice of whole values; the bounds are as they were afterwards.
+Best tryAll(QRTModel *q, bool maximise) {
+  const std::vector<int> columns = integerColumns(q);
+  std::vector<double> low, high, at;
+  for (const int j : columns) {
+    low.push_back(qrt_collower(q)[j]), high.push_back(qrt_colupper(q)[j]);
+    at.push_back(std::ceil(low.back() - 1e-9));
+  }
+  Best best;
+  for (bool more = true; more;) {
+    bool inside = true;
+    for (size_t k = 0; k < at.size(); k++) inside = inside && at[k] <= high[k] + 1e-9;
+    if (inside) {
+      fixAt(q, columns, at);
+      qrt_primalSimplex(q, 1);
+      const int status = qrt_getIprobstat(q);
+      const double value = (maximise ? -1 : 1) * qrt_getRobjvalue(q);
+      if (status == 2 || (status == 0 && best.status != 2 && value < best.value)) best = {status, value, at};
+    }
+    more = false;
+    for (size_t k = 0; k < at.size() && !more; k++) {
+      more = ++at[k] <= high[k] + 1e-9;
+      if (!more) at[k] = std::ceil(low[k] - 1e-9);
+    }
+  }
+  for (size_t k = 0; k < columns.size(); k++) setBounds(q, columns[k], low[k], high[k]);
+  return best;
+}
+
+// Makes some columns integer, with few values each, between bounds that need not be whole.
+std::vector<int> makeIntegers(Program *p, unsigned seed) {
+  std::mt19937 random(seed ^ 0x5bd1e995u);
+  std::vector<int> list;
+  int combinations = 1;
+  for (int j = 0; j < p->n; j++) {
+    if (random() % 2) continue;
+    double &l = p->lower[size_t(j)], &u = p->upper[size_t(j)];
+    if (l < -100) l = u < 100 ? u - 2 : -1;
+    if (u > 100) u = l + 1 + double(random() % 3);
+    if (random() % 3 == 0) u += 0.5;
+    if (random() % 5 == 0 && u - l >= 1) l += 0.25;
+    combinations *= int(u - l) + 2;
+    if (combinations > MOST_COMBINATIONS) break;
+    list.push_back(j);
+  }
+  return list;
+}
+
+// Faults caught: a reduction that counts on values between whole ones, an integer column fixed or substituted where only
+// a continuous one may be, one that comes back broken.
+TEST_F(PresolveRandom, IntegerColumns) {
+  int optimal = 0, reduced = 0;
+  for (unsigned seed = 1; seed <= 400 && !HasFailure(); seed++) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    Program p = draw(seed);
+    const std::vector<int> integers = makeIntegers(&p, seed);
+    auto loadMarked = [&] {
+      QRTModel *q = load(p);
+      for (const int j : integers) qrt_markAsInteger(q, j);
+      return q;
+    };
+    QRTModel *q = loadMarked();
+    const Best truth = tryAll(q, p.maximise);
+    qrt_deleteModel(q);
+    for (const int type : {0, 3, 7, 35, 43, 47, 175}) {
+      SCOPED_TRACE("type " + std::to_string(type) + ", in truth " + std::to_string(truth.status));
+      q = loadMarked();
+      const int result = qrt_preSolve(q, type, nullptr);
+      if (result == 1 || result == 2) {
+        EXPECT_NE(0, truth.status) << "given up on a program with an optimum";
+        expectOriginal(q, p);
+      } else {
+        const std::vector<int> left = integerColumns(q);
+        const Best best = tryAll(q, p.maximise);
+        ASSERT_EQ(truth.status, best.status);
+        if (truth.status == 0) {
+          ASSERT_NEAR(truth.value, best.value, 1e-7 * (1 + std::fabs(truth.value)));
+          fixAt(q, left, best.fixed);
+          qrt_primalSimplex(q, 1);
+          ASSERT_EQ(0, qrt_postSolve(q, nullptr));
+          expectOriginal(q, p);
+          const Certificate back = certifyModel(q);
+          EXPECT_LE(std::fmax(back.primalResidual, back.boundViolation), 1e-7);
+          EXPECT_NEAR(truth.value, (p.maximise ? -1 : 1) * qrt_getRobjvalue(q), 1e-7 * (1 + std::fabs(truth.value)));
+          for (const int j : integers) EXPECT_NEAR(std::round(qrt_colsol(q)[j]), qrt_colsol(q)[j], 1e-7) << "column " << j;
+          optimal++;
+          reduced += left.size() < integers.size();
+        }
+      }
+      qrt_deleteModel(q);
+      if (HasFailure()) break;
+    }
+  }
+  EXPECT_GT(optimal, 500);
+  EXPECT_GT(reduced, 200);
+}
 
 TEST_F(PresolveRandom, EveryOutcome) {
   for (unsigned seed = 1; seed <= 1500 && !HasFailure(); seed++) {
