@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Writes include/qrt_controls.h from frame/controls.def, so that the table stays the one place to edit.
+"""Writes include/qrt_controls.h and docs/controls.md from frame/controls.def, so that the table stays the one place to edit.
 
-Run it from the root of the repository after a change of the table; with --check it only says whether the header is up
-to date (exit code 1 if not), which a test does.
+Run it after a change of the table; with --check it only says whether both are up to date (exit code 1 if not), which a
+test does.
 """
 import re
 import sys
@@ -11,6 +11,7 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parent.parent
 TABLE = ROOT / "frame" / "controls.def"
 HEADER = ROOT / "include" / "qrt_controls.h"
+GUIDE = ROOT / "docs" / "controls.md"
 ROW = re.compile(r'^(INTEGER|COUNTED_INTEGER|READER|REAL|ALIAS_REAL)\((\d+), (\w+), (.*), "((?:[^"\\]|\\.)*)"\)$')
 
 CHARACTER_CONTROLS = {
@@ -39,15 +40,23 @@ QRT_API int qrt_setIfastinteger(QRTModel *model, int value);
 QRT_API int qrt_getInumquadraticblocks(QRTModel *model);"""
 
 
-def number_declarations():
+def number_rows():
+    """Kind, name, default, low, high, access and meaning of each control that has an accessor."""
     for line in TABLE.read_text().splitlines():
         match = ROW.match(line)
         if not match:
             continue
         kind, _, name, rest, meaning = match.groups()
         fields = [field.strip() for field in rest.split(",")]
-        default = fields[3 if kind == "ALIAS_REAL" else 2]
-        meaning = meaning.replace('\\"', "'")
+        if kind == "ALIAS_REAL":
+            fields.pop(0)  # the field that it shares
+        # home, default, default of models, low, high, ..., access
+        yield kind, name, fields[1:], meaning.replace('\\"', "'")
+
+
+def number_declarations():
+    for kind, name, fields, meaning in number_rows():
+        default = fields[1]
         ctype = "double" if kind.endswith("REAL") else "int"
         yield f"/** @brief {name}: {meaning} (default {default}). */"
         yield f"QRT_API {ctype} qrt_get{name}(QRTModel *model);"
@@ -56,6 +65,34 @@ def number_declarations():
         result = "always refused: its negative position" if "READ" in fields else "0, or 1 for a refused value"
         yield f"/** @brief Sets {name}. @return {result}. */"
         yield f"QRT_API int qrt_set{name}(QRTModel *model, {ctype} value);"
+
+
+NO_LIMIT = {"INT32_MAX", "INT32_MIN", "REAL_ANY", "-REAL_ANY"}
+
+
+def guide_text():
+    lines = [
+        "# Control variables",
+        "",
+        "All that have accessors `qrt_get...()` and `qrt_set...()`, in the order of their table; the first letter says the kind: `I`",
+        "an integer, `R` a real, `C` a text. Made from `frame/controls.def` by `tools/make_controls_header.py`: edit there. A",
+        "value outside the range is refused, and the call returns 1. Those of barrier, branch and bound and quadratic",
+        "methods are kept and saved but act on nothing yet.",
+        "",
+        "Worth knowing: `Imaxiter`, `Rtolpinf`, `Rtoldinf`, `Iiterufreq`, `Ilogfreq`, `Rbbcutoff`, `Istopmask`, `Ioneobj`,",
+        "`Inumchar` and the names that an import looks for (`Cname` to `Cbound`). The rest is best left alone.",
+        "",
+        "| name | default | from | to | meaning |",
+        "|---|---|---|---|---|",
+    ]
+    for kind, name, fields, meaning in number_rows():
+        low, high = ("" if text in NO_LIMIT else text for text in fields[2:4])
+        read_only = "; read only" if kind == "READER" or "READ" in fields else ""
+        default = fields[1]
+        lines.append(f"| {name} | {default} | {low} | {high} | {meaning}{read_only} |")
+    for name, meaning in CHARACTER_CONTROLS.items():
+        lines.append(f"| {name} | blank | | | {meaning} |")
+    return "\n".join(lines) + "\n"
 
 
 def character_declarations():
@@ -83,14 +120,14 @@ def header_text():
 
 
 def main():
-    text = header_text()
-    if "--check" in sys.argv[1:]:
-        if HEADER.read_text() != text:
-            print(f"{HEADER} is not what {TABLE} gives: run tools/make_controls_header.py")
-            return 1
-        return 0
-    HEADER.write_text(text)
-    return 0
+    stale = False
+    for path, text in ((HEADER, header_text()), (GUIDE, guide_text())):
+        if "--check" not in sys.argv[1:]:
+            path.write_text(text)
+        elif not path.exists() or path.read_text() != text:
+            print(f"{path} is not what {TABLE} gives: run tools/make_controls_header.py")
+            stale = True
+    return int(stale)
 
 
 if __name__ == "__main__":

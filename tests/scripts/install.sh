@@ -1,5 +1,5 @@
 #!/bin/sh
-# Installs into an empty prefix and uses what came: headers as C99 without a warning, through pkg-config and through
+# Installs into an empty prefix and uses what came: headers as C99 and C++ without a warning, through pkg-config and through
 # the CMake package; then builds and runs every example. Catches a header that needs C++, a file left out of the
 # installation, a flag missing from tavstoch.pc, and an example that no longer runs.
 # Usage: install.sh SOURCE_DIR BUILD_DIR; CC and CFLAGS from the environment.
@@ -20,6 +20,7 @@ flags=$(pkg-config --cflags --libs tavstoch)
 for header in "$work"/prefix/include/*_c_api.h "$work"/prefix/include/qrt_classic.h; do
   echo "#include <$(basename "$header")>" > "$work/one.c"
   $cc $strict -fsyntax-only "$work/one.c" $flags
+  $cc -x c++ -std=c++17 -pedantic -Wall -Wextra -Werror -fsyntax-only "$work/one.c" $flags
 done
 $cc $strict "$source/tests/consumer/consumer.c" $flags -o "$work/consumer"
 "$work/consumer"
