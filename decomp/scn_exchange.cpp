@@ -178,6 +178,14 @@ int qrtnested_Cgetcut(QRTStoch *sub, int, int childModel, int, int *type, double
   return entry->childIndex;
 }
 
+const double *qrtnested_Clastcut(QRTStoch *sub, int childModel, double *rhs, int *n) {
+  const CutEntry *entry = &tablesOf(sub)->cuts[childModel];
+  if (entry->fresh || entry->type != CUT_OPTIMALITY) return nullptr;
+  *rhs = entry->rhs;
+  *n = entry->numElements;
+  return entry->data;
+}
+
 void qrtnested_Ctakecut(QRTStoch *sub, int childModel) {
   NestedTables *tables = tablesOf(sub);
   tables->cuts[childModel].taken = 1;

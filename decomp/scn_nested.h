@@ -7,6 +7,9 @@
 //      |                               link row and cut rows stand behind the rows of the nodes
 //     leaf        rows of its nodes   real columns | virtual columns
 //
+// A master of more than 500 children takes their cuts in sums over clusters of neighbours: a row a child and cycle would let
+// it grow far beyond what its children cost.
+//
 // Virtual columns are the ancestors' decisions, fixed at the parent's proposal. Signs and the arithmetic of a cut are
 // those of scn_benders.h; a model that is a master too counts its cut rows among its rows.
 //
@@ -187,6 +190,8 @@ void qrtnested_Cputcut(QRTStoch *sub, int parentTask, int model, int childIndex,
                        const double *data);
 // childIndex of an unread cut, 0 for none.
 int qrtnested_Cgetcut(QRTStoch *sub, int childTask, int childModel, int seq, int *type, double *rhs, double *buffer);
+// The model's last cut, read or not, if it was one on its value: its elements, else null.
+const double *qrtnested_Clastcut(QRTStoch *sub, int childModel, double *rhs, int *n);
 // The parent has made the model's last cut a row: the model need not send it again.
 void qrtnested_Ctakecut(QRTStoch *sub, int childModel);
 // 1: the model's last cut has been taken and is this one but for rounding.

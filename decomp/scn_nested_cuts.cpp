@@ -1,7 +1,9 @@
 // Cuts of a nested decomposition: made from a model's last solve, and taken by its parent as rows.
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 
+#include "decomp/scn_benders_run.h"
 #include "decomp/scn_nested.h"
 #include "decomp/scn_solving.h"
 #include "frame/messages.h"
@@ -133,20 +135,27 @@ bool cutBars(QRTStoch *sub, int j, int nElements, double rhs, double g) {
   return violation > fmax(share, unmet) + ROUNDING * terms;
 }
 
+// The recourse column of child j, about to get a cut on its value, loses its bound and takes the value reported.
+void freeColumn(QRTStoch *sub, int j) {
+  const NestedModel *rec = nestedOf(sub);
+  NestedMaster *master = rec->masterPart;
+  NestedChild *child = &master->children[j];
+  QRTModel *lp = sub->smodel->model;
+  const int at = lp->Imaxrows + rec->nCols + 1 + j;
+  if (!child->freed) master->freedNow = 1;
+  child->freed = 1;
+  lp->lower[at] = -SCN_INFINITY;
+  if (master->proposalKind != PROPOSAL_RAY) lp->solution[at] = rec->sense * child->value / rec->weight;
+}
+
 void appendCut(QRTStoch *sub, CutBatch *batch, int j, int type, int nElements, double rhs) {
   NestedModel *rec = nestedOf(sub);
-  NestedMaster *master = rec->masterPart;
-  QRTModel *lp = sub->smodel->model;
+  const NestedMaster *master = rec->masterPart;
   const double scale = type == CUT_OPTIMALITY ? 1.0 / rec->weight : 1.0;
   for (int k = 0; k < nElements; ++k) cutBatch_element(batch, master->cutIndex[k] - 1, scale * master->cutBuffer[k]);
   if (type == CUT_OPTIMALITY) {
-    NestedChild *child = &master->children[j];
-    const int column = rec->nCols + 1 + j, at = lp->Imaxrows + column;
-    if (!child->freed) master->freedNow = 1;
-    child->freed = 1;
-    lp->lower[at] = -SCN_INFINITY;
-    if (!(master->proposalKind == PROPOSAL_RAY)) lp->solution[at] = rec->sense * child->value / rec->weight;
-    cutBatch_element(batch, column, -1.0);
+    freeColumn(sub, j);
+    cutBatch_element(batch, rec->nCols + 1 + j, -1.0);
   }
   cutBatch_endRow(batch, scale * rhs);
   nested_noteRow(sub, scale * rhs);
@@ -166,22 +175,143 @@ void nested_noteRow(QRTStoch *sub, double rhs) {
   master->cutRhs[master->numCuts++] = rhs;
 }
 
-int readCuts(QRTStoch *sub, double g, int *read) {
+namespace {
+
+// A cut of child j on its way to a row of its own.
+void takeAlone(QRTStoch *sub, CutBatch *batch, int j, int type, int nElements, double rhs) {
   NestedModel *rec = nestedOf(sub);
-  NestedMaster *master = rec->masterPart;
-  CutBatch batch;
-  cutBatch_open(&batch, master->numChildren);
+  tellCut(MSG_RECEIVED_CUT, rec->modelNumber, rec->masterPart->childModels[j]);
+  qrtnested_Ctakecut(sub, rec->masterPart->childModels[j]);
+  appendCut(sub, batch, j, type, nElements, rhs);
+}
+
+// Columns of child j's cuts into the master's cutIndex, from 1; their number.
+int columnsOfCut(QRTStoch *sub, int j) {
+  const NestedMaster *master = nestedOf(sub)->masterPart;
+  const NestedChild &child = master->children[j];
+  return qrts_Cndcp(sub, master->columnIndex, "ALL", nullptr, master->cutIndex, nullptr, child.numNodes, child.nodes, 1, 4);
+}
+
+void readEach(QRTStoch *sub, double g, CutBatch *batch) {
+  NestedMaster *master = nestedOf(sub)->masterPart;
   for (int j = 0; j < master->numChildren; ++j) {
-    const NestedChild &child = master->children[j];
     int type;
     double rhs;
     if (qrtnested_Cgetcut(sub, master->childTasks[j], master->childModels[j], master->proposalSeq, &type, &rhs, master->cutBuffer) != j + 1)
       continue;
-    const int n = qrts_Cndcp(sub, master->columnIndex, "ALL", nullptr, master->cutIndex, nullptr, child.numNodes, child.nodes, 1, 4);
+    const int n = columnsOfCut(sub, j);
     if (type == CUT_OPTIMALITY && !cutBars(sub, j, n, rhs, g)) continue;
+    takeAlone(sub, batch, j, type, n, rhs);
+  }
+}
+
+// The sum of the last cuts of some children, with what it misses at the master's proposal.
+struct ClusterCut {
+  double *sum;              // [own columns] zero between clusters
+  double rhs;
+  double theta, thetaSize;  // of the children's columns, in the program's units
+  double size;              // of all terms
+  double values;            // sizes of the values that the children reported
+  bool anyNew, anyUnfreed;
+};
+
+void addToCluster(QRTStoch *sub, ClusterCut *cut, int j, const double *x) {
+  const NestedModel *rec = nestedOf(sub);
+  const NestedMaster *master = rec->masterPart;
+  double rhs;
+  int n = 0;
+  const double *elements = qrtnested_Clastcut(sub, master->childModels[j], &rhs, &n);
+  if (!elements) return;
+  columnsOfCut(sub, j);
+  for (int k = 0; k < n; ++k) {
+    cut->sum[master->cutIndex[k] - 1] += elements[k];
+    cut->size += fabs(elements[k] * x[master->cutIndex[k] - 1]);
+  }
+  const double theta = rec->weight * x[rec->nCols + 1 + j];
+  cut->rhs += rhs;
+  cut->theta += theta;
+  cut->thetaSize += fabs(theta);
+  cut->size += fabs(theta) + fabs(rhs);
+  cut->values += fabs(master->children[j].value);
+  cut->anyUnfreed |= !master->children[j].freed;
+}
+
+bool clusterBars(QRTStoch *sub, const ClusterCut *cut, int clusters, const double *x, double g) {
+  const NestedModel *rec = nestedOf(sub);
+  if (cut->anyUnfreed) return true;
+  double violation = -cut->theta - (rec->masterPart->proposalKind == PROPOSAL_RAY ? 0.0 : cut->rhs);
+  for (int k = 0; k < rec->nCols; ++k) violation += cut->sum[k] * x[k];
+  const double total = rec->actual < SCN_INFINITY ? fmin(fabs(rec->estimated), fabs(rec->actual)) + 0.1 : 0.0;
+  const double unmet = 2.0 * qrt_getRtolpinf(sub->smodel->model) * fmin(rec->weight, cut->thetaSize + cut->values);
+  return violation > fmax(NOISE_SHARE * g * total / clusters, unmet) + ROUNDING * cut->size;
+}
+
+void appendCluster(QRTStoch *sub, CutBatch *batch, const ClusterCut *cut, int first, int end) {
+  NestedModel *rec = nestedOf(sub);
+  NestedMaster *master = rec->masterPart;
+  double noise = 0.0;
+  for (int k = 0; k < rec->nCols; ++k) noise = fmax(noise, fabs(cut->sum[k]));
+  noise *= ROUNDING;
+  for (int k = 0; k < rec->nCols; ++k)
+    if (fabs(cut->sum[k]) > noise) cutBatch_element(batch, k, cut->sum[k] / rec->weight);
+  for (int j = first; j < end; ++j) {
+    double rhs;
+    int n;
+    if (!qrtnested_Clastcut(sub, master->childModels[j], &rhs, &n)) continue;
+    freeColumn(sub, j);
+    cutBatch_element(batch, rec->nCols + 1 + j, -1.0);
+  }
+  cutBatch_endRow(batch, cut->rhs / rec->weight);
+  nested_noteRow(sub, cut->rhs / rec->weight);
+}
+
+// Children [first, end): one row for all whose last cut is on their value, if a new one is among them; a proof of
+// infeasibility is a row of its own.
+void readCluster(QRTStoch *sub, double g, CutBatch *batch, ClusterCut *cut, int first, int end, int clusters) {
+  NestedMaster *master = nestedOf(sub)->masterPart;
+  bool *isNew = reinterpret_cast<bool *>(cut->sum + nestedOf(sub)->nCols);
+  cut->anyNew = false;
+  for (int j = first; j < end; ++j) {
+    int type;
+    double rhs;
+    isNew[j - first] = false;
+    if (qrtnested_Cgetcut(sub, master->childTasks[j], master->childModels[j], master->proposalSeq, &type, &rhs, master->cutBuffer) != j + 1)
+      continue;
+    if (type == CUT_FEASIBILITY) takeAlone(sub, batch, j, type, columnsOfCut(sub, j), rhs);
+    else isNew[j - first] = cut->anyNew = true;
+  }
+  if (!cut->anyNew) return;
+  const NestedModel *rec = nestedOf(sub);
+  const double *x = postedPoint(rec, sub->smodel->model);
+  memset(cut->sum, 0, size_t(rec->nCols) * sizeof(double));
+  cut->rhs = cut->theta = cut->thetaSize = cut->size = cut->values = 0.0;
+  cut->anyUnfreed = false;
+  for (int j = first; j < end; ++j) addToCluster(sub, cut, j, x);
+  if (!clusterBars(sub, cut, clusters, x, g)) return;
+  for (int j = first; j < end; ++j) {
+    if (!isNew[j - first]) continue;
     tellCut(MSG_RECEIVED_CUT, rec->modelNumber, master->childModels[j]);
     qrtnested_Ctakecut(sub, master->childModels[j]);
-    appendCut(sub, &batch, j, type, n, rhs);
+  }
+  appendCluster(sub, batch, cut, first, end);
+}
+
+}  // namespace
+
+int readCuts(QRTStoch *sub, double g, int *read) {
+  NestedModel *rec = nestedOf(sub);
+  NestedMaster *master = rec->masterPart;
+  const int n = master->numChildren, clusters = run_clusters(n, rec->nCols);
+  CutBatch batch;
+  cutBatch_open(&batch, int64_t(n) + clusters);
+  if (clusters == n) {
+    readEach(sub, g, &batch);
+  } else {
+    ClusterCut cut = {};
+    cut.sum = static_cast<double *>(qrts__alloc("qrts_nestedLSolve", (int64_t(rec->nCols) + n) * int64_t(sizeof(double)), 0));
+    for (int c = 0; c < clusters; ++c)
+      readCluster(sub, g, &batch, &cut, int(int64_t(n) * c / clusters), int(int64_t(n) * (c + 1) / clusters), clusters);
+    free(cut.sum);
   }
   *read = batch.rows;
   const int code = cutBatch_add(&batch, sub->smodel->model);

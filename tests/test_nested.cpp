@@ -186,6 +186,35 @@ TEST_F(Nested, RandomProgramsAgreeWithTheDirectSolve) {
   for (int outcome : outcomes) EXPECT_GT(outcome, int(seeds) / 20);
 }
 
+// One master of 600 children, beyond the 500 that send a row each: sums of cuts must neither cut off the optimum nor stop
+// short of it, also while some children have no solution, along a ray, and when the list is used again.
+TEST_F(Nested, ManyChildrenSendTheirCutsInClusters) {
+  std::mt19937 random(11);
+  std::vector<std::pair<double, double>> demands;
+  for (int k = 0; k < 600; ++k) demands.push_back({double(1 + random() % 3), double(random() % 500) / 10});
+  Program ray = demand(-1, 3, hand::NONE, hand::NONE, demands);
+  ray.elements = {{1, 1, -1}, {1, 2, 1}};  // x gains, y >= x + d pays
+  for (const Program &p : {demand(1, 3, hand::NONE, hand::NONE, demands), demand(1, 3, 7, hand::NONE, demands), ray})
+    for (const bool maximize : {false, true}) {
+      QRTStoch *direct = hand::load(context, p, maximize);
+      qrts_eitherSimplex(direct);
+      ASSERT_EQ(qrts_getStatus(direct), 0);
+      const double optimum = qrts_getRobjvalue(direct);
+      qrts_deleteStoch(direct);
+      QRTStoch *stoch = hand::load(context, p, maximize);
+      ASSERT_EQ(qrtse_decomposeCutAtStage(stoch, 2), 600);
+      for (int again = 0; again < 2; ++again) {
+        EXPECT_EQ(qrtse_nestedLSolve(stoch, 1, 0), 0);
+        EXPECT_EQ(qrts_getStatus(stoch), 0);
+        EXPECT_NEAR(qrts_getRobjvalue(stoch), optimum, 1e-6 * (1 + std::fabs(optimum)));
+      }
+      QRTStoch *root = qrts_getSubmodels(stoch)[0];
+      EXPECT_EQ(nestedModel_check(root), nullptr);
+      EXPECT_LT(qrt_getInumrows(qrtse_getCurrentModel(root)), 2 * 600);
+      qrts_deleteStoch(stoch);
+    }
+}
+
 TEST_F(Nested, AKeptListServesAgainInEitherSense) {
   const std::vector<hand::Case> cases = hand::cases();
   const hand::Case &known = cases[13];

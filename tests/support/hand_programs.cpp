@@ -177,7 +177,7 @@ std::vector<Case> cases() {
 }
 
 QRTStoch *load(QRTContext *context, const Program &p, bool maximize) {
-  QRTStoch *stoch = qrts_newStoch(context, "hand", 20);
+  QRTStoch *stoch = qrts_newStoch(context, "hand", int(p.scenarios.size()) + 10);
   std::vector<int> rows, cols;
   std::vector<double> values, objective = p.objective;
   for (const Entry &e : p.elements) {
