@@ -16,6 +16,8 @@ endforeach()
 
 if(TAVSTOCH_STATIC)
   add_library(tavstoch STATIC ${TAVSTOCH_OBJECTS})
+  # A project in C alone does not know that the archive needs the C++ run time: CMake adds it only where C++ is enabled.
+  target_link_libraries(tavstoch INTERFACE stdc++)
 else()
   add_library(tavstoch SHARED ${TAVSTOCH_OBJECTS})
   # Hidden visibility does not reach instantiations of the standard library's templates; the map does.
