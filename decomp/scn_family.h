@@ -48,7 +48,9 @@ struct Family {
   // workers, made at the first use
   QRTModel *model;           // holds one member at a time
   int32_t modelScaled;       // 1: scaling, presolve and crash as the options ask have been seen to
-  const unsigned char *modelBasis;  // of the member it holds
+  int32_t modelBasis, nBases;  // number of the basis it holds, 0 none; numbers given
+  double stepsOwn, stepsNext;  // pivots of late that members needed from their own basis, from the one in the model
+  int64_t starts;            // members that had the choice
   BasisTree *tree;           // null: not tried yet, or of no use
   int32_t treeUseless;       // 1: no tree is to be made
   double *product;           // [nRows] T xhat of the proposal in view
@@ -70,6 +72,7 @@ struct Member {
   int64_t firstRim, firstElement;
   int32_t nRim, nElements;
   unsigned char *basis;      // [nRows + realCols] upper status bits of its last solve in the model; null before
+  int32_t basisNumber, cutBasis;  // number of that basis in its family, of the one of its last cut; 0 none
   double value;              // of its last solve, minimised, not weighted
   int32_t home;              // node of the tree where it came to rest; -1 none
   int8_t alone;              // 1: costs or real elements differ, or bounds are of another kind: no tree for it

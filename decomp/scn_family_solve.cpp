@@ -13,6 +13,9 @@ namespace {
 constexpr const char *CALLER = "member_solve";
 constexpr double HAIR = 10.0;        // tolerances by which a member may be infeasible and still count as feasible
 constexpr int MOST_TREE_FAILURES = 3;
+constexpr double FACTOR_IN_STEPS = 4, ROWS_A_STEP = 40;  // what loading and factorising a basis costs, in pivots
+constexpr int TRY_OTHER = 16;
+constexpr double MEMORY_OF_STEPS = 32;
 constexpr int STATUS_SHIFT = 24;     // a basis keeps the upper byte of a status word
 
 BoundSet boundsOf(const Families *all, const Family *f) {
@@ -183,21 +186,38 @@ double restingValue(const QRTModel *lp, int at) {
   return lp->upper[at] < SCN_INFINITY ? lp->upper[at] : 0.0;
 }
 
+// Whether a member begins with its own last basis, which must be factorised, or with that of the member before it, whose
+// factor stands in the model. Both are dual feasible unless costs or elements differ, and what they cost is counted as it
+// comes: every so often the dearer one is tried again.
+bool ownStart(const Family *f, const Member *member) {
+  if (member->alone || f->modelBasis == 0) return true;
+  const double own = f->stepsOwn + FACTOR_IN_STEPS + f->nRows / ROWS_A_STEP, next = f->stepsNext;
+  const bool tryOther = f->starts % TRY_OTHER == 0;
+  return (own < next) != tryOther;
+}
+
+void noteStart(Family *f, bool own, int steps) {
+  double *mean = own ? &f->stepsOwn : &f->stepsNext;
+  *mean += (steps - *mean) / MEMORY_OF_STEPS;
+  ++f->starts;
+}
+
 void addOwnElements(const Family *f, const Member *member) {
   if (member->nElements)
     appendTripleBlock(f->model, member->nElements, f->elementRow + member->firstElement, f->elementCol + member->firstElement,
                       f->elementValue + member->firstElement, 0, 0);
 }
 
-void loadMember(Families *all, Family *f, const Member *member, bool alongRay) {
+// With `own` it begins from the basis it left, else from the one in the model.
+void loadMember(Families *all, Family *f, const Member *member, bool alongRay, bool own) {
   QRTModel *lp = f->model;
   const int base = lp->Imaxrows, nVar = f->nRows + f->realCols;
   for (int k = 0; k < nVar; ++k) {
     const int at = k < f->nRows ? k : base + k - f->nRows;
     lp->lower[at] = alongRay ? coneBound(all->lower[k]) : all->lower[k];
     lp->upper[at] = alongRay ? coneBound(all->upper[k]) : all->upper[k];
-    if (member->basis) lp->status[at] = int(uint32_t(member->basis[k]) << STATUS_SHIFT);
-    else lp->status[at] &= ~int(STATUS_POSITION_MASK);
+    if (own) lp->status[at] = int(uint32_t(member->basis[k]) << STATUS_SHIFT);
+    else if (!member->basis) lp->status[at] &= ~int(STATUS_POSITION_MASK);
     if (!(uint32_t(lp->status[at]) & STATUS_BASIC)) lp->solution[at] = restingValue(lp, at);
   }
   for (int j = 0; j < f->realCols; ++j) lp->objective[base + j] = f->cost[j];
@@ -264,9 +284,11 @@ int askModel(Families *all, Member *member, const MemberTask *task, MemberAnswer
   Family *f = &all->family[member->family];
   if (!f->model) makeModel(all, f);
   QRTModel *lp = f->model;
-  const bool hadBasis = member->basis != nullptr;
-  loadMember(all, f, member, task->alongRay);
+  const bool hadBasis = member->basis != nullptr, own = hadBasis && ownStart(f, member);
+  loadMember(all, f, member, task->alongRay, own);
   const int before = qrt_getIiternum(lp);
+  const int32_t startBasis = own ? member->basisNumber : f->modelBasis;
+  f->modelBasis = 0;
   int code = runSimplex(all, f, member);
   answer->status = outcomeOf(lp);
   answer->value = answer->status == 1 ? qrt_getRsumpinf(lp) : qrt_getRobjvalue(lp);
@@ -287,7 +309,11 @@ int askModel(Families *all, Member *member, const MemberTask *task, MemberAnswer
   if (code >= 2 || answer->status < 0 || answer->status > 1) return code;
   takeMultipliers(all, f, answer);
   makeCut(all, f, task->alongRay, qrt_getRtoldinf(lp), answer);
-  answer->sameMultipliers = hadBasis && qrt_getIiternum(lp) == before && !task->alongRay && !member->cutAlongRay &&
+  const int steps = qrt_getIiternum(lp) - before;
+  if (hadBasis && !member->alone) noteStart(f, own, steps);
+  member->basisNumber = steps == 0 && startBasis != 0 ? startBasis : ++f->nBases;
+  f->modelBasis = member->alone ? 0 : member->basisNumber;  // its duals may be infeasible for others
+  answer->sameMultipliers = member->basisNumber == member->cutBasis && !task->alongRay && !member->cutAlongRay &&
                             member->cutStatus == answer->status && member->cutHome < 0;
   keepBasis(f, member);
   if (answer->status == 0 && !task->alongRay) plantTree(all, f, member);
@@ -325,6 +351,7 @@ void families_endPass(Families *all) {
 
 void member_noteCut(Member *member, const MemberAnswer *answer, bool alongRay) {
   member->cutHome = member->home;
+  member->cutBasis = member->basisNumber;
   member->cutStatus = static_cast<int8_t>(answer->status);
   member->cutAlongRay = alongRay;
 }
@@ -396,7 +423,7 @@ int member_export(Families *all, int i, const double *xhat, const char *file) {
   takeProposal(all, member, xhat);
   applyBounds(all, member);
   if (!f->model) makeModel(all, f);
-  loadMember(all, f, member, false);
+  loadMember(all, f, member, false, false);
   const int code = exportInUnits(f->model, file);
   if (member->nElements) dropLastBlock(f->model);
   putRims(all, f, member, true);
