@@ -60,16 +60,22 @@ void qrt_deleteModel2(QRTModel *model);
 // current model; without one the process ends.
 [[noreturn]] void qrtret(void *dspace);
 [[noreturn]] void qrt_fatalError();
+// Enter and leave in one, for calls that neither jump nor touch live records: checks the handle and announces.
 void qrt_enterLeave(QRTModel *model, const char *routine);
 void qrt_leave(QRTModel *model);
+// Down to the core's form: arrays and sizes into the live records, 1-based (qrt__down); besides, names padded, the clock read and
+// a mark set on the temporary chain (qrt_down). Up is the way back, in the same two depths.
 void qrt_down(QRTModel *model, int dropAux, int toBase);
 void qrt_up(QRTModel *model, int fromBase);
 void qrt__down(QRTModel *model, int dropAux, int toBase);
 void qrt__up(QRTModel *model, int fromBase);
-int qrt_disaster(QRTModel *model);
+int qrt_disaster(QRTModel *model);  // after a jump: frees the temporary chain, flushes the log; 999
+// Parameters of public calls, numbered from 1 for the handle. A bad one gives message 149; a good one is told when
+// parameters are traced, which is all that the print... functions do.
 void qrt_checkParameter(QRTModel *model, int parameter, int value, int low, int high);
 void qrt_printCharParameter(QRTModel *model, int parameter, const char *value);
 void qrt_printDoubleParameter(QRTModel *model, int parameter, double value);
+// 0 when a vector given to a setter came from its getter and has the length that the model needs now; else 1, told.
 int qrt__checkfield(const char *caller, const char *getterName, void *pointer, int expectedLength);
 double qrtcput();          // seconds of process CPU time
 void qrt_stopCPU();        // issues the CPU message when the call took at least Rprintcpu

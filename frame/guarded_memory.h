@@ -21,11 +21,14 @@ void expectWrites(void *memory, int64_t bytes);
 void *temporaryAllocate(QRTModel *model, int64_t count, int64_t size);
 void *temporaryAllocateZero(QRTModel *model, int64_t count, int64_t size);
 
+// Guarded vectors of n elements, and the end of any guarded block, for callers inside the library.
 void *qrt__double(int n);
 void *qrt__long(int n);
 void *qrt__int(int n);
 void qrt__free(void *pointer);
+// Frees the temporary blocks that are newer than `entry`.
 void qrt_freeUntilChain(QRTModel *model, ChainEntry *entry);
+// The chain's entry of a temporary block; an address that is on no chain ends the process.
 ChainEntry *qrt_findEntry(QRTModel *model, const void *pointer);
 // Issues "malloc failed on a request for @I01 bytes" and leaves by the fatal return.
 [[noreturn]] void qrt_badMalloc(int64_t bytes);

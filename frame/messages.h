@@ -78,6 +78,7 @@ void qrtmesg_no_i2_d2(int index, int i1, int i2, double d1, double d2);
 void qrtmesg_q1(const char *c1, int n1);  // the index is set already
 void qrtmesg_no_qmesg(int index, const char *text, int length);
 
+// Issues the message with the arguments set before: counts it, shows it, acts on its limit. noPage 1: no page break.
 void qrtmsg2(int index, int noPage);
 void qrtmes2(int index, char buffer[128]);          // raw template, blank-padded
 int qrtetoi(int number, int *next);                 // number to index, 0 when not defined
@@ -100,5 +101,6 @@ struct ScnMessageContext {
   int32_t flag;
 };
 extern ScnMessageContext scn_msg;
+// Issues message `id` of that channel with printf-like arguments, and sets whether it is suppressed (id below 0: all).
 int qrts__Message(ScnMessageContext *context, int id, ...);
 int qrts__Mset(ScnMessageContext *context, int id, int value);

@@ -76,4 +76,5 @@ int qrts_print2NodeSolution(QRTStoch *stoch, int scenario, int stage, int rows, 
 // The first n leaves: scenario numbers, probabilities, objective values unweighted by probability; mean and deviation.
 int qrts_get2ObjDistribution(QRTStoch *stoch, int n, int *ids, double *probabilities, double *values, double *mean,
                              double *deviation);
+// Issues the same as messages.
 int qrts_print2ObjDistribution(QRTStoch *stoch);

@@ -129,10 +129,15 @@ void elementList_free(ElementList *list);
 
 // ---- the readers
 
+// All three files into an object without data: the kind of the stoch file (1 to 3), or -1.
 int qrts_read2SMPSData(QRTStoch *stoch, const char *coreFile, const char *timeFile, const char *stochFile);
+// The head of the core file: does its NAME card choose the free format?
 void qrtstofcof(int *rc, SmpsReader *reader, bool *isFree);
+// The time file: stages of the core in `model`, and the store's core made of both.
 int qrts_Ctmps(QRTStoch *stoch, QRTModel *model, const char *timeFile, int numchar, bool isFree);
+// The stoch file: scenarios at once, random variables by way of all their combinations.
 int qrts_Csmps(QRTStoch *stoch, int *type, int *replace, const char *stochFile, int numchar, bool isFree);
+// The head of the stoch file: STOCH card and first section.
 void qrtstofstl(int *rc, SmpsReader *reader, int *type, int *replace);
 // Distribution type of the present section card, 0 for none we know; `replace` as its third field says.
 int sectionCard(SmpsReader *reader, int *replace);
@@ -161,6 +166,6 @@ bool lenientNoPeriodRow(SmpsReader *reader, Card *card);
 bool lenientIsRoot(SmpsReader *reader, Field parent);
 // Cuts a line by white space; "$" ends it.
 int cutByBlanks(const char *line, int length, Field *tokens, int most);
-// The core (reader->file.name) as the reader of MPS files can take it (scn_lenient_core.cpp). Returns the name of a rewritten copy in free format, which the
-// caller removes and frees, or null when the file stands as it is.
+// The core (reader->file.name) as the reader of MPS files can take it (scn_lenient_core.cpp). Returns the name of a
+// rewritten copy in free format, which the caller removes and frees, or null when the file stands as it is.
 char *lenientCore(SmpsReader *reader, bool isFree);

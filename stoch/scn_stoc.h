@@ -443,6 +443,7 @@ void qrts_dropNodes(StochData *sdata);
 void qrts_linkNodes(NodeList *list, int nStages);
 // Sums leaf probabilities up to the root; with normalise divides by the total. *rc 0, or 2 after message 901.
 void qrts_prob(int *rc, NodeList *list, int nStages, int normalise);
+// Other probabilities of the scenarios [nScenarios] in the node table; null brings the given ones back. 0, or 2.
 int qrts_Ccprb(QRTStoch *stoch, const double *probabilities);
 // Reads the node table of the file, if there is one.
 void qrtbingtni(int *rc, StochData *sdata);
@@ -503,10 +504,14 @@ int BinSearchLong(int n, const int *array, int key);
 
 // ---- saving, loading, copying (scn_native.cpp) --------------------------------------------------------------
 
+// A store from its record file; `announce` tells of it, a `temporary` file goes with the store.
 int qrts_read2NativeData(QRTStoch *stoch, const char *file, int announce, int temporary);
+// The store under a name: the first goes on working in that file, the second leaves a copy there. 0, or 1 or 2 after a message.
 int qrts_write2NativeData(QRTStoch *stoch, const char *file);
 int qrts_write3NativeData(QRTStoch *stoch, const char *file);
+// A new file from a store whose data belong to another object, record by record.
 int qrts_copySdata2newfile(QRTStoch *stoch, const char *file);
+// A whole object (copyData 0: without its data), its data by way of a file, its described model.
 int qrts_copy2Stoch(QRTStoch *target, QRTStoch *source, int copyData);
 int qrts_copySdata(QRTStoch *target, QRTStoch *source);
 int qrts_copySmodel(QRTStoch *target, QRTStoch *source);

@@ -92,112 +92,111 @@ void addSolving(CLI::App *app, Options &o) {
   app->add_flag("--check", o.check, "recompute residuals, violations and the gap from the model alone");
 }
 
-}  // namespace
+void addSolve(CLI::App &app, Options &o, Run &run) {
+  CLI::App *solve = app.add_subcommand("solve", "solve a stochastic program");
+  addTriple(solve, o);
+  solve->add_option("--method", o.method, "how to solve")->check(CLI::IsMember({"direct", "lshaped", "nested"}))->capture_default_str();
+  solve->add_option("--cut", o.cut, "where the tree is cut: stage:K (lshaped: stage:2 by default); nested also rows:N, fewest a model, or models:N, most (100)")->check(CUT);
+  solve->add_option("--gap", o.gap, "lshaped, nested: relative gap to stop at")->check(FINITE)->check(CLI::Range(1.1e-16, 0.999))->capture_default_str();
+  solve->add_option("--cycles", o.cycles, "lshaped, nested: most cycles")->check(CLI::Range(1, 2147483646))->capture_default_str();
+  solve->add_option("--save-state", o.saveState, "lshaped, nested: leave bounds, proposals and cuts in this file");
+  solve->add_option("--save-every", o.saveEvery, "cycles between two states")->check(CLI::Range(1, 2147483646))->capture_default_str();
+  solve->add_option("--resume", o.resume, "lshaped, nested: go on from such a file");
+  solve->add_flag("--no-final", o.noFinal, "lshaped, nested: no simplex solve of the whole at the end");
+  addSolving(solve, o);
+  addPresolve(solve, o, 3, "solve a smaller model and map its solution back; level 1 to 3, 3 when left out");
+  addOutput(solve, o);
+  solve->callback([&run, &o, solve] {
+    checkMethod(*solve, o);
+    run = runSolve;
+  });
+}
 
-int main(int argc, char **argv) {
-  // A reader that goes away (`| head -1`) is told like a full disk, after the files asked for are written.
-  std::signal(SIGPIPE, SIG_IGN);
-  // In the place of a standard stream that is closed the next file opened would come to lie, and be written into.
-  const bool closed = fcntl(STDOUT_FILENO, F_GETFD) < 0;
+void addLp(CLI::App &app, Options &o, Run &run) {
+  CLI::App *lp = app.add_subcommand("lp", "solve a linear program");
+  lp->add_option("FILE", o.mps, "MPS file")->required();
+  lp->add_flag("--free", o.free, "free format");
+  lp->add_option("--mode", o.mode, "0 go on, 1 full pricing, 2 partial pricing first, 3 from given values")
+      ->check(CLI::Range(0, 3))->capture_default_str();
+  lp->add_option("--algorithm", o.algorithm, "primal, dual, or either: the library's own choice")
+      ->check(CLI::IsMember({"primal", "dual", "either"}))->capture_default_str();
+  addSolving(lp, o);
+  addPresolve(lp, o, 333333, "solve a smaller model and map its solution back; a type of qrt_preSolve(), 3 when left out");
+  addOutput(lp, o);
+  lp->add_flag("--idiot", o.idiot, "look for a nearly optimal point first, cross over to a basis and go on with the primal in --mode")
+      ->excludes("--crash")->excludes("--algorithm");
+  lp->callback([&run] { run = runLp; });
+}
+
+void addInfo(CLI::App &app, Options &o, Run &run) {
+  CLI::App *info = app.add_subcommand("info", "sizes of a stochastic program");
+  addTriple(info, o);
+  info->add_option("--cut", o.cut, "show the models of a cut: stage:K, rows:N (fewest a model) or models:N (most)")->check(CUT);
+  addOutput(info, o);
+  info->callback([&run] { run = runInfo; });
+}
+
+void addParametric(CLI::App &app, Options &o, Run &run) {
+  CLI::App *parametric = app.add_subcommand("parametric", "trace the optimum while costs and bounds move");
+  addTriple(parametric, o);
+  parametric->add_option("CHANGES", o.changes, "what moves: lines KIND,NAME,CHANGE per unit of lambda; KIND is objective, row, "
+                         "rowlower, rowupper, column, collower or colupper, NAME one of the core")->required();
+  parametric->add_option("--from", o.from, "first lambda")->check(FINITE)->capture_default_str();
+  parametric->add_option("--step", o.step, "step of lambda")->check(FINITE)->check(CLI::PositiveNumber)->capture_default_str();
+  parametric->add_option("--to", o.to, "last lambda")->check(FINITE)->capture_default_str();
+  parametric->add_option("--csv", o.csvFile, "write lambda, status and value to this CSV file");
+  parametric->add_flag("--maximize", o.maximize, "maximise the objective");
+  addOutput(parametric, o);
+  parametric->callback([&run, &o] {
+    checkSteps(o);
+    run = runParametric;
+  });
+}
+
+void addConvert(CLI::App &app, Options &o, Run &run) {
+  CLI::App *convert = app.add_subcommand("convert", "write a program in another form");
+  convert->add_option("FILES", o.files, "MPS TARGET; or CORE TIME STOCH and the three files of the new triple; or CORE TIME "
+                      "STOCH NATIVE; or, with --native, NATIVE CORE TIME STOCH")->required()->expected(2, 6);
+  convert->add_flag("--native", o.native, "the first file is a native file");
+  convert->add_flag("--add", o.add, "a triple is written as additions to the core, not as values");
+  addReading(convert, o);
+  convert->add_flag("--free", o.free, "FILE is in the free format");
+  convert->add_flag("--binary", o.binary, "write binary numbers, which keep every bit");
+  convert->add_option("--pairs", o.pairs, "pairs of name and number on a card")->check(CLI::Range(1, 2))->capture_default_str();
+  addOutput(convert, o);
+  convert->callback([&run, &o] {
+    checkFiles(o);
+    checkTargets(o.files, o.native ? 1 : o.files.size() == 6 ? 3 : o.files.size());
+    run = runConvert;
+  });
+}
+
+void addSample(CLI::App &app, Options &o, Run &run) {
+  CLI::App *sample = app.add_subcommand("sample", "draw the scenarios' probabilities anew and write the program as a triple");
+  addTriple(sample, o);
+  sample->add_option("TARGETS", o.files, "core, time and stoch file to write")->required()->expected(3);
+  sample->add_option("--draws", o.draws, "draws; each falls on every scenario alike")->check(CLI::Range(1, 2147483646))->capture_default_str();
+  sample->add_option("--seed", o.seed, "start of the random sequence")->capture_default_str();
+  sample->add_flag("--add", o.add, "the triple is written as additions to the core, not as values");
+  addOutput(sample, o);
+  sample->callback([&run, &o] {
+    checkTargets(o.files, 0);
+    run = runSample;
+  });
+}
+
+// In the place of a standard stream that is closed the next file opened would come to lie, and be written into.
+// @return whether there is a standard output.
+bool fillStandardStreams() {
+  const bool open1 = fcntl(STDOUT_FILENO, F_GETFD) >= 0;
   int filler;
   while ((filler = open("/dev/null", O_RDWR)) >= 0 && filler <= STDERR_FILENO) {}
   close(filler);
-  if (closed) {
-    fmt::print(stderr, "tavstoch: standard output is closed\n");
-    return EXIT_BAD_INPUT;
-  }
-  Options options;
-  Run run = nullptr;
-  CLI::App app{"tavstoch: stochastic programs in SMPS files, and linear ones in MPS files"};
-  app.set_version_flag("--version", "tavstoch " TAVSTOCH_VERSION);
-  app.require_subcommand(1);
+  return open1;
+}
 
-  CLI::App *solve = app.add_subcommand("solve", "solve a stochastic program");
-  addTriple(solve, options);
-  solve->add_option("--method", options.method, "how to solve")->check(CLI::IsMember({"direct", "lshaped", "nested"}))->capture_default_str();
-  solve->add_option("--cut", options.cut, "where the tree is cut: stage:K (lshaped: stage:2 by default); nested also rows:N, fewest a model, or models:N, most (100)")->check(CUT);
-  solve->add_option("--gap", options.gap, "lshaped, nested: relative gap to stop at")->check(FINITE)->check(CLI::Range(1.1e-16, 0.999))->capture_default_str();
-  solve->add_option("--cycles", options.cycles, "lshaped, nested: most cycles")->check(CLI::Range(1, 2147483646))->capture_default_str();
-  solve->add_option("--save-state", options.saveState, "lshaped, nested: leave bounds, proposals and cuts in this file");
-  solve->add_option("--save-every", options.saveEvery, "cycles between two states")->check(CLI::Range(1, 2147483646))->capture_default_str();
-  solve->add_option("--resume", options.resume, "lshaped, nested: go on from such a file");
-  solve->add_flag("--no-final", options.noFinal, "lshaped, nested: no simplex solve of the whole at the end");
-  addSolving(solve, options);
-  addPresolve(solve, options, 3, "solve a smaller model and map its solution back; level 1 to 3, 3 when left out");
-  addOutput(solve, options);
-  solve->callback([&] {
-    checkMethod(*solve, options);
-    run = runSolve;
-  });
-
-  CLI::App *lp = app.add_subcommand("lp", "solve a linear program");
-  lp->add_option("FILE", options.mps, "MPS file")->required();
-  lp->add_flag("--free", options.free, "free format");
-  lp->add_option("--mode", options.mode, "0 go on, 1 full pricing, 2 partial pricing first, 3 from given values")
-      ->check(CLI::Range(0, 3))->capture_default_str();
-  lp->add_option("--algorithm", options.algorithm, "primal, dual, or either: the library's own choice")
-      ->check(CLI::IsMember({"primal", "dual", "either"}))->capture_default_str();
-  addSolving(lp, options);
-  addPresolve(lp, options, 333333, "solve a smaller model and map its solution back; a type of qrt_preSolve(), 3 when left out");
-  addOutput(lp, options);
-  lp->add_flag("--idiot", options.idiot, "look for a nearly optimal point first, cross over to a basis and go on with the primal in --mode")
-      ->excludes("--crash")->excludes("--algorithm");
-  lp->callback([&] { run = runLp; });
-
-  CLI::App *info = app.add_subcommand("info", "sizes of a stochastic program");
-  addTriple(info, options);
-  info->add_option("--cut", options.cut, "show the models of a cut: stage:K, rows:N (fewest a model) or models:N (most)")->check(CUT);
-  addOutput(info, options);
-  info->callback([&] { run = runInfo; });
-
-  CLI::App *parametric = app.add_subcommand("parametric", "trace the optimum while costs and bounds move");
-  addTriple(parametric, options);
-  parametric->add_option("CHANGES", options.changes, "what moves: lines KIND,NAME,CHANGE per unit of lambda; KIND is objective, row, "
-                         "rowlower, rowupper, column, collower or colupper, NAME one of the core")->required();
-  parametric->add_option("--from", options.from, "first lambda")->check(FINITE)->capture_default_str();
-  parametric->add_option("--step", options.step, "step of lambda")->check(FINITE)->check(CLI::PositiveNumber)->capture_default_str();
-  parametric->add_option("--to", options.to, "last lambda")->check(FINITE)->capture_default_str();
-  parametric->add_option("--csv", options.csvFile, "write lambda, status and value to this CSV file");
-  parametric->add_flag("--maximize", options.maximize, "maximise the objective");
-  addOutput(parametric, options);
-  parametric->callback([&] {
-    checkSteps(options);
-    run = runParametric;
-  });
-
-  CLI::App *convert = app.add_subcommand("convert", "write a program in another form");
-  convert->add_option("FILES", options.files, "MPS TARGET; or CORE TIME STOCH and the three files of the new triple; or CORE TIME "
-                      "STOCH NATIVE; or, with --native, NATIVE CORE TIME STOCH")->required()->expected(2, 6);
-  convert->add_flag("--native", options.native, "the first file is a native file");
-  convert->add_flag("--add", options.add, "a triple is written as additions to the core, not as values");
-  addReading(convert, options);
-  convert->add_flag("--free", options.free, "FILE is in the free format");
-  convert->add_flag("--binary", options.binary, "write binary numbers, which keep every bit");
-  convert->add_option("--pairs", options.pairs, "pairs of name and number on a card")->check(CLI::Range(1, 2))->capture_default_str();
-  addOutput(convert, options);
-  convert->callback([&] {
-    checkFiles(options);
-    checkTargets(options.files, options.native ? 1 : options.files.size() == 6 ? 3 : options.files.size());
-    run = runConvert;
-  });
-
-  CLI::App *sample = app.add_subcommand("sample", "draw the scenarios' probabilities anew and write the program as a triple");
-  addTriple(sample, options);
-  sample->add_option("TARGETS", options.files, "core, time and stoch file to write")->required()->expected(3);
-  sample->add_option("--draws", options.draws, "draws; each falls on every scenario alike")->check(CLI::Range(1, 2147483646))->capture_default_str();
-  sample->add_option("--seed", options.seed, "start of the random sequence")->capture_default_str();
-  sample->add_flag("--add", options.add, "the triple is written as additions to the core, not as values");
-  addOutput(sample, options);
-  sample->callback([&] {
-    checkTargets(options.files, 0);
-    run = runSample;
-  });
-
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError &error) {
-    return app.exit(error) == 0 ? EXIT_SOLVED : EXIT_USAGE;
-  }
+// Every way a subcommand ends, as an exit code.
+int runToCode(Run run, const Options &options) {
   try {
     Session session(options);
     const int code = run(session, options);
@@ -213,4 +212,27 @@ int main(int argc, char **argv) {
     fmt::print(stderr, "tavstoch: {}\n", error.what());
     return EXIT_INTERNAL;
   }
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  // A reader that goes away (`| head -1`) is told like a full disk, after the files asked for are written.
+  std::signal(SIGPIPE, SIG_IGN);
+  if (!fillStandardStreams()) {
+    fmt::print(stderr, "tavstoch: standard output is closed\n");
+    return EXIT_BAD_INPUT;
+  }
+  Options options;
+  Run run = nullptr;
+  CLI::App app{"tavstoch: stochastic programs in SMPS files, and linear ones in MPS files"};
+  app.set_version_flag("--version", "tavstoch " TAVSTOCH_VERSION);
+  app.require_subcommand(1);
+  for (const auto &add : {addSolve, addLp, addInfo, addParametric, addConvert, addSample}) add(app, options, run);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError &error) {
+    return app.exit(error) == 0 ? EXIT_SOLVED : EXIT_USAGE;
+  }
+  return runToCode(run, options);
 }

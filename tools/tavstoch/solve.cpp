@@ -91,6 +91,52 @@ void printDistribution(FILE *out, const Distribution &d) {
   }
 }
 
+// The whole equivalent, with what the options ask of its solve.
+QRTModel *generateEquivalent(const Options &options, Session &session, QRTStoch *stoch, double *seconds) {
+  session.progress.phase("generating the equivalent");
+  if (qrts_describeFullModel(stoch, 1) < 0) session.noEquivalent();
+  *seconds = session.progress.done();
+  QRTModel *model = qrtse_getCurrentModel(stoch);
+  if (!model) throw InternalFailure("no model was generated: " + session.complaint());
+  session.raiseLimits(model);
+  session.watch(model);
+  if (options.scale) qrts_setScaleOn(stoch);
+  if (options.presolve) qrts_setPresolve(stoch, options.presolve);
+  if (options.crash) {
+    qrts_setCrash(stoch, options.crash);
+    qrts_setMaxiter(stoch, 0);  // with cycles to run there would be no crash
+  }
+  return model;
+}
+
+void reportCycles(const CycleHistory &history, QRTStoch *stoch, nlohmann::ordered_json &json) {
+  // The last cycle's gap is relative in both methods; what the library keeps of a nested run is absolute.
+  json["gap"] = history.cycles.empty() ? qrts_getRelOptimalityGap(stoch) : history.cycles.back().gap;
+  json["cycles"] = nlohmann::ordered_json::array();
+  for (const QRTSCycle &c : history.cycles)
+    json["cycles"].push_back({{"lower", c.lower}, {"upper", c.upper}, {"gap", c.gap}, {"cuts", c.cuts}, {"seconds", c.seconds}});
+}
+
+// First stage and distribution: on `out` unless it is null, into json, and all values into the solution file.
+void reportDecisions(const Options &options, const StochProgram &program, double constant, nlohmann::ordered_json &json, FILE *out) {
+  const Distribution distribution = distributionOf(program.handle(), constant);
+  const int path = distribution.scenario.empty() ? 1 : distribution.scenario.front();
+  const std::vector<NamedValue> firstStage = nodeValues(program, path, 1, false, nullptr);
+  if (out) {
+    fmt::print(out, "first stage\n");
+    printValues(out, firstStage);
+    printDistribution(out, distribution);
+  }
+  if (options.json) {
+    json["firstStage"] = nlohmann::ordered_json::array();
+    for (const NamedValue &v : firstStage) json["firstStage"].push_back({{"name", v.name}, {"value", v.value}, {"reducedCost", v.dual}});
+    json["distribution"] = {{"mean", distribution.mean}, {"deviation", distribution.deviation}, {"scenario", distribution.scenario},
+                            {"probability", distribution.probability}, {"value", distribution.value}};
+  }
+  if (!options.solutionFile.empty())
+    writeFile(options.solutionFile, [&](FILE *file) { writeSolution(file, program, distribution.scenario); });
+}
+
 }  // namespace
 
 int runSolve(Session &session, const Options &options) {
@@ -108,19 +154,8 @@ int runSolve(Session &session, const Options &options) {
     std::fflush(out);
   }
 
-  session.progress.phase("generating the equivalent");
-  if (qrts_describeFullModel(stoch, 1) < 0) session.noEquivalent();
-  const double generateSeconds = session.progress.done();
-  QRTModel *model = qrtse_getCurrentModel(stoch);
-  if (!model) throw InternalFailure("no model was generated: " + session.complaint());
-  session.raiseLimits(model);
-  session.watch(model);
-  if (options.scale) qrts_setScaleOn(stoch);
-  if (options.presolve) qrts_setPresolve(stoch, options.presolve);
-  if (options.crash) {
-    qrts_setCrash(stoch, options.crash);
-    qrts_setMaxiter(stoch, 0);  // with cycles to run there would be no crash
-  }
+  double generateSeconds = 0;
+  QRTModel *model = generateEquivalent(options, session, stoch, &generateSeconds);
 
   session.progress.phase("solving");
   CycleHistory history;
@@ -141,33 +176,10 @@ int runSolve(Session &session, const Options &options) {
                                  {"stages", stages}, {"scenarios", scenarios}, {"nodes", nodes}, {"strayings", strayings}};
   json.update(describeOutcome(model, status, objective, constant));
   json["seconds"] = {{"read", program.readSeconds()}, {"generate", generateSeconds}, {"solve", solveSeconds}};
-  if (decomposed) {
-    // The last cycle's gap is relative in both methods; what the library keeps of a nested run is absolute.
-    json["gap"] = history.cycles.empty() ? qrts_getRelOptimalityGap(stoch) : history.cycles.back().gap;
-    json["cycles"] = nlohmann::ordered_json::array();
-    for (const QRTSCycle &c : history.cycles)
-      json["cycles"].push_back({{"lower", c.lower}, {"upper", c.upper}, {"gap", c.gap}, {"cuts", c.cuts}, {"seconds", c.seconds}});
-  }
+  if (decomposed) reportCycles(history, stoch, json);
   if (words) printOutcome(out, model, status, objective, constant, solveSeconds);
 
-  if (status == 0 || status == 5 || status == 3) {
-    const Distribution distribution = distributionOf(stoch, constant);
-    const int path = distribution.scenario.empty() ? 1 : distribution.scenario.front();
-    const std::vector<NamedValue> firstStage = nodeValues(program, path, 1, false, nullptr);
-    if (words) {
-      fmt::print(out, "first stage\n");
-      printValues(out, firstStage);
-      printDistribution(out, distribution);
-    }
-    if (options.json) {
-      json["firstStage"] = nlohmann::ordered_json::array();
-      for (const NamedValue &v : firstStage) json["firstStage"].push_back({{"name", v.name}, {"value", v.value}, {"reducedCost", v.dual}});
-      json["distribution"] = {{"mean", distribution.mean}, {"deviation", distribution.deviation}, {"scenario", distribution.scenario},
-                              {"probability", distribution.probability}, {"value", distribution.value}};
-    }
-    if (!options.solutionFile.empty())
-      writeFile(options.solutionFile, [&](FILE *file) { writeSolution(file, program, distribution.scenario); });
-  }
+  if (status == 0 || status == 5 || status == 3) reportDecisions(options, program, constant, json, words ? out : nullptr);
   const bool sound = checkOutcome(options, session, model, json);
   if (options.json) fmt::print(out, "{}\n", json.dump(2));
   else if (options.quiet) fmt::print(out, "{} {:.10g}\n", statusWord(status), objective);
