@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <random>
 #include <string>
@@ -211,6 +212,18 @@ TEST_F(Nested, ManyChildrenSendTheirCutsInClusters) {
       QRTStoch *root = qrts_getSubmodels(stoch)[0];
       EXPECT_EQ(nestedModel_check(root), nullptr);
       EXPECT_LT(qrt_getInumrows(qrtse_getCurrentModel(root)), 2 * 600);
+      const std::string file = testing::TempDir() + "clusters.state";
+      qrts_setSaveState(stoch, file.c_str(), 1000);
+      EXPECT_EQ(qrtse_nestedLSolve(stoch, 1, 0), 0);
+      QRTStoch *second = hand::load(context, p, maximize);
+      ASSERT_EQ(qrtse_decomposeCutAtStage(second, 2), 600);
+      qrts_setResumeState(second, file.c_str());
+      qrts_setMaxiter(second, 4);  // its cuts are all that is needed
+      EXPECT_EQ(qrtse_nestedLSolve(second, 1, 0), 0);
+      EXPECT_EQ(qrts_getStatus(second), 0);
+      EXPECT_NEAR(qrts_getRobjvalue(second), optimum, 1e-6 * (1 + std::fabs(optimum)));
+      std::remove(file.c_str());
+      qrts_deleteStoch(second);
       qrts_deleteStoch(stoch);
     }
 }
