@@ -10,22 +10,22 @@
 // The argument block, and the line-printer state of the log.
 struct QrtErr {
   double D[15];              // D01..D15
-  int32_t messageIndex;
-  int32_t userExitDepth;
+  int32_t messageIndex;      // of the message being issued
+  int32_t userExitDepth;     // classicDepth of the calls around the user exit that runs
   int32_t I[15];             // I01..I15
   char C[15][128];           // C01..C15, NUL-terminated or blank-padded
-  char Q[128];
+  char Q[128];               // a text that needs no argument number, such as a card
   int32_t runMode;           // 1; branch and bound's first pass sets 4
   const char *routineName;   // the classic routine, or "QRT_no_dspace"
-  int32_t classicDepth;
-  int32_t Ilinelen;
-  int32_t Ipagelines;
-  int32_t pageNumber;
+  int32_t classicDepth;      // classic calls that are running, one inside another
+  int32_t Ilinelen;          // characters on a line of the log
+  int32_t Ipagelines;        // lines on a page
+  int32_t pageNumber;        // of the present page
   int32_t lineCount;         // lines used on this page
   int32_t Imsgpos;           // 0 number on the left, 1 at the right margin
   int32_t severitySummary;   // 0 nothing, else 1 + highest severity of this call
   int32_t returnCode;
-  int32_t clockError;
+  int32_t clockError;        // 1: there is no clock, times are not told
   double Rprintcpu;          // CPU seconds below which no time message is issued
   double cpuAtStart, cpuAtEntry;
   int32_t bannerPrinted;

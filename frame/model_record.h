@@ -58,7 +58,7 @@ struct ElementBlock {
 struct MessageControl {
   int16_t maxprt;  // prints left: -1 always, 0 never
   int16_t maxalw;  // occurrences left: -1 unlimited; at 1 the occurrence stops the process
-  uint32_t flags;
+  uint32_t flags;  // MESSAGE_...
 };
 enum : uint32_t { MESSAGE_TRACE = 1u << 31, MESSAGE_PREFIX = 1u << 30, MESSAGE_USER_EXIT = 1u << 29 };
 
@@ -96,34 +96,34 @@ struct QRTModel {
   char *rownames;          // entries of Inumchar bytes (+1 while a pointer table exists)
   char *colnames;
   double *scales;          // rim vector, scale factors
-  void *presolveInfo;
+  void *presolveInfo;      // marks of presolve; guarded, as are all further arrays here
   char *integerTypes;      // [Imaxcols] one byte a column, 0 continuous
-  void *setInfo;
+  void *setInfo;           // integer sets, and the entries that belong to them: see integer_sets.h
   void *entryInfo;
   double *aux;             // rim vector; what it holds says auxKind
-  void *sellistcol, *sellistrow;
+  void *sellistcol, *sellistrow;  // selection lists, saved and restored with the model
   void *userData;          // the caller's
-  struct ModelMatrixCopies *rowColumnCopy;
+  struct ModelMatrixCopies *rowColumnCopy;  // copies by rows and by columns, or null
   int32_t externalPointers;  // 1 when a direct pointer to a rim vector has been handed out
   void *integerTypeIndex;
   int32_t logfileOwned;    // 1 when logFile was opened by the library
   double *rweight;         // rim vector, steepest-edge weights
   double *objective;       // rim vector; the row part is the null row objective
-  struct QuadraticEntry *quadraticBlocks;
-  FILE *logFile;
+  struct QuadraticEntry *quadraticBlocks;  // [Inumquadraticblocks]
+  FILE *logFile;           // where its messages go
   char *logName;           // null, "stdout", "user_fp" or a path; guarded
   char *characterControls[6];  // Cname, Cobjective, Crhs, Crange, Cbound, Cbasis: guarded, NUL-terminated, or null
   unsigned char *furtherInfo;  // image of the work records
   void *factor;            // retained factorisation, released by qrt_eraseFactor
-  char **rowNamePointers, **colNamePointers;
+  char **rowNamePointers, **colNamePointers;  // tables made on request, or null
   struct BoundSensitivity *boundSensitivity;
   double *objectiveDelta, *lowerDelta, *upperDelta;  // rim vectors of parametric runs
   QRTContext *context;     // owner, or null
   void *workBlocks[3];     // released with the model
   CallbackTable callbacks;
-  int32_t Inumchar;
+  int32_t Inumchar;        // length of names; one more while they are NUL-terminated
   int32_t Imaxrows;        // row capacity, and where the column part of a rim vector begins
-  int32_t Imaxcols;
+  int32_t Imaxcols;        // column capacity
   int32_t Inumblocks;
   int32_t Inumrows, Inumcols;
   int32_t Inumsets;
@@ -134,8 +134,8 @@ struct QRTModel {
   int32_t extraFront;      // spare entries in front of each rim vector
   int32_t Inumquadraticblocks;
   uint32_t modelFlags;
-  int32_t entryDepth;
-  int32_t traceLevel;
+  int32_t entryDepth;      // public calls that are running, one inside another
+  int32_t traceLevel;      // as given to qrt_setDebug()
   int32_t stderrNumber;    // messages numbered at or above this also go to stderr
   int32_t recoverArmed;    // 1 while a jump frame is armed for this model
   ChainEntry *tempChainTail, *tempChainHead;  // oldest and newest temporary block

@@ -43,26 +43,27 @@ enum Straying : int {
 
 // A file being read, and where its names are looked up.
 struct SmpsReader {
-  TextFile file;
+  TextFile file;      // its present line is the card at hand
   QRTStoch *stoch;
-  CoreData *core;
+  CoreData *core;     // of stoch, as is the next
   SmpsData *smps;
   int nRows, nCols;   // of the core
   int numchar;        // length of a name in the tables
   bool isFree;        // fields follow each other; else they begin at fixed columns
-  bool lenient;
+  bool lenient;       // the object's manner of reading
   uint32_t told;      // one bit a straying
 };
 
 // Fields of a card by the letter.
 constexpr int CARD_FIELDS = 5;
 struct CardLayout {
-  int count;
+  int count;                    // fields of such a card
   int column[CARD_FIELDS];      // first column of the field in fixed format, from 1
   bool isValue[CARD_FIELDS];    // 12 characters; else a name
 };
 extern const CardLayout TIME_CARD, SCENARIO_CARD, INDEP_CARD, BLOCK_CARD, PAIRS_CARD;
 
+// A card cut into fields, which point into the line.
 struct Card {
   char type[2];                 // columns 2 and 3
   Field field[CARD_FIELDS];
@@ -84,7 +85,7 @@ struct Item {
   int rc;             // 0, RC_BOUND_IGNORED, RC_RANGES, RC_NO_COLUMN, RC_NO_ROW
   int count;          // 0 to 2 elements
   int rows[2], cols[2];
-  bool lowerIgnored, upperIgnored;
+  bool lowerIgnored, upperIgnored;  // that bound is absent in the core, so it can't be random
   int column;         // of a bound line
   Field missing;      // the name that was not found
 };
@@ -105,10 +106,10 @@ bool nameIs(const SmpsReader *reader, Field field, const char *padded);
 // A data line understood: up to two items, the second from a second pair (lenient only).
 struct DataLine {
   int rc;             // of the first item that failed, else RC_BOUND_IGNORED or 0
-  Field missing;
+  Field missing;      // the name that failed it
   int nItems;
   Item items[2];
-  double values[2];
+  double values[2];   // of the items
   int stage;          // INDEP: number of the period, or that of the item
   double probability; // INDEP
 };
@@ -120,8 +121,8 @@ void understandCard(const SmpsReader *reader, const CardLayout *layout, const Ca
 // Elements of a scenario or of all realisations; grows on demand.
 struct ElementList {
   int count, capacity;
-  int *rows, *cols;
-  double *values;
+  int *rows, *cols;   // [capacity] owned; in input coordinates, extended for bounds and costs
+  double *values;     // [capacity] owned
 };
 void elementList_add(ElementList *list, int row, int col, double value);
 void elementList_addItems(ElementList *list, const DataLine *data);

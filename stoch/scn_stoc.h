@@ -56,7 +56,8 @@ enum : int { EXT_ROW_LOWER = 1, EXT_ROW_UPPER = 2, EXT_COLS = 2 };
 
 // ---- what the readers of files leave behind -----------------------------------------------------------------
 
-// Names and hash tables of an SMPS triple. Names stand side by side, numchar characters each, blank padded.
+// Names and hash tables of an SMPS triple, owned. Names stand side by side, numchar characters each, blank padded; a table
+// and its size are as scn_hash.h has them.
 struct SmpsData {
   int32_t rowHashSize;      int *rowHash;
   int32_t colHashSize;      int *colHash;
@@ -66,7 +67,7 @@ struct SmpsData {
   char *rowNames, *colNames, *periodNames, *scenarioNames, *blockNames;
   char problemName[80], objectiveName[80], rhsName[80], boundName[80], rangeName[80];  // blank padded, no NUL
   int32_t numchar;          // 8 fixed, 31 free
-  int32_t nPeriods;
+  int32_t nPeriods;         // names in periodNames
 };
 
 // The realisations of one random variable; elements in input coordinates.
@@ -77,15 +78,17 @@ struct RealisationSet {
   double *probabilities;    // [count]
   double *values;           // [start[count]-1]
 };
+// One variable of an INDEP section, or one block of a BLOCKS section.
 struct RandomVariable {
   int32_t type;             // 2 INDEP, 3 BLOCKS
   int32_t stage;            // 2..nStages
-  RealisationSet *set;
+  RealisationSet *set;      // owned
 };
 struct RandomVariableList {
   int32_t count;
   RandomVariable **variables;  // [count] in file order
 };
+// All random variables of a stoch file, independent of one another: the scenarios are their combinations.
 struct IndependentData {
   RandomVariableList *list;
   int32_t nScenarios;       // product of the counts, held at 2^31-1 when it is larger
@@ -100,7 +103,7 @@ struct CoreData {
   int32_t maxElements;      // largest list so far, of the core and of any scenario
   int32_t nRows, nCols;
   int *rowStageStart;       // [nStages+1] sorted position where a stage begins: stage s at [s-1], first 1, last nRows+1
-  int *colStageStart;
+  int *colStageStart;       // the same of columns
   // the unpacked core, null until qrtbingtcd(); never changed afterwards
   int *mrow, *mcol;         // [maxElements at unpacking] local indices of matrix elements, block after block
   int *blockStart;          // [nStages(nStages+1)/2 + 1] 1-based start of a block, block b at [b-1]
@@ -112,7 +115,7 @@ struct CoreData {
   int *orderedStart;        // [nCols+1] 1-based start of a sorted column
   int *orderedRow;          // sorted rows, rising inside a column
   double *orderedValue;
-  void *reservedA[3];
+  void *reservedA[3];       // reserved fields keep the places of the others
   int *rowStage, *colStage;             // [nRows], [nCols] stage in input order
   int *sortedRowStage, *sortedColStage; // the same in sorted order
   int *rowPerm, *colPerm;   // [nRows+4], [nCols+2] sorted to input: position p at [p-1]
@@ -125,18 +128,18 @@ struct CoreData {
   int *rimFlags;            // [max(nRows, nCols)] RIM_..._INFINITE, input order; null until core_needRimFlags()
   void *reservedB[4];
   SmpsData *smps;           // null unless read from files; released by qrts_freeSmpsData
-  double tolerance;         // 1e-16
+  double tolerance;         // differences up to this are none; 1e-16
   int32_t reservedC;
   int32_t problemType;      // 1 linear, 2 quadratic
   int *integerMarks;        // [nCols+1] input order, null without
-  int32_t nIntegers;
+  int32_t nIntegers;        // columns marked
 };
 
 // One scenario; written to the record file as it stands.
 struct ScenarioRecord {
   double probability;       // as given: a weight
   int32_t ancestor;         // scenario number, 0 for the root
-  int32_t branchStage;
+  int32_t branchStage;      // first stage of its own
   int32_t firstNode, lastNode;  // lastNode - firstNode = nStages - branchStage
   int32_t firstRecord;      // file record of the first group; groups of later stages follow
   int32_t reserved;
@@ -170,7 +173,7 @@ static_assert(sizeof(TreeNode) == 64, "tree nodes are written as they stand");
 
 struct NodeList {
   int32_t nNodes;           // kept while scenarios are added, also without a table; 0 before the first
-  int32_t nVirtual;
+  int32_t nVirtual;         // of them, ancestors that bring columns only
   int *stageCount;          // [nStages] nodes of stage s at [s-1]
   int *stageHead;           // [nStages] first node of a stage's chain
   TreeNode *nodes;          // [nNodes] node n at [n-1]; null until qrts_mktr()
@@ -224,13 +227,13 @@ constexpr int SUBMODEL_BLOCKS = 1;
 
 struct QRTStoch {
   char tag[4];              // "SPO"; zero bytes once deleted
-  StochData *sdata;
-  StochModel *smodel;
+  StochData *sdata;         // the store; whose it is says ownsData
+  StochModel *smodel;       // what is described, null for nothing; owned
   void *reservedA;
   QRTModel *baseModel;      // owned; source of control settings, and the voice of all messages of the object
   char name[128];
   int32_t ownsData;         // 1: delete releases sdata; -1 as created; 0 a copy without data of its own
-  QRTStoch *parent;
+  QRTStoch *parent;         // of a submodel: the object it was cut from
   void *decomposition[7];   // work of the decomposition, by SUBMODEL_BLOCKS and the slots it names itself
   void *smethod;            // method records of the solvers
   void *smethodData[3];
@@ -239,9 +242,10 @@ struct QRTStoch {
   int32_t nSubmodels;       // -1 none
   int32_t masterModel;      // of a submodel: the model (from 1) of its parent in the list, 0 for the root; -1 else
   int32_t nNodeList;
-  int *nodeList;            // nodes of a submodel
-  QRTStoch **submodels;
+  int *nodeList;            // [nNodeList] nodes of a submodel, numbers of the store
+  QRTStoch **submodels;     // [nSubmodels] owned
   void *reservedB;
+  // options, each by its setter in scn_options.cpp, which has the defaults; then the outcome of the last solve
   int32_t ifParallel, ifDebug, cutperiod, minNumRows, maxsubmodels, maxiter;
   int32_t ifScale, ifPresolve, ifCrash, alg, ifLargeBounds;
   double optmaxmin, reloptgap;
@@ -261,7 +265,7 @@ struct QRTStoch {
   // A decomposition that has not written the whole model yet: called with keep 1 before any public call looks at the
   // object, with keep 0 when the object goes. Null when nothing is due.
   void (*realise)(QRTStoch *stoch, int keep);
-  void *realiseData;
+  void *realiseData;        // what it works with; released by it
 };
 
 // ---- views --------------------------------------------------------------------------------------------------
@@ -291,6 +295,7 @@ struct NodeGroup {
   double *values;
 };
 
+// A node as callers outside the store see it; fields as in TreeNode.
 struct NodeSummary {
   double probability;
   int32_t number, parent, firstChild, next, stage, scenario, rowOffset, colOffset, nRows, nCols, isVirtual;
