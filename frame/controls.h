@@ -8,21 +8,23 @@
 enum ControlHome : uint8_t { HOME_RECORD, HOME_OF_MODEL, HOME_ONE };
 enum ControlAccess : uint8_t { ACCESS_RW, ACCESS_READ, ACCESS_IGNORED };
 
+// One row of controls.def. A control without limits has the type's, or REAL_ANY.
 struct IntegerControl {
-  int position;
-  const char *name;
+  int position;        // from 1; the index of qrt_getI() plus one
+  const char *name;    // that of the field
   ControlHome home;
   size_t offset;       // in WorkImage, or in QRTModel
   int32_t *live;       // the field of the live record; null for a model's own field
-  int32_t initial, objectInitial;
+  int32_t initial, objectInitial;  // at the start, and of models made by qrt_newModel()
   int32_t low, high;               // accepted
   int32_t quotedLow, quotedHigh;   // said by the refusing message
   ControlAccess access;
 };
+// The same for reals, which all lie in live records.
 struct RealControl {
   int position;
   const char *name;
-  size_t offset;
+  size_t offset;       // in WorkImage
   double *live;
   double initial, objectInitial;
   double low, high;

@@ -477,14 +477,16 @@ QRT_API int qrt_copyColumnNames(QRTModel *model, const char *const *names, int f
 
 /** @brief Adds n rows, basic. @param model the model.  @param n number of rows.  @param lower [n], null for -1e31.
  *  @param upper [n], null for 1e31.  @param starts [n + 1] where each row begins in columns, null for empty rows.
- *  @param columns column numbers.  @param elements values.  @return 0, 1 for bad starts or columns out of range. */
+ *  @param columns column numbers.  @param elements values.  @return 0, 1 for bad starts; a column out of range is
+ *  severe and gives 999 with a raised limit. In each case the model is as it was. */
 QRT_API int qrt_addRows(QRTModel *model, int n, const double *lower, const double *upper, const int *starts,
                         const int *columns, const double *elements);
 /** @brief Adds one row with n elements. */
 QRT_API int qrt_addOneRow(QRTModel *model, double lower, double upper, int n, const int *columns,
                           const double *elements);
 /** @brief Adds n columns, nonbasic at the bound nearest 0: lower null for 0, upper null for 1e31, costs null for 0,
- *  starts null for empty columns. @return 0, 1 for bad starts or rows out of range. */
+ *  starts null for empty columns. @return 0, 1 for bad starts; a row out of range is severe and gives 999 with a
+ *  raised limit. */
 QRT_API int qrt_addColumns(QRTModel *model, int n, const double *lower, const double *upper, const double *objective,
                            const int *starts, const int *rows, const double *elements);
 /** @brief Adds one column with n elements. */
