@@ -744,7 +744,8 @@ QRT_API int qrt_eitherSimplex(QRTModel *model, int mode);
  *  @param integers number of integers, 0 to 8.  @param integer in this order: iteration before which columns are priced in parts
  *  and without weights; iteration before which steepest edge is not used (at least the former); least accuracy level, 0 to 2; iteration
  *  at which the primal perturbs bounds, and before which it does not; pass length below which the allowance of the reals holds;
- *  without effect; 1: the other algorithm takes over at the first check when the start is feasible for it alone; without effect.
+ *  without effect; 1: the other algorithm takes over at the first check when the start is feasible for it alone; 1: pivotal rows
+ *  are formed column by column even where that is longer.
  *  @param reals number of reals, 0 to 3.  @param real sum of infeasibilities below which, in a pass shorter than given above, the
  *  reference of the merit test is multiplied by the next one (1000 or more: given up for that check); that factor; without effect.
  *  @param pivots number of pivot tolerances, 0 to 2.  @param pivot absolute zero pivot (else 1e-8), relative threshold (else 0.1).

@@ -8,6 +8,7 @@
 // Devex weights are norms over the reference framework F (Harris 1973), steepest edge weights squared norms (Goldfarb
 // and Reid 1977, restricted to F: the projected form). rho belongs to the basis before the exchange.
 #include "simplex/primal.h"
+#include "simplex/exotic.h"
 
 #include <cmath>
 #include <cstring>
@@ -19,8 +20,10 @@ constexpr double OUTSIDE_WEIGHT = 1.0e-12;
 // The list of a pivotal row is given up when it passes this share of all variables: a sweep is cheaper then.
 constexpr double LIST_SHARE = 0.15;
 
-// A vector too full for the row copy to pay.
-bool fullRow(const SimplexWork *w, const SparseVector *rho) { return int64_t(rho->count) * 4 > w->m; }
+// A vector too full for the row copy to pay, or an expert who wants none of it.
+bool fullRow(const SimplexWork *w, const SparseVector *rho) {
+  return int64_t(rho->count) * 4 > w->m || (w->exotic && w->exotic->otherKernels);
+}
 
 // Fixed nonbasics never enter, so they stand with the basics behind the end of each row.
 bool inPivotRow(uint32_t flags) { return !(flags & VAR_BASIC) && (flags & VAR_STATE); }

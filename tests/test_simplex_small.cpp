@@ -20,6 +20,14 @@ extern "C" void QRTITRU(int *status, int code) {
   if (classicAnswer != -2) *status = classicAnswer;
 }
 
+// The exit on the leaving variable: at call `wantedCall` it takes `wantedRow` and `wantedBound`.
+static int rowCalls = 0, wantedCall = 0, wantedRow = 0, wantedBound = 0, strangeRows = 0;
+extern "C" void QRTCZRU(int, int numberRows, const double *column, int *row, int *bound) {
+  rowCalls++;
+  if (*row < 0 || *row > numberRows || (*row > 0 && column[*row] == 0.0) || (*bound != 0 && *bound != 2)) strangeRows++;
+  if (rowCalls == wantedCall) *row = wantedRow, *bound = wantedBound;
+}
+
 namespace {
 
 constexpr double INF = 1.0e31;
@@ -596,6 +604,16 @@ TEST_F(Simplex, ExpertsParameters) {
   solveTo(q, v);
   EXPECT_NE(usual, qrt_getIiternum(q)) << "pricing in parts, then Devex, takes another way";
 
+  // Pivotal rows column by column are the same rows.
+  const int byColumns[] = {0, 0, 0, 0, 0, 0, 0, 1};
+  for (const auto solver : {qrt_primalSimplex, qrt_dualSimplex}) {
+    q = load(p);
+    ASSERT_EQ(0, qrt_exoticParameters(q, 8, byColumns, 0, nullptr, 0, nullptr));
+    ASSERT_EQ(0, solver(q, 1));
+    EXPECT_NEAR(v, qrt_getRobjvalue(q), 1e-7 * (1.0 + std::fabs(v)));
+    EXPECT_EQ("", firstFault(certifyModel(q), 1e-7));
+  }
+
   // A start that is feasible for the dual alone: minimise positive costs over rows that want more than zero.
   Lp cover;
   for (int j = 0; j < 6; j++) cover.addColumn(1.0 + j);
@@ -681,6 +699,83 @@ TEST_F(Simplex, IterationExitByName) {
   EXPECT_EQ(1, classicCalls);
   solveTo(q, v);
   EXPECT_GT(classicCalls, 10);
+}
+
+// The same in the dual, which calls before each of its passes with code 4 and in its iterations with code 1; where its costs
+// were shifted the primal ends the run.
+int dualCalls[5];
+int dualExit(QRTModel *, int status, int code) {
+  if (code >= 0 && code < 5) dualCalls[code]++;
+  return ++calls == stopAt ? answerThen : status;
+}
+
+TEST_F(Simplex, IterationExitOfTheDual) {
+  double v;
+  const Lp p = known(90, 200, 47, &v);
+  struct Case {
+    int answer, status;
+  };
+  for (const Case &c : {Case{3, 3}, Case{99, 0}, Case{42, 0}}) {
+    QRTModel *q = load(p);
+    qrt_mset(q, 3023, 256, -1, 0, 0, 0);
+    hear(q, {3023});
+    qrt_registerItruCallBack(q, dualExit);
+    qrt_setIiterufreq(q, 1);
+    calls = 0, stopAt = 9, answerThen = c.answer;
+    std::fill(std::begin(dualCalls), std::end(dualCalls), 0);
+    ASSERT_EQ(0, qrt_dualSimplex(q, 1));
+    EXPECT_EQ(c.status, qrt_getIprobstat(q));
+    EXPECT_GE(dualCalls[4], 1);
+    EXPECT_GE(dualCalls[1], 5);
+    EXPECT_EQ(0, dualCalls[0] + dualCalls[2]);
+    EXPECT_EQ(c.answer == 42 ? 1 : 0, timesHeard(3023));
+    if (c.answer == 3) { EXPECT_LE(qrt_getIiternum(q), 12); }
+    if (c.status == 0) { EXPECT_EQ("", firstFault(certifyModel(q), 1e-7)); }
+    heard.clear();
+  }
+}
+
+// A program may choose the variable that leaves. A choice that is none is told and passed over; one that leads out of the
+// feasible region costs iterations, not the answer.
+TEST_F(Simplex, ExitOnTheLeavingVariable) {
+  struct Case {
+    int call, row, bound, told;
+  };
+  const Case cases[] = {{0, 0, 0, 0}, {1, 3, 0, 0}, {1, 9, 0, 1}, {1, 1, 0, 1}, {1, 3, 2, 1}, {1, 3, 7, 1}};
+  for (const Case &c : cases) {
+    SCOPED_TRACE("row " + std::to_string(c.row) + ", bound " + std::to_string(c.bound));
+    QRTModel *q = load(textbook());  // the second column enters first; it does not occur in row 1
+    qrt_mset(q, 3023, 256, -1, 0, 0, 0);
+    hear(q, {3023});
+    rowCalls = strangeRows = 0, wantedCall = c.call, wantedRow = c.row, wantedBound = c.bound;
+    solveTo(q, -36);
+    wantedCall = 0;
+    EXPECT_GE(rowCalls, 2);
+    EXPECT_EQ(0, strangeRows);
+    EXPECT_EQ(c.told, timesHeard(3023));
+    if (c.told) { EXPECT_EQ(c.row > 3 || c.row == 1 ? c.row : c.bound, heardCount.empty() ? -1 : heardCount[0]); }
+    heard.clear(), heardCount.clear();
+  }
+}
+
+// Stop mask 1: the run ends where pricing goes over from parts of the columns to all of them, or from given values to a basis.
+TEST_F(Simplex, StopWhereFullPricingBegins) {
+  double v;
+  const Lp p = known(150, 700, 61, &v);
+  for (const int mode : {2, 3}) {
+    QRTModel *q = load(p);
+    hear(q, {31, 44, 45, 46});
+    qrt_setIstopmask(q, 1);
+    ASSERT_EQ(0, qrt_primalSimplex(q, mode));
+    EXPECT_EQ(3, qrt_getIprobstat(q)) << "mode " << mode;
+    EXPECT_EQ(mode == 3 ? 1 : 0, timesHeard(31));
+    EXPECT_EQ(mode == 2 ? 1 : 0, timesHeard(44) + timesHeard(45) + timesHeard(46));
+    expectBasis(q);
+    qrt_setIstopmask(q, 0);
+    solveTo(q, v);
+    heard.clear();
+    EXPECT_EQ(1, qrt_setIstopmask(q, 8)) << "no such stop";
+  }
 }
 
 TEST_F(Simplex, ControlsComeBack) {
