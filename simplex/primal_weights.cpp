@@ -8,10 +8,11 @@
 // Devex weights are norms over the reference framework F (Harris 1973), steepest edge weights squared norms (Goldfarb
 // and Reid 1977, restricted to F: the projected form). rho belongs to the basis before the exchange.
 #include "simplex/primal.h"
-#include "simplex/exotic.h"
 
 #include <cmath>
 #include <cstring>
+
+#include "simplex/exotic.h"
 
 namespace {
 
