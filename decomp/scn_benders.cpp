@@ -228,7 +228,8 @@ void testGap(BendersRun *run) {
     tellGap(gap);
     sayValue(MSG_GAP, gap);
     sayValue(MSG_RELATIVE_GAP, relative);
-    if (gap < run->stoch->gapAsked * scale) {
+    // Until each subproblem has bounded its column, that column's first bound of 0 may hold the master back.
+    if (gap < run->stoch->gapAsked * scale && (run->boundKnown || run->newCuts == 0)) {
       tellGap(gap);
       finish(run, relative);
     } else if (run->newCuts == 0) {

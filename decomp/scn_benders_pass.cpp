@@ -101,6 +101,8 @@ int solveAlongRay(BendersRun *run, int i, MemberAnswer *answer) {
   if (answer->status == 0) {
     run->rayCost += change;
     run->raySize += fabs(change);
+  } else {
+    run->rayCost = run->stoch->optmaxmin * SCN_INFINITY;  // barred: its cut says so, and the ray proves nothing
   }
   run->rayPass = true;
   return 0;
@@ -174,6 +176,8 @@ int visitCluster(BendersRun *run, int child) {
   const bool wanted = sum.optimal && run->end == END_NOT_YET &&
                       ((run->cycle < 2 && run->cyclesBefore == 0) || run->rayPass || !entry->hasOptimal || (sum.moved && !cutIsNoise(run, entry, sum.value)));
   if (wanted) sendCut(run, child, &sum);
+  // Multipliers that went into no row are not those of the members' last cuts: another proposal may need that very cut.
+  for (int k = 0; !wanted && sum.moved && k < entry->nMembers; ++k) run->all.member[entry->firstMember + k].cutStatus = -1;
   cutColumns_clear(&run->cut);
   return 0;
 }
