@@ -713,7 +713,8 @@ QRT_API int qrt_idiotCrossOver(QRTModel *model, int mode);
  *         before it minds the costs, 6 lets multipliers modify the costs, 7 to 9 end without a pass over the point's
  *         values, 8 with two crashes. Bit 16: no perturbation at the start; bit 32: no scaling. The run goes
  *         by way of qrt_preSolve() with type 67, unless the model is presolved already or bit 256 is set; bit 64 keeps the
- *         data for the way back in "/tmp/save.fil". A model that comes back from presolve is unscaled, if it was before;
+ *         data for the way back in "/tmp/save.fil". With 3 to 9, bit 128 solves the dual first, as a model "dual_model", and
+ *         begins the crash with its multipliers; bit 512 presolves the solves of the crossover too. A model that comes back from presolve is unscaled, if it was before;
  *         without presolve it stays scaled.
  *  @return 0 when the run ended with a status (qrt_getIprobstat()), else as qrt_primalSimplex(). */
 QRT_API int qrt_simplex(QRTModel *model, int options);

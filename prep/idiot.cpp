@@ -270,7 +270,7 @@ void runRounds(Rounds *r, double startInfeas, double *startX) {
   r->bestInfeas = r->bestObjective = QRT_INFINITY;
   for (;;) {
     const IdiotLimits limits = {info.firstIterations > 0 ? info.firstIterations : info.maxIterations, r->mu, r->drop, r->djTest,
-                                info.strategy & IDIOT_MOVES_SMALL ? r->smallInfeas : QRT_INFINITY,
+                                info.strategy & (IDIOT_MOVES_SMALL | IDIOT_INNER_MOVES) ? r->smallInfeas : QRT_INFINITY,
                                 std::max(1, info.dropFrequency), std::max(1, info.checkFrequency)};
     const IdiotResult found = qrtidiot3(w, limits);
     r->count++;

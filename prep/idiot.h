@@ -37,6 +37,7 @@ struct IdiotInfo {
 };
 enum : int {
   IDIOT_TIGHT_START = 4,        // djTest begins at 1e-10 and follows the size of W from round 3 on
+  IDIOT_INNER_MOVES = 8,        // adds IDIOT_MOVES_SMALL to the options of each round
   IDIOT_SCALE_ROWS = 16,        // rows are divided by their larger bound for the run
   IDIOT_FALLING_LEVEL = 32,     // the reasonable infeasibility falls as the run gets better
   IDIOT_MOVES_SMALL = 64,       // the low-dj test of a round also asks for an infeasibility below smallInfeas
@@ -98,6 +99,8 @@ int runIdiot(QRTModel *model, const IdiotInfo &info);
 // Added to a mode of the crossover: the point is nearly feasible, and beside its own columns only those join the first solve
 // that its duals ask for.
 enum : int { IDIOT_CROSS_CLOSE = 128 };
+// Added likewise: each solve of a working set goes by way of presolve, unless the model is a presolved one already.
+enum : int { IDIOT_CROSS_PRESOLVED = 32 };
 // From the point the model holds to a basis and on to the optimum (idiot_crossover.cpp). The code of the last solve,
 // or of the first that failed.
 int crossOverIdiot(QRTModel *model, const IdiotInfo &info, int mode);

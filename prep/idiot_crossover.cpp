@@ -14,12 +14,13 @@
 #include "frame/messages.h"
 #include "model/model_store.h"
 #include "prep/idiot.h"
+#include "prep/presolve_call.h"
 
 namespace {
 
 enum : int { TOLD_LEVEL = 8 };
 enum : int { GO_ON = 0, FULL_PRICING = 1, FROM_VALUES = 3 };
-constexpr int CRASH_TYPE = 1;
+constexpr int CRASH_TYPE = 1, PRESOLVE_TYPE = 67;
 constexpr double NEAR_BOUND = 1.0e-6;
 constexpr double WEIGHT_FACTOR = 10.0;  // Rpweight of each further round
 
@@ -29,6 +30,7 @@ struct CrossOver {
   int m, n;
   CleanCopy copy;
   double *lower, *upper;  // [n] the model's own bounds while columns are fixed
+  bool presolve;          // before the solve of a working set
   char *free;             // [n] 1: in the working set
   double *key;            // [n] reduced cost in the direction into the bounds; below 0: the column wants to move
 };
@@ -112,11 +114,22 @@ void statusesOfFixed(CrossOver *c) {
   }
 }
 
+// The set on a smaller model, whose columns outside it are gone.
+int solveSmaller(QRTModel *model, int mode) {
+  int code = preSolveForRun(model, PRESOLVE_TYPE, nullptr);
+  if (code >= 2) return code;
+  const bool reduced = code == 0;
+  code = qrt_primalSimplex(model, reduced ? FULL_PRICING : mode);
+  if (!reduced) return code;
+  const int back = qrt_postSolve(model, nullptr);
+  return code < 2 ? back : code;
+}
+
 int solveSet(CrossOver *c, int mode) {
   fixOthers(c);
   const uint32_t flags = c->model->modelFlags;
   c->model->modelFlags |= MODEL_COMPRESS;
-  const int code = qrt_primalSimplex(c->model, mode);
+  const int code = c->presolve ? solveSmaller(c->model, mode) : qrt_primalSimplex(c->model, mode);
   c->model->modelFlags = flags;
   giveBoundsBack(c);
   statusesOfFixed(c);
@@ -175,6 +188,7 @@ int crossOverIdiot(QRTModel *model, const IdiotInfo &info, int mode) {
   c.free = static_cast<char *>(guardedAllocate(length, 1));
   if (c.n) std::memcpy(c.lower, columns(model, model->lower), size_t(c.n) * sizeof(double));
   if (c.n) std::memcpy(c.upper, columns(model, model->upper), size_t(c.n) * sizeof(double));
+  c.presolve = (mode & IDIOT_CROSS_PRESOLVED) && !model->presolveStream;
   snap(&c);
   int code = runRounds(&c, info, controlReal(model, CONTROL_Rmaxmin), mode & IDIOT_CROSS_CLOSE);
   qrt_deleteCleanCopy(&c.copy);
@@ -183,7 +197,7 @@ int crossOverIdiot(QRTModel *model, const IdiotInfo &info, int mode) {
   if (code >= 2) return code;
   const int devex = controlInteger(model, CONTROL_Idevexmode);
   storeControlInteger(model, CONTROL_Idevexmode, 1);
-  code = qrt_primalSimplex(model, mode & ~IDIOT_CROSS_CLOSE);
+  code = qrt_primalSimplex(model, mode & ~(IDIOT_CROSS_CLOSE | IDIOT_CROSS_PRESOLVED));
   storeControlInteger(model, CONTROL_Idevexmode, devex);
   return code;
 }

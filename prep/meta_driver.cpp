@@ -49,7 +49,7 @@ int refactorisationInterval(const QRTModel *model, int present) {
   return wanted < MOST_REFACTORISATION ? int(wanted) : MOST_REFACTORISATION;
 }
 
-int solveBy(QRTModel *model, int strategy, double scale) {
+int solveBy(QRTModel *model, int strategy, int options, double scale) {
   if (strategy < STRATEGY_IDIOT && strategy != STRATEGY_DUAL && qrt_getNumberBasicColumns(model) == 0) {
     const int code = qrt_crash(model, CRASH_TYPE);
     if (code >= 2) return code;
@@ -63,7 +63,7 @@ int solveBy(QRTModel *model, int strategy, double scale) {
     run.Idevexmode = STEEPEST_EDGE;
   }
   storeControls(model, run);
-  if (strategy >= STRATEGY_IDIOT) return solveByIdiot(model, strategy);
+  if (strategy >= STRATEGY_IDIOT) return solveByIdiot(model, strategy, options);
   if (strategy == STRATEGY_EITHER) return qrt_eitherSimplex(model, FRESH);
   return strategy == STRATEGY_PRIMAL ? qrt_primalSimplex(model, FRESH) : qrt_dualSimplex(model, FRESH);
 }
@@ -81,7 +81,7 @@ int qrt_simplex(QRTModel *model, int options) {
   bool presolved = false;
   int code = options & OPTION_NO_PRESOLVE ? 0 : metaPresolve_begin(model, keepFile, &presolved);
   if (code < 2 && !(options & OPTION_NO_SCALING)) code = qrt_scale(model);
-  if (code < 2) code = solveBy(model, strategy, scale);
+  if (code < 2) code = solveBy(model, strategy, options, scale);
   if (presolved) {
     storeControls(model, entry);
     const int last = metaPresolve_end(model, keepFile, scale);

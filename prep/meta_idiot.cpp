@@ -80,29 +80,31 @@ int crash(QRTModel *model, const Plan &plan, const IdiotInfo &options) {
   return code;
 }
 
-int crashAndCross(QRTModel *model, const Plan &plan, const IdiotInfo &options) {
+int crashAndCross(QRTModel *model, const Plan &plan, const IdiotInfo &options, int crossover) {
   const int code = crash(model, plan, options);
   if (code >= 2) return code;
   if (code == 1) return qrt_primalSimplex(model, FRESH);  // nothing to crash: no columns or no rows
   storeControlInteger(model, CONTROL_Iiternum, 0);        // sweeps are no iterations
   const bool close = plan.close && controlReal(model, CONTROL_Rsumpinf) < NEARLY_FEASIBLE;
-  return crossOverIdiot(model, options, plan.crossover + (close ? IDIOT_CROSS_CLOSE : 0));
+  return crossOverIdiot(model, options, crossover + (close ? IDIOT_CROSS_CLOSE : 0));
 }
 
 }  // namespace
 
-int solveByIdiot(QRTModel *model, int strategy) {
+int solveByIdiot(QRTModel *model, int strategy, int callerOptions) {
   const Plan &plan = PLANS[strategy - STRATEGY_IDIOT];
   IdiotInfo options = *qrt_idiotInfo(model);
   setOptions(model, strategy, &options);
+  const int crossover = plan.crossover + (callerOptions & OPTION_PRESOLVED_SETS ? IDIOT_CROSS_PRESOLVED : 0);
   if (plan.text) qrt_userMessage(model, TOLD_STRATEGY, plan.text);
   int code = model->Inumblocks == 1 ? 0 : qrt_mergeBlocks(model, 0);
-  if (code >= 2 || !plan.withoutCosts || model->Inumcols == 0) return code >= 2 ? code : crashAndCross(model, plan, options);
+  if (code < 2 && (callerOptions & OPTION_DUAL_FIRST) && startFromDual(model)) options.strategy |= IDIOT_FROM_SOLUTION;
+  if (code >= 2 || !plan.withoutCosts || model->Inumcols == 0) return code >= 2 ? code : crashAndCross(model, plan, options, crossover);
   double *costs = static_cast<double *>(guardedAllocate(model->Inumcols, sizeof(double)));
   const size_t bytes = size_t(model->Inumcols) * sizeof(double);
   std::memcpy(costs, model->objective + model->Imaxrows, bytes);
   std::memset(model->objective + model->Imaxrows, 0, bytes);
-  code = crashAndCross(model, plan, options);
+  code = crashAndCross(model, plan, options, crossover);
   std::memcpy(model->objective + model->Imaxrows, costs, bytes);
   qrt_free(costs);
   return code >= 2 ? code : qrt_primalSimplex(model, FRESH);

@@ -14,6 +14,8 @@ enum ExitCode : int {
   EXIT_INTERNAL = 70,   // the library failed, or its answer did not pass --check
 };
 
+constexpr int NOT_GIVEN = -1;  // of an option for which 0 is a value
+
 // Options of every subcommand; a subcommand reads those it offers.
 struct Options {
   std::string core, time, stoch;  // solve, info
@@ -41,7 +43,7 @@ struct Options {
   std::string csvFile;            // parametric: where the table goes; empty: the terminal
   double from = 0, step = 0.1, to = 1;  // parametric: the range of lambda
   int crash = 0;                  // type, 0 none
-  int presolve = 0;               // level, 0 none
+  int presolve = NOT_GIVEN;       // level, 0 is one for a linear program and none for a stochastic one
   int maxScenarios = 1000000;
   bool idiot = false;             // lp: start from the idiot crash
   bool strict = false, inherit = false, maximize = false, scale = false, free = false;

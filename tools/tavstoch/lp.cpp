@@ -81,7 +81,7 @@ int runLp(Session &session, const Options &options) {
   session.progress.phase("solving");
   if (options.scale) qrt_scale(model);
   if (options.crash) qrt_crash(model, options.crash);
-  const int code = options.presolve ? solvePresolved(options, model) : solveAsTold(options, model);
+  const int code = options.presolve != NOT_GIVEN ? solvePresolved(options, model) : solveAsTold(options, model);
   const double solveSeconds = session.progress.done();
   const int status = qrt_getIprobstat(model);
   if (code >= 2 || statusExitCode(status) == EXIT_INTERNAL) {

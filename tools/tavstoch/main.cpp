@@ -80,7 +80,7 @@ void addOutput(CLI::App *app, Options &o) {
 
 // A level may be left out.
 void addPresolve(CLI::App *app, Options &o, int largest, const char *text) {
-  app->add_option("--presolve", o.presolve, text)->check(CLI::Range(1, largest))->expected(0, 1)->default_str("3");
+  app->add_option("--presolve", o.presolve, text)->check(CLI::Range(0, largest))->expected(0, 1)->default_str("3");
 }
 
 void addSolving(CLI::App *app, Options &o) {

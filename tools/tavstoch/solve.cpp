@@ -101,7 +101,7 @@ QRTModel *generateEquivalent(const Options &options, Session &session, QRTStoch 
   session.raiseLimits(model);
   session.watch(model);
   if (options.scale) qrts_setScaleOn(stoch);
-  if (options.presolve) qrts_setPresolve(stoch, options.presolve);
+  if (options.presolve > 0) qrts_setPresolve(stoch, options.presolve);
   if (options.crash) {
     qrts_setCrash(stoch, options.crash);
     qrts_setMaxiter(stoch, 0);  // with cycles to run there would be no crash
