@@ -7,8 +7,8 @@
 // multiplier of row j is -x_j.
 #include <cmath>
 
+#include "frame/controls.h"
 #include "frame/guarded_memory.h"
-#include "frame/records.h"
 #include "model/model_store.h"
 #include "prep/meta_driver.h"
 
@@ -45,7 +45,8 @@ void put(DualColumns *d, int row, double element) {
 void columnsOfRow(DualColumns *d, const QRTModel *model, const CleanCopy &copy, int i) {
   const double low = model->lower[i], high = model->upper[i];
   auto elements = [&] {
-    for (int e = copy.starts[i]; e < copy.starts[i + 1]; e++) put(d, copy.rows[e], copy.elements[e] / elementFactor(model, i, copy.rows[e]));
+    for (int e = copy.rowStarts[i]; e < copy.rowStarts[i + 1]; e++)
+      put(d, copy.columns[e], copy.rowElements[e] / elementFactor(model, i, copy.columns[e]));
   };
   if (low == high) {
     elements();
@@ -82,10 +83,11 @@ void takePoint(QRTModel *model, QRTModel *dual) {
 
 bool startFromDual(QRTModel *model) {
   const int m = model->Inumrows, n = model->Inumcols;
-  if (!model->context || m == 0 || n == 0 || qrtlplp.Rmaxmin == 0.0 || model->Inumquadraticblocks > 0) return false;
+  const double sense = controlReal(model, CONTROL_Rmaxmin);
+  if (!model->context || m == 0 || n == 0 || sense == 0.0 || model->Inumquadraticblocks > 0) return false;
   CleanCopy copy;
   qrt_push(model);
-  qrt_cleanCopy(model, &copy, CLEAN_ROWS, 0.0, 0);
+  qrt_cleanCopy(model, &copy, CLEAN_COLUMNS | CLEAN_ROWS, 0.0, 0);
   const int64_t most = 2 * (int64_t(m) + n), elements = 2 * (int64_t(copy.nElements) + n);
   if (most > INT32_MAX || elements > INT32_MAX) {
     qrt_deleteCleanCopy(&copy);
@@ -100,7 +102,7 @@ bool startFromDual(QRTModel *model) {
   qrt_deleteCleanCopy(&copy);
   for (int j = 0; j < n; j++) {
     const int at = model->Imaxrows + j;
-    rowOfColumn(&d, qrtlplp.Rmaxmin * model->objective[at], j, model->lower[at], model->upper[at], &rowLower[j], &rowUpper[j]);
+    rowOfColumn(&d, sense * model->objective[at], j, model->lower[at], model->upper[at], &rowLower[j], &rowUpper[j]);
   }
   QRTModel *dual = qrt_newModel(model->context, "dual_model");
   bool found = dual != nullptr;
