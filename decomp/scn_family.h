@@ -13,7 +13,8 @@
 //
 // A member is solved in one of two ways. Members that differ in bounds and T alone share all dual feasible bases: they
 // walk down the family's tree of bases (scn_basis_tree.h), where a step costs one pass over the rows. The others, and
-// families with too many rows for that, are written into the family's model and go on from their own last basis.
+// families with too many rows for that, are written into the family's model and go on from their own last basis
+// or from that of the member before them, whose factor stands there: what has taken less work of late.
 #pragma once
 
 #include "decomp/scn_benders.h"
