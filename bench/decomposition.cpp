@@ -8,7 +8,6 @@
 // last three fields are optimum, status and seconds (such a one is bench/highs); what it took is shown as a multiple of
 // the L-shaped method's time. Each run has a process of its own, so that its memory is its own; --direct N solves whole
 // up to N scenarios (1000), --nested N by the nested method up to N (300).
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cmath>
@@ -19,6 +18,7 @@
 #include <vector>
 
 #include "generators.h"
+#include "in_child.h"
 #include "qrts_c_api.h"
 
 namespace {
@@ -69,24 +69,13 @@ Outcome solve(const Triple &triple, Method method) {
   return o;
 }
 
-// In a process of its own.
 Outcome run(const Triple &triple, Method method) {
   Outcome o = {};
-  o.status = -1;
-  int ends[2];
-  if (pipe(ends) != 0) return o;
-  std::fflush(stdout);
-  const pid_t child = fork();
-  if (child == 0) {
-    o = solve(triple, method);
-    const ssize_t written = write(ends[1], &o, sizeof o);
-    _exit(written == ssize_t(sizeof o) ? 0 : 1);
-  }
-  close(ends[1]);
-  if (child < 0 || read(ends[0], &o, sizeof o) != ssize_t(sizeof o)) o.status = -1;
-  close(ends[0]);
-  int status;
-  if (child > 0) waitpid(child, &status, 0);
+  const auto work = [&](Outcome *result) {
+    *result = solve(triple, method);
+    return true;
+  };
+  if (!inChild(&o, work)) o.status = -1;
   return o;
 }
 

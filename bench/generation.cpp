@@ -2,8 +2,6 @@
 // in a process of its own so that no memory is warm: medians of the processor time and their ratio.
 // usage: bench_generation CORE TIME STOCH [REPEATS]
 #include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -11,6 +9,7 @@
 #include <vector>
 
 #include "generators.h"
+#include "in_child.h"
 
 namespace {
 
@@ -48,24 +47,6 @@ bool runOnce(char **files, Run *run) {
   return true;
 }
 
-// The measures of a child come back through a pipe.
-bool runAlone(char **files, Run *run) {
-  int ends[2];
-  if (pipe(ends) != 0) return false;
-  std::fflush(stdout);
-  const pid_t child = fork();
-  if (child == 0) {
-    const bool good = runOnce(files, run) && write(ends[1], run, sizeof *run) == ssize_t(sizeof *run);
-    _exit(good ? 0 : 1);
-  }
-  close(ends[1]);
-  const bool good = read(ends[0], run, sizeof *run) == ssize_t(sizeof *run);
-  close(ends[0]);
-  int status = 0;
-  waitpid(child, &status, 0);
-  return good && status == 0;
-}
-
 double median(std::vector<double> values) {
   std::sort(values.begin(), values.end());
   return values[values.size() / 2];
@@ -83,7 +64,7 @@ int main(int argc, char **argv) {
   std::vector<double> reading, generation, ratio;
   Run run = {};
   for (int k = 0; k < repeats; ++k) {
-    if (!runAlone(argv + 1, &run)) {
+    if (!inChild(&run, [&](Run *result) { return runOnce(argv + 1, result); })) {
       std::fprintf(stderr, "refused\n");
       return 65;
     }

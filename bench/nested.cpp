@@ -6,7 +6,6 @@
 // BASE stands for BASE.cor, BASE.tim, BASE.sto; SCRIPT as for bench_decomposition. Each run has a process of its own, so
 // that its memory is its own. "cut" is the time of describing the models and the memory of a model after it; "solve" that
 // of the whole run, and the memory of a model then, the whole program apart.
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -16,6 +15,7 @@
 #include <vector>
 
 #include "generators.h"
+#include "in_child.h"
 #include "qrts_c_api.h"
 
 namespace {
@@ -78,21 +78,11 @@ Outcome solve(const std::string &base, Way way, bool finalSolve, int maxiter) {
 
 Outcome run(const std::string &base, Way way, bool finalSolve, int maxiter) {
   Outcome o = {};
-  o.status = -1;
-  int ends[2];
-  if (pipe(ends) != 0) return o;
-  std::fflush(stdout);
-  const pid_t child = fork();
-  if (child == 0) {
-    o = solve(base, way, finalSolve, maxiter);
-    const ssize_t written = write(ends[1], &o, sizeof o);
-    _exit(written == ssize_t(sizeof o) ? 0 : 1);
-  }
-  close(ends[1]);
-  if (child < 0 || read(ends[0], &o, sizeof o) != ssize_t(sizeof o)) o.status = -1;
-  close(ends[0]);
-  int status;
-  if (child > 0) waitpid(child, &status, 0);
+  const auto work = [&](Outcome *result) {
+    *result = solve(base, way, finalSolve, maxiter);
+    return true;
+  };
+  if (!inChild(&o, work)) o.status = -1;
   return o;
 }
 

@@ -10,38 +10,26 @@
 #include "certificate_model.h"
 #include "qrt_c_api.h"
 #include "support/planted_lp.h"
+#include "support/quiet_models.h"
 
 namespace {
 
 constexpr unsigned KINDS = PLANT_DUPLICATE_COLUMNS | PLANT_SLACKS | PLANT_DOUBLETONS;
 
-struct Cutoff : ::testing::TestWithParam<unsigned> {
-  static QRTContext *context;
-  static void SetUpTestSuite() {
-    context = qrt_initializeContext();
-    qrt_messagesPrintOff(qrt_baseModel(context), 1, 6999);
-  }
-  static void TearDownTestSuite() { qrt_endContext(context); }
-
+struct Cutoff : QuietModels<unsigned> {
   PlantedLp problem;
-  std::vector<QRTModel *> models;
   void SetUp() override { problem = plantedLp(GetParam(), 80, 150, KINDS, 6); }
-  void TearDown() override {
-    for (QRTModel *q : models) qrt_deleteModel(q);
-  }
   QRTModel *load(bool maximise, double perturbation) {
     PlantedLp p = problem;
     if (maximise)
       for (double &c : p.cost) c = -c;
-    QRTModel *q = p.load(context);
+    QRTModel *q = keep(p.load(context));
     if (maximise) qrt_setMaximize(q);
     qrt_setRdualPerturbation(q, perturbation);
-    models.push_back(q);
     return q;
   }
   double below(double share) const { return problem.optimum - share * (1.0 + std::fabs(problem.optimum)); }
 };
-QRTContext *Cutoff::context = nullptr;
 
 // What the duals in the model prove about the minimised objective of every feasible point.
 double boundByDuals(QRTModel *q) {

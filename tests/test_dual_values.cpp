@@ -8,8 +8,9 @@
 #include <gtest/gtest.h>
 
 #include "certificate_model.h"
-#include "support/planted_lp.h"
 #include "qrt_c_api.h"
+#include "support/planted_lp.h"
+#include "support/quiet_models.h"
 
 namespace {
 
@@ -19,33 +20,18 @@ int countPasses(QRTModel *, int status, int code) {
   return status;
 }
 
-struct DualValues : ::testing::TestWithParam<unsigned> {
-  static QRTContext *context;
-  static void SetUpTestSuite() {
-    context = qrt_initializeContext();
-    qrt_messagesPrintOff(qrt_baseModel(context), 1, 6999);
-  }
-  static void TearDownTestSuite() { qrt_endContext(context); }
-
+struct DualValues : QuietModels<unsigned> {
   PlantedLp problem;
   std::vector<double> y;   // optimal row duals
   int cold = 0;            // iterations of the dual from the slack basis
-  std::vector<QRTModel *> models;
 
-  QRTModel *load() {
-    QRTModel *q = problem.load(context);
-    models.push_back(q);
-    return q;
-  }
+  QRTModel *load() { return keep(problem.load(context)); }
   void SetUp() override {
     problem = plantedLp(GetParam(), 120, 220, PLANT_DUPLICATE_COLUMNS | PLANT_FREE_COLUMNS | PLANT_SLACKS, 6);
     QRTModel *q = load();
     qrt_dualSimplex(q, 1);
     cold = qrt_getIiternum(q);
     y.assign(qrt_rowduals(q), qrt_rowduals(q) + problem.rows());
-  }
-  void TearDown() override {
-    for (QRTModel *q : models) qrt_deleteModel(q);
   }
   void expectOptimal(QRTModel *q) {
     EXPECT_EQ(0, qrt_getIprobstat(q));
@@ -55,7 +41,6 @@ struct DualValues : ::testing::TestWithParam<unsigned> {
     for (int j = 0; j < problem.columns(); j++) EXPECT_EQ(problem.cost[size_t(j)], qrt_objective(q)[j]);
   }
 };
-QRTContext *DualValues::context = nullptr;
 
 TEST_P(DualValues, OptimalDualsSaveWork) {
   QRTModel *q = load();

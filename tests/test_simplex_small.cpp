@@ -659,19 +659,26 @@ int iterationExit(QRTModel *q, int status, int code) {
   return calls == stopAt ? answerThen : status;
 }
 
+// What the exit says in its ninth call, and the status that follows: stop, go on for good, and a word that means nothing.
+struct ExitCase {
+  int answer, status;
+};
+constexpr ExitCase EXIT_CASES[] = {{3, 3}, {99, 0}, {42, 0}};
+
+void armExit(QRTModel *q, int (*exit)(QRTModel *, int, int), int answer) {
+  qrt_mset(q, 3023, 256, -1, 0, 0, 0);
+  qrt_registerItruCallBack(q, exit);
+  qrt_setIiterufreq(q, 1);
+  calls = strange = 0, stopAt = 9, answerThen = answer;
+}
+
 TEST_F(Simplex, IterationExit) {
   double v;
   const Lp p = known(90, 200, 47, &v);
-  struct Case {
-    int answer, status;
-  };
-  for (const Case &c : {Case{3, 3}, Case{99, 0}, Case{42, 0}}) {
+  for (const ExitCase &c : EXIT_CASES) {
     QRTModel *q = load(p);
-    qrt_mset(q, 3023, 256, -1, 0, 0, 0);
     hear(q, {3023});
-    qrt_registerItruCallBack(q, iterationExit);
-    qrt_setIiterufreq(q, 1);
-    calls = strange = 0, stopAt = 9, answerThen = c.answer;
+    armExit(q, iterationExit, c.answer);
     ASSERT_EQ(0, qrt_primalSimplex(q, 1));
     EXPECT_EQ(c.status, qrt_getIprobstat(q));
     EXPECT_EQ(0, strange);
@@ -712,16 +719,10 @@ int dualExit(QRTModel *, int status, int code) {
 TEST_F(Simplex, IterationExitOfTheDual) {
   double v;
   const Lp p = known(90, 200, 47, &v);
-  struct Case {
-    int answer, status;
-  };
-  for (const Case &c : {Case{3, 3}, Case{99, 0}, Case{42, 0}}) {
+  for (const ExitCase &c : EXIT_CASES) {
     QRTModel *q = load(p);
-    qrt_mset(q, 3023, 256, -1, 0, 0, 0);
     hear(q, {3023});
-    qrt_registerItruCallBack(q, dualExit);
-    qrt_setIiterufreq(q, 1);
-    calls = 0, stopAt = 9, answerThen = c.answer;
+    armExit(q, dualExit, c.answer);
     std::fill(std::begin(dualCalls), std::end(dualCalls), 0);
     ASSERT_EQ(0, qrt_dualSimplex(q, 1));
     EXPECT_EQ(c.status, qrt_getIprobstat(q));
