@@ -81,10 +81,9 @@ void takeRay(BendersRun *run) {
   for (int j = 0; j < all; ++j) {
     a += run->ray[j] * run->ray[j];
     b += x[j] * x[j];
-    if (j >= own) continue;  // the recourse columns only repeat what the subproblems will tell
     const double cost = run->ray[j] * columnsOf(lp, lp->objective)[j];
-    run->rayCost += cost;
     run->raySize += fabs(cost);
+    if (j < own) run->rayCost += cost;  // the recourse columns only say what the master hopes of the subproblems
   }
   a = sqrt(a);
   b = sqrt(b);
@@ -92,11 +91,9 @@ void takeRay(BendersRun *run) {
   for (int j = 0; j < all; ++j) x[j] += t * run->ray[j];
 }
 
-// What the master's status asks for; false when the run is over (run->end says how).
-bool judgeMaster(BendersRun *run) {
-  QRTModel *lp = run->master->smodel->model;
-  run->mstat = outcomeOf(lp);
-  run->master->status = run->mstat;
+// What the master's outcome asks for; false when the run is over (run->end says how).
+bool judgeMaster(BendersRun *run, int outcome) {
+  run->master->status = run->mstat = outcome;
   if (run->mstat >= 3) {
     sayNumber(MSG_DID_NOT_SOLVE, number(run->master));
     run->end = END_FAILED;
@@ -141,10 +138,11 @@ int firstMasterSolve(BendersRun *run) {
   say(MSG_FIRST_PASS);
   saySolving("master", number(master));
   quieten(master->smodel->model);
-  const int code = solveAfresh(master, master->alg, "master.pre");
+  int outcome, code = solveAfresh(master, master->alg, "master.pre");
+  if (code < 2) code = confirmedOutcome(master->smodel->model, &outcome);
   if (code >= 2) return code;
-  run->stoch->status = outcomeOf(master->smodel->model);
-  if (!judgeMaster(run)) return 0;
+  run->stoch->status = outcome;
+  if (!judgeMaster(run, outcome)) return 0;
   propose(run);
   if (run->cyclesBefore > 0 && run->mstat == 0) takeMasterValue(run);
   return 0;
@@ -250,8 +248,10 @@ int solveMaster(BendersRun *run) {
   const int freed = countFreed(run);
   int code = freed > 0 || run->mstat == 2 ? qrt_primalSimplex(lp, SOLVE_FROM_VALUES) : solveOn(lp);
   if (code >= 2 || outcomeOf(lp) < 0 || outcomeOf(lp) > 2) code = solveFromLogicals(lp);
+  int outcome;
+  if (code < 2) code = confirmedOutcome(lp, &outcome);
   if (code >= 2) return code;
-  if (!judgeMaster(run)) return 0;
+  if (!judgeMaster(run, outcome)) return 0;
   propose(run);
   if (run->mstat != 0) return 0;
   takeMasterValue(run);

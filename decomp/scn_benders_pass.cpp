@@ -100,7 +100,7 @@ int solveAlongRay(BendersRun *run, int i, MemberAnswer *answer) {
   const double change = run->stoch->optmaxmin * run->all.member[i].weight * answer->value;
   if (answer->status == 0) {
     run->rayCost += change;
-    run->raySize += fabs(change);
+    run->raySize += fabs(change) + run->all.member[i].weight * answer->size;
   } else {
     run->rayCost = run->stoch->optmaxmin * SCN_INFINITY;  // barred: its cut says so, and the ray proves nothing
   }

@@ -32,7 +32,7 @@ struct BendersRun {
   double total, totalRest;  // value of the recourse at the proposal; +-1e31 when unknown; rounding of its sum
   int newCuts, totalCuts;
   double *ray;              // [all columns of the master] null before the first unbounded master
-  double rayCost, raySize;  // of the program along it, so far; sum of the sizes of its terms
+  double rayCost, raySize;  // of the program along it, so far; sum of the sizes of its terms, the master's estimate among them
   bool rayPass;             // a subproblem has been solved along it in this pass
   double *proposed;         // [own columns of the master] the last proposal
   bool boundKnown;          // masterValue bounds the program: every subproblem has a cut on its value

@@ -115,6 +115,7 @@ struct MemberAnswer {
   double value;              // minimised and not weighted: cost, or by how much the member is infeasible
   const double *reduced;     // [nRows + realCols] d, or with status 1 the infeasibility multipliers in the same signs
   const double *gradient;    // [virtualCols]
+  double size;               // along a ray: of the terms that the value is made of, where they cancel
   double rightHandSide;      // of the cut: gradient'x (- theta) <= rightHandSide
   bool sameMultipliers;      // those of the member's last cut
 };

@@ -87,6 +87,17 @@ double scaledViolation(const Families *all, const Family *f, const MemberAnswer 
   return largest > 0.0 ? (term - answer->rightHandSide) / largest : SCN_INFINITY;
 }
 
+// Sizes of the terms in the value along a ray, -y'(T + dT) r. Where they cancel the value is rounding of their size.
+double raySizeOf(const Families *all, const Family *f, const Member *member, const double *y) {
+  double size = 0.0;
+  for (int v = 0; v < f->virtualCols; ++v)
+    if (all->hatX[v] != 0.0)
+      for (int e = f->tStart[v]; e < f->tStart[v + 1]; ++e) size += fabs(y[f->tRow[e]] * f->tValue[e] * all->hatX[v]);
+  for (int64_t e = member->firstElement; e < member->firstElement + member->nElements; ++e)
+    if (f->elementCol[e] >= f->realCols) size += fabs(y[f->elementRow[e]] * f->elementValue[e] * all->hatX[f->elementCol[e] - f->realCols]);
+  return size;
+}
+
 // ---- by the tree
 
 void makeExtra(Families *all, const Family *f, const Member *member) {
@@ -290,7 +301,7 @@ int askModel(Families *all, Member *member, const MemberTask *task, MemberAnswer
   const int32_t startBasis = own ? member->basisNumber : f->modelBasis;
   f->modelBasis = 0;
   int code = runSimplex(all, f, member);
-  answer->status = outcomeOf(lp);
+  if (code < 2) code = confirmedOutcome(lp, &answer->status);
   answer->value = answer->status == 1 ? qrt_getRsumpinf(lp) : qrt_getRobjvalue(lp);
   if (code < 2 && answer->status == 1 && !task->alongRay) {
     takeMultipliers(all, f, answer);
@@ -300,8 +311,8 @@ int askModel(Families *all, Member *member, const MemberTask *task, MemberAnswer
       const double tolerance = qrt_getRtolpinf(lp);
       qrt_setRtolpinf(lp, HAIR * tolerance);
       code = solveOn(lp);
+      if (code < 2) code = confirmedOutcome(lp, &answer->status);
       qrt_setRtolpinf(lp, tolerance);
-      answer->status = outcomeOf(lp);
       answer->value = answer->status == 1 ? qrt_getRsumpinf(lp) : qrt_getRobjvalue(lp);
     }
   }
@@ -328,6 +339,7 @@ int solve(Families *all, Member *member, const MemberTask *task, MemberAnswer *a
   int code = 0;
   *byTree = askTree(all, member, task, answer);
   if (!*byTree) code = askModel(all, member, task, answer);
+  if (code < 2 && task->alongRay && answer->status == 0) answer->size = raySizeOf(all, &all->family[member->family], member, answer->reduced);
   if (code < 2 && !task->alongRay) {
     member->value = answer->value;
     member->status = static_cast<int8_t>(answer->status);

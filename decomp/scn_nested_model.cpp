@@ -160,9 +160,16 @@ void moveAlongRay(Visit *v) {
 
 // ---- after a solve
 
+// Each child has bounded its column; until then that column's first bound of 0 may hold this model back.
+bool allFreed(const NestedMaster *master) {
+  for (int j = 0; j < master->numChildren; ++j)
+    if (!master->children[j].freed) return false;
+  return true;
+}
+
 // Bound and best known value are near enough for this stage of the run.
 bool nearEnough(const Visit *v) {
-  if (!v->slave || v->slave->isRay || v->rec->bestValue >= INFINITE_GAP || v->tables->inner <= v->g) return false;
+  if (!v->slave || v->slave->isRay || v->rec->bestValue >= INFINITE_GAP || v->tables->inner <= v->g || !allFreed(v->master)) return false;
   const double bound = v->rec->sense * v->rec->weight * qrt_getRobjvalue(v->lp);
   const double size = fmin(fabs(v->rec->estimated), fabs(v->rec->actual)) + 0.1;
   return v->rec->bestValue - bound <= v->tables->inner * size;
@@ -251,9 +258,9 @@ int solve(Visit *v) {
   if (v->sub->alg == 2) qrt_setIdevexmode(v->lp, 3);
   if (v->master && rec->actual < SCN_INFINITY && !v->master->ownRay)
     columns(v, v->lp->solution)[rec->nCols] = rec->sense * rec->actual / rec->weight;
-  int code = run(v);
+  int status, code = run(v);
+  if (code < 2) code = confirmedOutcome(v->lp, &status);
   if (code >= 2) return code;
-  int status = outcomeOf(v->lp);
   if (status == 1 && v->slave && !sendCut(v->sub, CUT_FEASIBILITY, v->forceCut)) {
     code = tryForProof(v, &status);
     if (code >= 2) return code;
@@ -296,12 +303,6 @@ int conclude(Visit *v) {
     return cost < -RAY_NOISE * (master->raySize + fabs(v->rec->actual)) ? unbounded(v) : stall(v);
   }
   return finish(v, ownCost(v, columns(v, v->lp->solution), nullptr) + v->rec->actual, allSettled(v));
-}
-
-bool allFreed(const NestedMaster *master) {
-  for (int j = 0; j < master->numChildren; ++j)
-    if (!master->children[j].freed) return false;
-  return true;
 }
 
 // What a cycle of the root has shown, for whoever watches.
@@ -423,7 +424,7 @@ void qrtnested_Cchkslvs(QRTStoch *sub, NestedModel *rec, double *gap, double g) 
   rec->relGap = *gap / tolerance * g;
   sayValue(MSG_TOTAL_GAP, *gap);
   if (!rec->slavePart) sayNumber(MSG_ROOT_CYCLES, ++nestedTables(baseOf(sub))->rootChecks);
-  master->convergence = mask & 2 ? 2 : mask & 1 ? 1 : tolerance < *gap ? 2 : 0;
+  master->convergence = mask & 2 ? 2 : mask & 1 ? 1 : tolerance < *gap || !allFreed(master) ? 2 : 0;
 }
 
 void qrtnested_Clastprop(QRTStoch *sub, int seqStep) {

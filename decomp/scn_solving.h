@@ -34,6 +34,12 @@ int solveOn(QRTModel *lp);
 int solveFromLogicals(QRTModel *lp);
 // qrt_getIprobstat, where an optimum of the problem as it was perturbed or scaled counts as optimal.
 int outcomeOf(QRTModel *lp);
+// Whether the ray that the last solve left stays in the recession cones of all bounds, by the model's own matrix, and improves
+// the cost (sense 1 minimises) by more than rounding (scn_rays.cpp).
+bool rayHolds(const QRTModel *lp, double sense);
+// The outcome of the last solve. An unbounded one whose ray does not hold is solved from the logical basis; 3 when that
+// gives no better ray. 0 or a solver's code.
+int confirmedOutcome(QRTModel *lp, int *outcome);
 
 // Probability of the subtrees a model holds: of its real nodes whose parent is elsewhere. Costs come weighted by
 // probabilities; without that weight tolerances mean the same in a rare scenario as in a common one.
