@@ -165,6 +165,9 @@ void setBasic(BasisReader *b, int at, int slot, const double *value) {
 
 void setNonbasic(BasisReader *b, int at, int slot, uint32_t side, const double *value) {
   QRTModel *model = b->model;
+  // A column without bounds stands at none, whatever its card says.
+  const bool boundless = model->lower[at] <= -QRT_INFINITE_TEST && model->upper[at] >= QRT_INFINITE_TEST;
+  if (boundless && !value) side = STATUS_FREE;
   const double bound = side == STATUS_AT_UPPER ? model->upper[at] : model->lower[at];
   double x = value ? *value : std::fabs(bound) < QRT_INFINITE_TEST ? bound : 0.0;
   if (x < model->lower[at]) x = model->lower[at];

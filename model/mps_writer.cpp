@@ -17,7 +17,7 @@
 namespace {
 
 constexpr double EQUAL = 1.0e-12;
-constexpr int MSG_USING_NAME = 33;
+constexpr int MSG_USING_NAME = 33, MARKER_LENGTH = 8;  // of "'MARKER'" and "'INTORG'"
 enum : int { SET_OF_MODEL = 0, SET_OF_OBJECTIVE = 1, SET_OF_RHS = 2, SET_OF_RANGE = 3, SET_OF_BOUND = 4 };
 enum RowKind : char { KIND_FREE, KIND_L, KIND_G, KIND_E, KIND_RANGED, KIND_RANGED_G };
 enum RunKind : char { RUN_INTEGERS = 1, RUN_S1 = 2, RUN_S2 = 3 };
@@ -109,6 +109,8 @@ void findRuns(Export *x) {
   x->runEnd = static_cast<int *>(temporaryAllocate(x->model, n + 1, sizeof(int)));
   memset(x->runKind, 0, size_t(n) + 1);
   memset(x->runEnd, 0, (size_t(n) + 1) * sizeof(int));
+  // Shorter names cut the words of a marker card, which is then read as two elements; integers show by their bounds.
+  if (nameLength(model) < MARKER_LENGTH) return;
   const EntityTable *table = entityTable(model);
   for (int s = 0; table && s < table->nEntities; s++) {
     const EntityRecord &entity = table->entity[s];

@@ -302,8 +302,12 @@ void writeRightHandSides(Writing *w, const NodeView *view) {
     const int p = rowLocalToSorted(core, view->stage, k);
     double lines[2];
     int nLines = 0;
-    if (counts(upper)) lines[nLines++] = upper + (w->absolute ? core->rowUpper[p - 1] : 0.0);
-    if (counts(lower) && counts(lower - upper)) lines[nLines++] = lower + (w->absolute ? core->rowLower[p - 1] : 0.0);
+    const double upperLine = upper + (w->absolute ? core->rowUpper[p - 1] : 0.0);
+    const double lowerLine = lower + (w->absolute ? core->rowLower[p - 1] : 0.0);
+    if (counts(upper)) lines[nLines++] = upperLine;
+    // A second line would count on top of the first, which has said it all when both sides are to be at one value.
+    const bool said = counts(upper) && (!counts(lower - upper) || (w->absolute && !counts(lowerLine - upperLine)));
+    if (counts(lower) && !said) lines[nLines++] = lowerLine;
     for (int l = 0; l < nLines; ++l) dataLine(w, "    ", w->rhs, nameAt(w->rows, p - 1), lines[l]);
     tellLostSides(w, p, lower, upper, lines, nLines);
   }

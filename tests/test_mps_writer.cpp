@@ -141,6 +141,27 @@ TEST_F(Writer, ModelsReadBackAsTheyWere) {
 }
 
 // Fault: published models changed by writing them; SOS runs and quadratic terms lost.
+// Names too short for the words of a marker card: integers must come back by their bounds, and no column for the words.
+TEST_F(Writer, IntegersReadBackUnderShortNames) {
+  for (const int length : {3, 5, 7})
+    for (unsigned seed = 1; seed <= 30; seed++) {
+      QRTModel *model = randomModel(context, seed, length);
+      for (int row = 0; row < 2; row++)
+        for (int k = 0; k < (row ? qrt_getInumrows(model) : qrt_getInumcols(model)); k++) {
+          const std::string name = (row ? "R" : "C") + std::to_string(k);
+          const char *text = name.c_str();
+          row ? qrt_copyRowNames(model, &text, k, k + 1) : qrt_copyColumnNames(model, &text, k, k + 1);
+        }
+      ASSERT_EQ(0, qrt_exportModel(model, file("s.mps").c_str(), 2, 2));
+      QRTModel *back = qrt_newModel(context, "");
+      qrt_setInumchar(back, length);
+      ASSERT_EQ(0, qrt_importModel(back, file("s.mps").c_str()));
+      ASSERT_EQ("", difference(model, back, 1e-15)) << "seed " << seed << " length " << length;
+      qrt_deleteModel(back);
+      qrt_deleteModel(model);
+    }
+}
+
 TEST_F(Writer, PublishedModelsAndSetsReadBack) {
   for (const PublishedLp &p : publishedLps()) {
     if (p.rows > 3000 || p.name == "qap12") continue;
@@ -227,7 +248,15 @@ TEST_F(Writer, BasesReadBack) {
       }
     qrt_deleteModel(model);
   }
-  QRTModel *model = randomModel(context, 7, 8);
+  // A free column that is not basic stands at no bound, before and after.
+  QRTModel *model = qrt_newModel(context, "free");
+  const double none[] = {-1e31, -1e31}, lower[] = {1.0};
+  qrt_loadRimModel(model, 1, lower, nullptr, 2, nullptr, none, nullptr);
+  ASSERT_EQ(0, qrt_exportBasis(model, file("f.bas").c_str(), 1, 1));
+  ASSERT_EQ(0, qrt_importBasis(model, file("f.bas").c_str()));
+  for (int j = 0; j < 2; j++) EXPECT_EQ(2, qrt_columnStatus(model, j));
+  qrt_deleteModel(model);
+  model = randomModel(context, 7, 8);
   std::ofstream(file("u.bas")) << "NAME          OTHER\n XL NONE1     NONE2\n XU C0000000  NONE3\n BS NONE4\n UL C0000000\nENDATA\n";
   ASSERT_EQ(0, qrt_importBasis(model, file("u.bas").c_str()));
   EXPECT_EQ(qrt_getInumrows(model), qrt_getNumberBasicRows(model));

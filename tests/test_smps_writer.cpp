@@ -87,6 +87,28 @@ TEST(RoundTrip, ScenariosIndependentAndBlocks) {
   roundTrip(t, "blocks");
 }
 
+// A line under REPLACE makes an equation of a ranged row; written back it must be one line, not one for each side.
+TEST(RoundTrip, RangedRowsPutAtOneValue) {
+  Triple t;
+  const size_t at = t.core.find("BOUNDS"), end = t.core.find("ENDATA");
+  t.core.insert(at < end ? at : end, "RANGES\n" + card("RNG", "C2", "6"));
+  t.stoch = stochFile("SCENARIOS", scenarioCard("ONE", "ROOT", 0.5, "STAGE1") + card("RHS", "C2", "2.5") +
+                                       scenarioCard("TWO", "ROOT", 0.5, "STAGE1") + card("RHS", "C2", "4.25"));
+  ASSERT_EQ(t.read(100), 1) << t.log;
+  EXPECT_EQ(t.told(501), 0);
+  const std::vector<double> before = items(t.object());
+  const std::string cor = t.path("o.cor"), tim = t.path("o.tim"), sto = t.path("o.sto");
+  ASSERT_EQ(qrts_outMatrixSMPS(t.object(), 1, 1, cor.c_str(), tim.c_str(), sto.c_str()), 0);
+  Triple to;
+  to.core = contents(cor);
+  to.time = contents(tim);
+  to.stoch = contents(sto);
+  ASSERT_EQ(to.readInto(t, 100), 1) << to.log;
+  const std::vector<double> after = items(to.object());
+  ASSERT_EQ(before.size(), after.size());
+  for (size_t k = 0; k < before.size(); ++k) expectClose(before[k], after[k], "ranged");
+}
+
 TEST(Cards, StandInTheirColumns) {
   Triple t;
   t.stoch = stochFile("SCENARIOS", scenarioCard("ONE", "ROOT", 0.5, "STAGE1") + card("RHS", "E3", "0.5") +

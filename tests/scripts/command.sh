@@ -167,6 +167,12 @@ expect 65 "no native file" convert --native absent.nat o.cor o.tim o.sto
 says err '^tavstoch: .*absent'
 expect 64 "a triple into one file" convert power.cor power.tim power.sto o.cor o.tim o.tim
 expect 64 "three files" convert power.cor power.tim power.sto
+# What has no effect on files of this kind is told.
+for way in --add --strict --inherit; do expect 64 "MPS files $way" convert diet.mps unwanted.mps $way; done
+for way in --free --binary "--pairs 1"; do expect 64 "a triple $way" convert power.cor power.tim power.sto o.cor o.tim o.sto $way; done
+expect 64 "additions to a native file" convert power.cor power.tim power.sto unwanted.nat --add
+expect 64 "inheritance from a native file" convert --native power.nat o.cor o.tim o.sto --inherit
+[ -e unwanted.mps ] || [ -e unwanted.nat ] && fail "a refused conversion writes"
 # Samples: the same seed the same file, frequencies of so many draws.
 expect 0 "sample" sample power.cor power.tim power.sto s1.cor s1.tim s1.sto --draws 8 --seed 7
 expect 0 "sample again" sample power.cor power.tim power.sto s2.cor s2.tim s2.sto --draws 8 --seed 7

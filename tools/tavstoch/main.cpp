@@ -52,6 +52,18 @@ void checkFiles(const Options &o) {
     throw CLI::ValidationError("FILES", "2 files (MPS), 4 (triple to native, --native: to a triple) or 6 (triple to triple)");
 }
 
+// An option for another kind of file changes nothing: as above.
+void checkForms(const CLI::App &convert, const Options &o) {
+  const auto refuse = [&](std::initializer_list<const char *> names, const char *whose) {
+    for (const char *name : names)
+      if (convert.count(name)) throw CLI::ValidationError(name, std::string("for ") + whose + " only");
+  };
+  const bool mps = o.files.size() == 2, toTriple = o.native || o.files.size() == 6;
+  if (!mps) refuse({"--free", "--binary", "--pairs"}, "MPS files");
+  if (mps || o.native) refuse({"--strict", "--inherit"}, "triples read");
+  if (!toTriple) refuse({"--add"}, "triples written");
+}
+
 // One file written twice is a triple lost.
 void checkTargets(const std::vector<std::string> &files, size_t first) {
   for (size_t i = first; i < files.size(); ++i)
@@ -164,8 +176,9 @@ void addConvert(CLI::App &app, Options &o, Run &run) {
   convert->add_flag("--binary", o.binary, "write binary numbers, which keep every bit");
   convert->add_option("--pairs", o.pairs, "pairs of name and number on a card")->check(CLI::Range(1, 2))->capture_default_str();
   addOutput(convert, o);
-  convert->callback([&run, &o] {
+  convert->callback([&run, &o, convert] {
     checkFiles(o);
+    checkForms(*convert, o);
     checkTargets(o.files, o.native ? 1 : o.files.size() == 6 ? 3 : o.files.size());
     run = runConvert;
   });
