@@ -138,7 +138,6 @@ int looksFinished(SimplexWork *w) {
       return DECIDE_READMIT;
     }
     qrtmesg_no(MSG_COLUMNS_PROHIBITED);
-    w->columnsProhibited = 1;
   }
   if (perturbed(w)) return endPerturbation(w);
   if (qrtlplp.Iprobstat == 2) return finish(2);

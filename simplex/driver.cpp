@@ -434,7 +434,7 @@ struct LegResult {
   SimplexWork *work;
   int code;          // 0 or SOLVE_FAILED
   bool violated;     // sound inside, but outside the tolerances in the caller's units
-  bool prohibited;   // optimal but for columns that were not let into the basis
+  int doubt;         // of an optimum: DOUBT_*
 };
 
 // The way from the loop to the model: consistent values, statuses, duals, ray or proof.
@@ -451,14 +451,14 @@ void leave(SimplexWork *w, LegResult *leg) {
     leg->violated = largestOutsideDual(w) > qrtlplp.Rtoldinf ||
                     (status == 0 && largestOutsideViolation(w) > qrtlplp.Rtolpinf) ||
                     (status == 1 && qrtlplp.Rsumpinf <= qrtlplp.Rtolpinf);
-  leg->prohibited = w->columnsProhibited && status == 0;
+  if (status == 0 && w->coreMode == 0) leg->doubt = doubtOfOptimum(w);
   if (leg->code == 0) zeroInfeasibilities();
   setSecondStatus(w);
 }
 
 LegResult runLeg(QRTModel *model, int algorithm, int init, int coreMode, int kind) {
   SimplexWork *w = newWork(model);
-  LegResult leg = {w, 0, false, false};
+  LegResult leg = {w, 0, false, DOUBT_NONE};
   solveMemory_claim(w);
   loadProblem(w, kind == LEG_WHOLE);
   saveControls(w);
@@ -546,29 +546,26 @@ void startFromLogicals(QRTModel *model) {
   }
 }
 
-// An optimum that rests on columns barred for numerical reasons need be none: the basis that made them dangerous is given
-// up, and what the primal finds from the logicals, without scaling, stands if it had to bar nothing.
-LegResult solveAfresh(QRTModel *model, int coreMode, const LegResult &first) {
-  const Answer answer = takeAnswer(model);
-  startFromLogicals(model);
-  const LegResult leg = runLeg(model, ALGORITHM_PRIMAL, 1, coreMode, LEG_AGAIN);
-  const int status = qrtlplp.Iprobstat;
-  if (leg.code == 0 && status >= 0 && status <= 2 && !leg.prohibited) return leg;
-  putAnswerBack(model, answer);
-  return first;
-}
-
-// Numerical difficulty belongs to the way as much as to the problem: the other algorithm, from the logicals and without
-// scaling, mostly gets through. Its answer stands if nothing is wrong with it.
+// A run that failed, or whose optimum is none, belongs to its way as much as to the problem: the other algorithm, from the
+// logicals and without scaling, mostly gets through. Its answer stands if nothing is wrong with it; a point that only the costs
+// deny is still one, so that the problem is not infeasible.
 LegResult solveAnotherWay(QRTModel *model, int coreMode, const LegResult &first) {
   const Answer answer = takeAnswer(model);
   const int other = first.work->algorithm == ALGORITHM_DUAL ? ALGORITHM_PRIMAL : ALGORITHM_DUAL;
   startFromLogicals(model);
   const LegResult leg = runLeg(model, other, 1, coreMode, LEG_AGAIN);
   const int status = qrtlplp.Iprobstat;
-  if (leg.code == 0 && status >= 0 && status <= 2 && !leg.prohibited) return leg;
+  const bool contradicts = status == 1 && first.doubt == DOUBT_COSTS;
+  if (leg.code == 0 && status >= 0 && status <= 2 && leg.doubt == DOUBT_NONE && !contradicts) return leg;
   putAnswerBack(model, answer);
   return first;
+}
+
+// No optimum, and no way to one.
+int endInDifficulty() {
+  qrtlplp.Iprobstat = qrtlplp.Iprobstat2 = -1;
+  qrtmesg_no(MSG_NO_PROGRESS);
+  return SOLVE_FAILED;
 }
 
 }  // namespace
@@ -580,9 +577,9 @@ int qrtsslvf(QRTModel *model, int algorithm, int init, int keep, int coreMode) {
   qrtlplp.startWord = 0;
   LegResult leg = runLeg(model, algorithm, init, coreMode, LEG_WHOLE);
   if (leg.code != 0) leg = solveAnotherWay(model, coreMode, leg);
-  const int firstCode = leg.code;
+  int code = leg.code;
   // A run that stopped at the cutoff has no answer to clean up.
-  if (firstCode == 0 && leg.violated && qrtlplp.Iprobstat2 != SECOND_STATUS_CUTOFF) {
+  if (code == 0 && leg.violated && qrtlplp.Iprobstat2 != SECOND_STATUS_CUTOFF) {
     const Answer first = takeAnswer(model);
     const LegResult scaled = leg;
     const bool unproved = first.Iprobstat == 1;
@@ -593,11 +590,14 @@ int qrtsslvf(QRTModel *model, int algorithm, int init, int keep, int coreMode) {
       leg = scaled;
     }
   }
-  if (firstCode == 0 && leg.prohibited) leg = solveAfresh(model, coreMode, leg);
+  if (code == 0 && leg.doubt != DOUBT_NONE) {
+    leg = solveAnotherWay(model, coreMode, leg);
+    if (leg.doubt != DOUBT_NONE) code = endInDifficulty();
+  }
   finalReport(leg.work);
   reportUnscaledViolation(leg.work);
   if (!nested) solveMemory_release();
-  return firstCode != 0 ? firstCode : qrtlplp.Iprobstat;
+  return code != 0 ? code : qrtlplp.Iprobstat;
 }
 
 double nextRandom() {

@@ -87,6 +87,12 @@ inline int variableNumber(const SimplexWork *, int k) { return k; }
 // After status 1 the infeasibility multipliers, after 2 the ray, to the model's aux vector (qrtinfs).
 void qrtinfs(SimplexWork *w);
 
+// ---- the last look at an optimum (last_check.cpp)
+// What speaks against it: a nonbasic that would gain, or a basic outside its bounds, by more than 10 times the caller's
+// tolerances, in the caller's units, by true costs and bounds. The last step recomputed must be the final one.
+enum : int { DOUBT_NONE = 0, DOUBT_COSTS = 1, DOUBT_BOUNDS = 2 };
+int doubtOfOptimum(const SimplexWork *w);
+
 // ---- classification (classify.cpp)
 // Crossed bounds are reported and end the call; values beyond 1e20 come back (qrtclbs).
 void qrtclbs(SimplexWork *w);

@@ -227,7 +227,6 @@ struct SimplexWork {
   int noGainCount, noGainIter;
   double lastWeight;
   int stallPasses, lastPassIter;
-  int columnsProhibited;     // 1: the run ends although rejected columns still price
   // ---- watch for passes that go round in a circle (circling)
   int circleWeight;          // passes of few iterations since anything below reached a new extreme, short ones heavier
   double leastPrimalSum, leastDualSum, leastCostSeen, mostCostSeen;

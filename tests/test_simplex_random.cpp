@@ -227,18 +227,19 @@ double violationBeyondRounding(QRTModel *q) {
 
 // Fault: the solver goes round in a circle where rounding outweighs the tolerances; an optimum is claimed although a column
 // that was barred would still pay without end; an unbounded problem comes without its ray; a run that found no way through
-// is the last word although another way leads to the optimum.
+// is the last word although another way leads to the optimum, or ends in an optimum that is none where none does.
 TEST(WildLp, EndsAndClaimsNothingFalse) {
   QRTContext *context = qrt_initializeContext();
   qrt_messagesPrintOff(qrt_baseModel(context), 1, 6999);
   int optimal = 0, unbounded = 0, without = 0;
-  const auto check = [&](Solver solve, unsigned seed, int most, bool huge) {
+  const auto check = [&](Solver solve, unsigned seed, int most, bool huge, bool scaled = false, bool mayFail = false) {
     WildDraw d(seed, huge ? 15 : 5);
     QRTModel *q = drawWild(context, d, most);
-    if (seed == 17586) qrt_scale(q);
+    if (scaled) qrt_scale(q);
     const int code = solve(q, 1), status = qrt_getIprobstat(q);
     SCOPED_TRACE("seed " + std::to_string(seed) + " status " + std::to_string(status));
-    ASSERT_TRUE(code == 0 || (huge && code == 32)) << code;
+    ASSERT_TRUE(code == 0 || ((huge || mayFail) && code == 32)) << code;
+    EXPECT_TRUE(code == 0 || status != 0);
     without += code != 0;
     const Certificate c = certifyModel(q);
     if (code == 0 && status == 2) {
@@ -252,7 +253,7 @@ TEST(WildLp, EndsAndClaimsNothingFalse) {
       EXPECT_LT(c.dualViolation, 1.0e-6);
       EXPECT_LT(c.dualResidual, 1.0e-6);
     }
-    if (code == 0 && status != 1 && !huge) {
+    if (code == 0 && status != 1 && !huge && !scaled) {
       EXPECT_LT(violationBeyondRounding(q), 1.0e-6);
     }
     qrt_deleteModel(q);
@@ -263,7 +264,11 @@ TEST(WildLp, EndsAndClaimsNothingFalse) {
     for (unsigned seed = 12500; seed < 13060; seed++) check(solve, seed, seed % 3 == 0 ? 30 : 8, true);
     // Only pivots of 1e-8 and less stop the last column that pays.
     for (const unsigned seed : {6013u, 7490u, 9122u, 9275u, 11001u}) check(solve, seed, seed % 3 == 0 ? 30 : 8, false);
-    for (const unsigned seed : {11757u, 17586u}) check(solve, seed, 30, false);  // circles, the second one scaled
+    for (const unsigned seed : {11757u, 17586u}) check(solve, seed, 30, false, seed == 17586);  // circles
+    // Ends with barred columns that pay; from the last three there may be no way on.
+    for (const unsigned seed : {19149u, 25822u, 33843u, 55925u}) check(solve, seed, seed % 3 == 0 ? 30 : 8, false);
+    for (const unsigned seed : {7470u, 30953u, 33843u, 40069u}) check(solve, seed, seed % 3 == 0 ? 30 : 8, false, true);
+    for (const unsigned seed : {25824u, 29886u, 51237u}) check(solve, seed, seed % 3 == 0 ? 30 : 8, false, false, true);
     check(solve, 2737, 30, true);  // a last check that asks for a factorisation once the ray is known
   }
   qrt_endContext(context);
