@@ -13,6 +13,7 @@
 #include "model/card_writer.h"
 #include "model/integer_sets.h"
 #include "model/model_store.h"
+#include "model/mps_writer.h"
 
 namespace {
 
@@ -33,6 +34,8 @@ struct Export {
   int *runEnd;        // [n]
   int nRuns;          // runs begun so far
 };
+
+bool nameSets = false;  // the export under way is one of exportWithSetNames()
 
 bool finite(double bound) { return std::fabs(bound) < QRT_INFINITE_TEST; }
 
@@ -182,7 +185,8 @@ void putColumns(Export *x) {
 
 int putRhs(Export *x) {
   const QRTModel *model = x->model;
-  int ranged = 0;
+  int ranged = 0, zeroRow = -1;
+  bool named = false;
   cards_section(&x->cards, "RHS", nullptr, nullptr);
   const CardName set = nameOf(x->rhs);
   if (std::fabs(qrtlplp.RobjectiveOffset) > qrtlplp.Rtolpinf)
@@ -194,7 +198,11 @@ int putRhs(Export *x) {
     const double value = kind == KIND_L || kind == KIND_RANGED ? model->upper[i] : model->lower[i];
     char buffer[40];
     if (std::fabs(value) > EQUAL) cards_pair(&x->cards, "    ", set, nameFor(x, true, i, buffer), value);
+    if (std::fabs(value) > EQUAL) named = true;
+    else zeroRow = i;
   }
+  char buffer[40];
+  if (nameSets && !named && zeroRow >= 0) cards_pair(&x->cards, "    ", set, nameFor(x, true, zeroRow, buffer), 0.0);
   cards_flush(&x->cards);
   return ranged;
 }
@@ -238,8 +246,14 @@ void putBounds(Export *x) {
   bool any = false;
   for (int j = 0; j < model->Inumcols && !any; j++)
     any = model->lower[model->Imaxrows + j] != 0.0 || finite(model->upper[model->Imaxrows + j]);
-  if (!any) return;
+  const bool unnamed = nameSets && !any && model->Inumcols > 0;
+  if (!any && !unnamed) return;
   cards_section(&x->cards, "BOUNDS", nullptr, nullptr);
+  if (unnamed) {
+    const double zero = 0.0;
+    char buffer[40];
+    putBound(x, " LO ", nameFor(x, false, 0, buffer), &zero);
+  }
   for (int integers = 0; integers < 2; integers++)
     for (int j = 0; j < model->Inumcols; j++)
       if (isInteger(x, j) == (integers == 1)) putColumnBounds(x, j, integers == 1);
@@ -318,6 +332,13 @@ extern "C" int qrt_exportModel(QRTModel *model, const char *filename, int format
   QRT_END_FRAME();
   qrt_leave(model);
   return result;
+}
+
+int exportWithSetNames(QRTModel *model, const char *file) {
+  nameSets = true;
+  const int code = qrt_exportModel(model, file, 1, 2);
+  nameSets = false;
+  return code;
 }
 
 int exportInUnits(QRTModel *model, const char *file) {

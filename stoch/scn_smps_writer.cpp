@@ -13,6 +13,7 @@
 
 #include "frame/messages.h"
 #include "frame/safe_file.h"
+#include "model/mps_writer.h"
 #include "stoch/scn_object.h"
 #include "stoch/scn_smps.h"
 
@@ -252,7 +253,7 @@ int writeCore(Writing *w, const Part &part) {
   QRTStoch *stoch = w->stoch;
   QRTModel *model = qrts_create2EmptyModel(stoch->baseModel->context, stoch->baseModel, nullptr, stoch->ifDebug);
   int rc = fillCoreModel(w, model);
-  if (rc == 0) rc = qrt_exportModel(model, part.place, 1, 2);
+  if (rc == 0) rc = exportWithSetNames(model, part.place);
   qrt_deleteModel(model);
   return rc;
 }

@@ -109,6 +109,31 @@ TEST(RoundTrip, RangedRowsPutAtOneValue) {
   for (size_t k = 0; k < before.size(); ++k) expectClose(before[k], after[k], "ranged");
 }
 
+// Nothing of the core needs a right-hand side or a bound, but a scenario changes both: the sets must be there to be named.
+TEST(RoundTrip, SetsThatOnlyScenariosUse) {
+  Triple host;  // for its folder and context
+  host.stoch = stochFile("SCENARIOS", scenarioCard("ONE", "ROOT", 1.0, "STAGE1"));
+  ASSERT_EQ(host.read(100), 1) << host.log;
+  QRTStoch *stoch = qrts_newStoch(host.library(), "bare", 2);
+  const int rowStages[] = {1, 2}, colStages[] = {1, 2}, rows[] = {1, 2, 2}, cols[] = {1, 1, 2};
+  const double cost[] = {1, 2}, rowLower[] = {0, 0}, elements[] = {1, -1, 1}, moved[] = {0, 3}, raised[] = {0, 1};
+  ASSERT_EQ(qrts_createCore(stoch, 2, rowStages, colStages, 2, 2, 3, cost, rowLower, nullptr, nullptr, nullptr, rows, cols, elements), 0);
+  ASSERT_EQ(qrts_addScenario(stoch, 1, 0, 2, 0.5, 0, 2, 2, 0, nullptr, moved, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0), 0);
+  ASSERT_EQ(qrts_addScenario(stoch, 2, 0, 2, 0.5, 0, 2, 2, 0, nullptr, nullptr, nullptr, raised, nullptr, nullptr, nullptr, nullptr, 0), 0);
+  const std::vector<double> before = items(stoch);
+  const std::string cor = host.path("b.cor"), tim = host.path("b.tim"), sto = host.path("b.sto");
+  for (const int mode : {1, 0}) {
+    ASSERT_EQ(qrts_outMatrixSMPS(stoch, 1, mode, cor.c_str(), tim.c_str(), sto.c_str()), 0);
+    Triple to;
+    to.core = contents(cor);
+    to.time = contents(tim);
+    to.stoch = contents(sto);
+    ASSERT_EQ(to.readInto(host, 100), 1) << to.core << to.stoch << to.log;
+    EXPECT_EQ(before, items(to.object()));
+  }
+  qrts_deleteStoch(stoch);
+}
+
 TEST(Cards, StandInTheirColumns) {
   Triple t;
   t.stoch = stochFile("SCENARIOS", scenarioCard("ONE", "ROOT", 0.5, "STAGE1") + card("RHS", "E3", "0.5") +
