@@ -250,6 +250,8 @@ refused "too many scenarios" "max-scenarios" solve power.cor power.tim power.sto
 refused "log that cannot be written" "cannot be written" lp diet.mps --log /nonexistent/log
 refused "an empty name" "name" lp ""
 refused "a state that cannot be written" "absent/run.state" solve power.cor power.tim power.sto --method lshaped --save-state absent/run.state
+refused "a state on a full disk" "a state could not be written" solve power.cor power.tim power.sto --method nested --save-state /dev/full --quiet
+says out '^optimal 381\.853'
 refused "a solution that cannot be written" "absent/s.csv" lp diet.mps --solution absent/s.csv --json
 [ -s out ] && fail "it solved first"
 

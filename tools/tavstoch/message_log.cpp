@@ -60,6 +60,8 @@ std::vector<Message> MessageLog::collect() {
   std::fflush(stdout);
   std::vector<Message> messages;
   auto takeLine = [&](const std::string &line) {
+    // The one plain text that a run which goes on has for its user.
+    if (line.compare(0, 22, " Warning ! State file ") == 0) return messages.push_back({0, 'W', line.substr(11)});
     // A message is " QRTnnnnX text"; its first character steers a printer and may be another.
     if (line.size() < 10 || line.compare(1, 3, "QRT") != 0) return;
     char *end = nullptr;

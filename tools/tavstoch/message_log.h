@@ -7,7 +7,7 @@
 #include <vector>
 
 struct Message {
-  int number = 0;
+  int number = 0;      // 0: the plain text about a state that could not be written
   char severity = 'I';  // I, W, E or S
   std::string text;
 };

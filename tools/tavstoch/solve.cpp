@@ -137,6 +137,13 @@ void reportDecisions(const Options &options, const StochProgram &program, double
     writeFile(options.solutionFile, [&](FILE *file) { writeSolution(file, program, distribution.scenario); });
 }
 
+// A state that was not left behind is told after the result, which stands without it.
+void requireState(const Options &options, Session &session) {
+  session.takeMessages();
+  for (const Message &m : session.messages())
+    if (m.number == 0) throw BadInput("--save-state " + options.saveState + ": a state could not be written");
+}
+
 }  // namespace
 
 int runSolve(Session &session, const Options &options) {
@@ -183,5 +190,6 @@ int runSolve(Session &session, const Options &options) {
   const bool sound = checkOutcome(options, session, model, json);
   if (options.json) fmt::print(out, "{}\n", json.dump(2));
   else if (options.quiet) fmt::print(out, "{} {:.10g}\n", statusWord(status), objective);
+  if (decomposed && !options.saveState.empty()) requireState(options, session);
   return sound ? statusExitCode(status) : EXIT_INTERNAL;
 }
