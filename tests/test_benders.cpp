@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "decomp/scn_benders.h"
+#include "decomp/scn_solving.h"
 #include "include/qrts_c_api.h"
 #include "support/hand_programs.h"
 
@@ -268,6 +269,40 @@ TEST_F(Benders, SubmodelsCanBeSeenWhileItRuns) {
   EXPECT_EQ(look.rows, 3);
   EXPECT_EQ(qrts_getNsubmodels(stoch), 0);
   qrts_deleteStoch(stoch);
+}
+
+// max x - 3/4 y, 300 x <= 400 y + 5: x = 4, y = 3 improve for ever. Scaled, what is stored is another matrix.
+TEST(Ray, HoldsByMatrixBoundsAndCosts) {
+  QRTContext *context = qrts_initializeContext();
+  for (const bool scaled : {false, true}) {
+    SCOPED_TRACE(scaled);
+    QRTModel *model = qrt_newModel(context, "ray");
+    qrt_messagesPrintOff(model, 1, 6999);
+    const double cost[] = {1, -0.75}, up = 5, value[] = {300, -400};
+    const int row[] = {0, 0}, start[] = {0, 1, 2};
+    qrt_loadRimModel(model, 1, nullptr, &up, 2, cost, nullptr, nullptr);
+    qrt_addColumnElementBlock(model, 2, row, start, value);
+    qrt_setMaximize(model);
+    if (scaled) qrt_scale(model);
+    qrt_primalSimplex(model, 1);
+    int outcome = -1;
+    EXPECT_EQ(confirmedOutcome(model, &outcome), 0);
+    ASSERT_EQ(outcome, 2);
+    const auto ray = [&](int j) -> double & { return model->aux[model->Imaxrows + j]; };  // each solve makes it anew
+    EXPECT_TRUE(rayHolds(model, -1));
+    EXPECT_FALSE(rayHolds(model, 1));  // its cost rises
+    ray(0) *= 1.001;                   // leaves the row
+    EXPECT_FALSE(rayHolds(model, -1));
+    EXPECT_EQ(confirmedOutcome(model, &outcome), 0);
+    EXPECT_EQ(outcome, 2);             // another solve found the true one
+    EXPECT_NEAR(ray(0) / ray(1), 4.0 / 3.0, 1e-9);
+    model->upper[model->Imaxrows] = 9;  // leaves the bound that x has now
+    EXPECT_FALSE(rayHolds(model, -1));
+    EXPECT_EQ(confirmedOutcome(model, &outcome), 0);
+    EXPECT_EQ(outcome, 0);
+    qrt_deleteModel(model);
+  }
+  qrts_endContext(context);
 }
 
 TEST(CutArithmetic, TheDualFormHoldsFarOut) {

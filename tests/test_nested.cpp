@@ -228,6 +228,23 @@ TEST_F(Nested, ManyChildrenSendTheirCutsInClusters) {
     }
 }
 
+// Values and estimates that meet end nothing while a child has not bounded its column: its first bound of 0 may be why.
+TEST_F(Nested, AColumnAtItsFirstBoundIsNoEstimate) {
+  QRTStoch *stoch = hand::load(context, demand(1, 3, hand::NONE, hand::NONE, {{1, 4}, {1, 8}, {2, 6}}), false);
+  ASSERT_GE(qrtse_decomposeCutAtStage(stoch, 2), 2);
+  EXPECT_EQ(qrtse_nestedLSolve(stoch, 1, 0), 0);
+  ASSERT_EQ(qrts_getStatus(stoch), 0);
+  QRTStoch *root = qrts_getSubmodels(stoch)[0];
+  NestedMaster *master = nestedOf(root)->masterPart;
+  double gap = -1;
+  qrtnested_Cchkslvs(root, nestedOf(root), &gap, 1e-6);
+  EXPECT_EQ(master->convergence, 0);
+  master->children[master->numChildren - 1].freed = 0;
+  qrtnested_Cchkslvs(root, nestedOf(root), &gap, 1e-6);
+  EXPECT_EQ(master->convergence, 2);
+  qrts_deleteStoch(stoch);
+}
+
 TEST_F(Nested, AKeptListServesAgainInEitherSense) {
   const std::vector<hand::Case> cases = hand::cases();
   const hand::Case &known = cases[13];
