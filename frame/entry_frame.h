@@ -80,7 +80,6 @@ int qrt__checkfield(const char *caller, const char *getterName, void *pointer, i
 double qrtcput();          // seconds of process CPU time
 void qrt_stopCPU();        // issues the CPU message when the call took at least Rprintcpu
 void qrtinitf();           // defaults of all control variables into the work records
-bool messageWouldPrint(int index);
 
 // What the frame needs of the model room, which lies above it.
 void qrt_toFortran(QRTModel *model, int toBase);     // idempotent; sets indexForm bit 0

@@ -97,5 +97,4 @@ int qrtetoi(int number, int *next) {
   return indexOf(number);
 }
 
-const char *messageTemplate(int index) { return qrtminfo[index].text; }
 int messageNumber(int index) { return qrtminfo[index].number; }

@@ -177,11 +177,6 @@ FILE *messageStream() {
   return qrt_modelInfo->logFile ? qrt_modelInfo->logFile : stdout;
 }
 
-bool messageWouldPrint(int index) {
-  const MessageControl &control = controlTableInForce()[index];
-  return control.maxprt >= 1 || control.maxprt == -1;
-}
-
 namespace {
 
 // Prints the message and calls the exits, as far as its limits say.

@@ -82,7 +82,6 @@ void qrtmesg_no_qmesg(int index, const char *text, int length);
 void qrtmsg2(int index, int noPage);
 void qrtmes2(int index, char buffer[128]);          // raw template, blank-padded
 int qrtetoi(int number, int *next);                 // number to index, 0 when not defined
-const char *messageTemplate(int index);
 int messageNumber(int index);
 // Expands a template with the present arguments into `out` (cap bytes), as it would be printed; returns its length.
 int expandMessage(int index, char *out, int cap);

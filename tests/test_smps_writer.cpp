@@ -45,12 +45,8 @@ void roundTrip(Triple &from, const std::string &what) {
   const double value = optimum(from.object());
   const int scenarios = from.object()->sdata->scenarios->count, nodes = from.object()->sdata->nodes->nNodes;
   for (const int mode : {1, 0}) {
-    const std::string cor = from.path("o.cor"), tim = from.path("o.tim"), sto = from.path("o.sto");
-    ASSERT_EQ(qrts_outMatrixSMPS(from.object(), 1, mode, cor.c_str(), tim.c_str(), sto.c_str()), 0) << what;
     Triple to;
-    to.core = contents(cor);
-    to.time = contents(tim);
-    to.stoch = contents(sto);
+    ASSERT_EQ(to.takeWritten(from, from.object(), mode), 0) << what;
     // one library context at a time: the reading below uses the same one
     ASSERT_EQ(to.readInto(from, 1000), 1) << what << " mode " << mode << "\n" << to.stoch << to.log;
     ASSERT_EQ(to.object()->sdata->scenarios->count, scenarios);
@@ -97,12 +93,8 @@ TEST(RoundTrip, RangedRowsPutAtOneValue) {
   ASSERT_EQ(t.read(100), 1) << t.log;
   EXPECT_EQ(t.told(501), 0);
   const std::vector<double> before = items(t.object());
-  const std::string cor = t.path("o.cor"), tim = t.path("o.tim"), sto = t.path("o.sto");
-  ASSERT_EQ(qrts_outMatrixSMPS(t.object(), 1, 1, cor.c_str(), tim.c_str(), sto.c_str()), 0);
   Triple to;
-  to.core = contents(cor);
-  to.time = contents(tim);
-  to.stoch = contents(sto);
+  ASSERT_EQ(to.takeWritten(t, t.object(), 1), 0);
   ASSERT_EQ(to.readInto(t, 100), 1) << to.log;
   const std::vector<double> after = items(to.object());
   ASSERT_EQ(before.size(), after.size());
@@ -121,13 +113,9 @@ TEST(RoundTrip, SetsThatOnlyScenariosUse) {
   ASSERT_EQ(qrts_addScenario(stoch, 1, 0, 2, 0.5, 0, 2, 2, 0, nullptr, moved, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0), 0);
   ASSERT_EQ(qrts_addScenario(stoch, 2, 0, 2, 0.5, 0, 2, 2, 0, nullptr, nullptr, nullptr, raised, nullptr, nullptr, nullptr, nullptr, 0), 0);
   const std::vector<double> before = items(stoch);
-  const std::string cor = host.path("b.cor"), tim = host.path("b.tim"), sto = host.path("b.sto");
   for (const int mode : {1, 0}) {
-    ASSERT_EQ(qrts_outMatrixSMPS(stoch, 1, mode, cor.c_str(), tim.c_str(), sto.c_str()), 0);
     Triple to;
-    to.core = contents(cor);
-    to.time = contents(tim);
-    to.stoch = contents(sto);
+    ASSERT_EQ(to.takeWritten(host, stoch, mode), 0);
     ASSERT_EQ(to.readInto(host, 100), 1) << to.core << to.stoch << to.log;
     EXPECT_EQ(before, items(to.object()));
   }
@@ -201,13 +189,9 @@ TEST(ProgramByCalls, TenThousandScenariosComeBackInBothManners) {
     const int row[1] = {2}, col[1] = {2};
     ASSERT_EQ(qrts_addScenario(stoch, k, 0, 2, 1.0 / n, 0, 2, 2, 1, nullptr, demand, nullptr, nullptr, nullptr, row, col, element, 0), 0);
   }
-  const std::string cor = t.path("o.cor"), tim = t.path("o.tim"), sto = t.path("o.sto");
   for (const int mode : {1, 0}) {
-    ASSERT_EQ(qrts_outMatrixSMPS(stoch, 1, mode, cor.c_str(), tim.c_str(), sto.c_str()), 0);
     Triple to;
-    to.core = contents(cor);
-    to.time = contents(tim);
-    to.stoch = contents(sto);
+    ASSERT_EQ(to.takeWritten(t, stoch, mode), 0);
     EXPECT_NE(to.stoch.find(" SC SCEN9999  ROOT"), std::string::npos);
     EXPECT_NE(to.stoch.find(" SC S0010050  ROOT"), std::string::npos);
     ASSERT_EQ(to.readInto(t, n), 1) << to.log;

@@ -102,6 +102,15 @@ int Triple::read(int maxScenarios) {
   return readIn(context, maxScenarios);
 }
 
+int Triple::takeWritten(const Triple &host, QRTStoch *object, int manner) {
+  const std::string cor = host.path("written.cor"), tim = host.path("written.tim"), sto = host.path("written.sto");
+  const int result = qrts_outMatrixSMPS(object, 1, manner, cor.c_str(), tim.c_str(), sto.c_str());
+  core = contents(cor);
+  time = contents(tim);
+  stoch = contents(sto);
+  return result;
+}
+
 int Triple::readInto(const Triple &host, int maxScenarios) {
   release();
   return readIn(host.context, maxScenarios);

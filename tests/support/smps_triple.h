@@ -21,6 +21,8 @@ class Triple {
   int read(int maxScenarios);
   // The same within the context of another triple, which must outlive this one: there is one context at a time.
   int readInto(const Triple &host, int maxScenarios);
+  // Writes an object as a triple into the host's folder and takes over its texts, not yet read; the writer's result.
+  int takeWritten(const Triple &host, QRTStoch *object, int manner);
   QRTContext *library() const { return context; }
   QRTStoch *object() const { return held; }
   bool lenient = false, inherit = false;
